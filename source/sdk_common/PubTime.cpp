@@ -1,0 +1,141 @@
+#include "sdk_common/PubTime.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <limits>
+
+#include "sdk_common/TimeSource.h"
+
+namespace {
+
+constexpr tint64 SECOND = 1000000;  // microseconds
+
+/// Seconds as DVR time, held inside its range.
+LONGLONG ToDVRTime(tint64 seconds) {
+    constexpr tint64 LIMIT = std::numeric_limits<tint64>::max() / SECOND;
+    return std::clamp(seconds, -LIMIT, LIMIT) * SECOND;
+}
+
+bool SleepSlice(tint64 microseconds) {
+    const timespec wait{microseconds / SECOND, microseconds % SECOND * 1000};
+    return nanosleep(&wait, nullptr) == 0;
+}
+
+void SleepRest(tint64 microseconds) {
+    int error = 0;
+    WaitOnClock(microseconds, [&](tint64 slice) {
+        error = SleepSlice(slice) ? 0 : errno;
+        return error != 0;
+    });
+    if (error == EINTR) fprintf(stderr, "the usleep Interrupted by a signal. pid = %d\n", getpid());
+    if (error == EINVAL) fprintf(stderr, "the usleep param is not smaller than 1000000");
+}
+
+tm LocalTime(time_t seconds) {
+    tm local{};
+    tzset();  // localtime_r alone does not see a changed time zone
+    localtime_r(&seconds, &local);
+    return local;
+}
+
+bool SameDay(const tm& left, const tm& right) {
+    return left.tm_mday == right.tm_mday && left.tm_mon == right.tm_mon && left.tm_year == right.tm_year;
+}
+
+/// Calls `use` with every second that reads hour:minute:second on the local day of `seconds`. Around a change of the
+/// clocks a reading may come twice, or only the reading by the other of the two clocks lies on that day.
+template <class Use>
+void OnDayOf(time_t seconds, int hour, int minute, int second, Use&& use) {
+    const tm day = LocalTime(seconds);
+    for (const int isdst : {-1, 0, 1}) {
+        tm moment = day;
+        moment.tm_hour = hour;
+        moment.tm_min = minute;
+        moment.tm_sec = second;
+        moment.tm_isdst = isdst;
+        const time_t candidate = mktime(&moment);
+        if (SameDay(LocalTime(candidate), day)) use(candidate);
+    }
+}
+
+time_t ZeroOfDay(time_t seconds) {
+    time_t first = seconds;
+    OnDayOf(seconds, 0, 0, 0, [&](time_t candidate) { first = std::min(first, candidate); });
+    return first;
+}
+
+time_t EndOfDay(time_t seconds) {
+    time_t last = seconds;
+    OnDayOf(seconds, 23, 59, 59, [&](time_t candidate) { last = std::max(last, candidate); });
+    return last;
+}
+
+}  // namespace
+
+void PUB_Sleep(unsigned int ms) {
+    CTimeSource& source = TimeSource();
+    const tint64 end = source.MonotonicMicroseconds() + ms * 1000LL;
+    if (ms >= 1000) {
+        WaitOnClock(ms / 1000 * SECOND, [](tint64 slice) {
+            SleepSlice(slice);  // a signal does not end this part
+            return false;
+        });
+    }
+    if (ms % 1000 == 0) return;
+    if (const tint64 rest = end - source.MonotonicMicroseconds(); rest > 0) SleepRest(rest);
+}
+
+void PUB_PrintError(const char* pFile, int iLine) {
+    const int error = errno;
+    fprintf(stderr, "%s %d ", pFile ? pFile : "", iLine);
+    errno = error;
+    perror("");
+}
+
+tuint32 GetTickCount() { return static_cast<tuint32>(TimeSource().MonotonicMicroseconds() / 1000); }
+
+time_t GetWallSeconds() { return static_cast<time_t>(TimeSource().WallMicroseconds() / SECOND); }
+
+LONGLONG GetCurrTime() { return TimeSource().WallMicroseconds(); }
+
+unsigned int GetCurrTime32() { return static_cast<unsigned int>(GetWallSeconds()); }
+
+LONGLONG TimeToDVRTime(const timeval& time) { return ToDVRTime(time.tv_sec) + time.tv_usec; }
+
+unsigned int TimeToDVRTime32(const timeval& time) { return static_cast<unsigned int>(TimeToDVRTime(time) / SECOND); }
+
+LONGLONG TmToDVRTime(const tm& time) {
+    tm copy = time;
+    return ToDVRTime(mktime(&copy));
+}
+
+unsigned int TmToDVRTime32(const tm& time) {
+    tm copy = time;
+    copy.tm_isdst = -1;
+    return static_cast<unsigned int>(mktime(&copy));
+}
+
+tm DVRTimeToTm(LONGLONG time) { return LocalTime(static_cast<time_t>(time / SECOND)); }
+
+tm DVRTime32ToTm(unsigned int time) { return LocalTime(static_cast<time_t>(time)); }
+
+LONGLONG GetZeroTimeOfDate(LONGLONG time) { return ToDVRTime(ZeroOfDay(time / SECOND)); }
+
+LONGLONG GetEndTimeOfDate(LONGLONG time) { return ToDVRTime(EndOfDay(time / SECOND)); }
+
+unsigned int GetZeroTimeOfDate32(unsigned int time) { return static_cast<unsigned int>(ZeroOfDay(time)); }
+
+unsigned int GetEndTimeOfDate32(unsigned int time) { return static_cast<unsigned int>(EndOfDay(time)); }
+
+void DVRTimeToDDTime(LONGLONG time, DD_TIME& date) {
+    const tm local = DVRTimeToTm(time);
+    date.second = static_cast<tuint8>(local.tm_sec);
+    date.minute = static_cast<tuint8>(local.tm_min);
+    date.hour = static_cast<tuint8>(local.tm_hour);
+    date.mday = static_cast<tuint8>(local.tm_mday);
+    date.month = static_cast<tuint8>(local.tm_mon);
+    date.year = static_cast<tuint16>(local.tm_year);
+}

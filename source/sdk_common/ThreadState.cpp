@@ -1,0 +1,53 @@
+#include "sdk_common/ThreadState.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <mutex>
+#include <new>
+
+CThreadState* CThreadState::Instance() {
+    static CThreadState state;
+    return &state;
+}
+
+CThreadState::CThreadState() { SetLastError(0); }
+
+CThreadState::~CThreadState() { delete[] m_pThreadState; }
+
+void CThreadState::SetLastError(DWORD lastError) {
+    std::lock_guard guard(m_lock);
+    if (THREAD_STATE* pState = Find(GetCurrThreadId())) {
+        pState->lastError = lastError;
+        return;
+    }
+    auto* pLonger = new (std::nothrow) THREAD_STATE[m_threadNum + 1];
+    if (!pLonger) return;
+    std::copy_n(m_pThreadState, m_threadNum, pLonger);
+    pLonger[m_threadNum] = {GetCurrThreadId(), lastError};
+    delete[] m_pThreadState;
+    m_pThreadState = pLonger;
+    ++m_threadNum;
+}
+
+DWORD CThreadState::GetLastError() {
+    std::lock_guard guard(m_lock);
+    const THREAD_STATE* pState = Find(GetCurrThreadId());
+    return pState ? pState->lastError : 0;
+}
+
+char* CThreadState::GetErrorMsg(LONG* pErrorNo) {
+    std::lock_guard guard(m_lock);
+    const THREAD_STATE* pState = Find(GetCurrThreadId());
+    if (pErrorNo && pState) *pErrorNo = pState->lastError;
+    return nullptr;
+}
+
+THREAD_ID CThreadState::GetCurrThreadId() { return getpid(); }
+
+THREAD_STATE* CThreadState::Find(THREAD_ID threadId) {
+    const auto pEnd = m_pThreadState + m_threadNum;
+    const auto pFound =
+        std::find_if(m_pThreadState, pEnd, [=](const THREAD_STATE& state) { return state.threadId == threadId; });
+    return pFound == pEnd ? nullptr : pFound;
+}

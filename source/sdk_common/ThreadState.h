@@ -1,0 +1,48 @@
+// The last-error store behind HLX_GetLastError. Every layer may set a number.
+#pragma once
+
+#include "HLX.h"
+#include "sdk_common/PubLock.h"
+
+using THREAD_ID = int;
+
+struct THREAD_STATE {
+    THREAD_ID threadId;
+    DWORD lastError;
+};
+
+/// Table of last errors by GetCurrThreadId(), which is the process id: in effect one number for the whole process,
+/// shared by all threads. It outlives HLX_Cleanup. Any thread; m_lock is a leaf lock.
+class CThreadState {
+public:
+    static CThreadState* Instance();
+    ~CThreadState();
+    CThreadState(const CThreadState&) = delete;
+    CThreadState& operator=(const CThreadState&) = delete;
+
+    void SetLastError(DWORD lastError);
+
+    /// The stored number, 0 if none.
+    DWORD GetLastError();
+
+    /// Writes the stored number to `*pErrorNo` if the pointer is not null and a number was ever stored. The result is
+    /// always null: the library has no texts.
+    char* GetErrorMsg(LONG* pErrorNo);
+
+private:
+    CThreadState();
+    static THREAD_ID GetCurrThreadId();
+    THREAD_STATE* Find(THREAD_ID threadId);  // m_lock held
+
+    CPUB_Lock m_lock;
+    int m_threadNum = 0;
+    THREAD_STATE* m_pThreadState = nullptr;
+};
+
+/// Stores `error` and gives the failure value `result` back, so that a failure is one line.
+template <class Result>
+Result Failure(HLX_ERROR error, Result result) {
+    CThreadState::Instance()->SetLastError(error);
+    return result;
+}
+inline bool Failure(HLX_ERROR error) { return Failure(error, false); }

@@ -1,0 +1,39 @@
+#include "support/TestSupport.h"
+
+#include <cstdlib>
+#include <iterator>
+#include <stdexcept>
+#include <thread>
+
+namespace fs = std::filesystem;
+
+bool WaitUntil(const std::function<bool()>& predicate, std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!predicate()) {
+        if (std::chrono::steady_clock::now() >= deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+int OpenDescriptorCount() {
+    constexpr int OWN = 1;  // the directory that is being read
+    return static_cast<int>(std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator())) - OWN;
+}
+
+int ThreadCount() {
+    // With the first thread of a process a sanitizer starts one of its own, which must be counted from the beginning.
+    [[maybe_unused]] static const bool bOnce = (std::thread([] {}).join(), true);
+    return static_cast<int>(std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator()));
+}
+
+CTempDir::CTempDir() {
+    std::string path = (fs::temp_directory_path() / "hlx-test-XXXXXX").string();
+    if (!mkdtemp(path.data())) throw std::runtime_error("no temporary directory");
+    m_path = path;
+}
+
+CTempDir::~CTempDir() {
+    std::error_code ignored;
+    fs::remove_all(m_path, ignored);
+}

@@ -1,0 +1,31 @@
+// What tests of every folder need: awaiting events, counting what a process holds, a place for files.
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+
+/// Looks at `predicate` every millisecond of real time until it is true (result true) or `timeout` is over (result
+/// false).
+bool WaitUntil(const std::function<bool()>& predicate, std::chrono::milliseconds timeout = std::chrono::seconds(10));
+
+/// Open descriptors of this process, those needed for counting left out.
+int OpenDescriptorCount();
+
+/// Threads of this process. A joined thread may be counted a moment longer: await the number with WaitUntil.
+int ThreadCount();
+
+/// A directory of its own, removed with all that is in it.
+class CTempDir {
+public:
+    CTempDir();
+    ~CTempDir();
+    CTempDir(const CTempDir&) = delete;
+    CTempDir& operator=(const CTempDir&) = delete;
+
+    const std::filesystem::path& Path() const { return m_path; }
+    std::string File(const char* pName) const { return (m_path / pName).string(); }
+
+private:
+    std::filesystem::path m_path;
+};
