@@ -1,0 +1,78 @@
+// All frame rings of the process, by buffer id.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "HLX.h"
+#include "netservice/NetDataBufferMan.h"
+#include "sdk_common/PubLock.h"
+#include "sdk_common/WaitEvent.h"
+
+/// Bit 10 of a buffer id tells live rings from playback rings.
+constexpr unsigned int LIVE_BUFFER_FLAG = 0x400;
+
+constexpr unsigned int LIVE_BUFFER_ID(LONG userID, LONG lChannel, LONG streamType) {
+    return static_cast<unsigned int>(streamType + userID * 2048 + lChannel * 4) | LIVE_BUFFER_FLAG;
+}
+constexpr unsigned int PLAYBACK_BUFFER_ID(LONG userID, LONG index) {
+    return static_cast<unsigned int>((index & 15) + userID * 2048 + 120) & ~LIVE_BUFFER_FLAG;
+}
+
+struct NET_DATA_BUFFER_MAN;
+
+/// Any thread; one producer and one consumer per ring. Lock order: m_bufferArrayLock, a ring's pReleaseLock, the ring's
+/// own lock. m_bufferArrayLock is held only to find a ring, so rings do not wait for each other; a ring that is removed
+/// meanwhile lives on until the operation is over.
+class CMultiNetDataBufferMan {
+public:
+    static CMultiNetDataBufferMan* Instance();
+
+    bool Initial();
+    /// Removes all rings at once. Called when their readers have ended: runs not released are void after it.
+    void Quit();
+
+    /// Makes a ring of `size` bytes. True also if the id exists already, whose ring then stays as it is. False if
+    /// memory is short.
+    bool AddBuffer(unsigned int bufferID, int size, bool bLive);
+
+    /// Takes a ring away. From the start the reader gets nothing more and frames are dropped. Blocks until the reader has released every
+    /// run that it took, so the reader must not call or wait for it.
+    void RemoveBuffer(unsigned int bufferID);
+
+    /// Stores a frame (data of `frame.length` bytes, copied). True when the producer is done with the frame: it was
+    /// stored, dropped, or the id is unknown. False: the ring is full, try the same frame again after a while; the
+    /// tenth try gives it up.
+    bool PushData(unsigned int bufferID, const HLX_FRAME_INFO& frame, const unsigned char* pData);
+
+    /// The next run of records; see CNetDataBufferMan. False for an unknown id or when nothing waits.
+    bool GetDataBuffer(unsigned int bufferID, unsigned char*& pBuffer, int& len);
+
+    /// Gives a run back, in the order of taking. Anything else than the oldest run changes nothing.
+    void ReleaseDataBuffer(unsigned int bufferID, unsigned char* pBuffer, int len);
+
+    /// The following give 0 for an unknown id.
+    int GetFreeBufferSize(unsigned int bufferID);
+    unsigned int GetLastFrameIndex(unsigned int bufferID);
+    /// Frames given up since the ring was made.
+    unsigned int GetLostFrames(unsigned int bufferID);
+
+    void SetChannelNeedIFrame(unsigned int bufferID, LONG lDeviceID, LONG lChannel, DWORD streamAttrib, bool bNeed);
+
+    /// Blocks the reader until data waits (true), or `ms` milliseconds are over, WakeReader is called or the ring is or
+    /// gets removed (false). False at once for an unknown id. No lock is held while waiting.
+    bool WaitForData(unsigned int bufferID, tuint32 ms);
+
+    /// Ends the WaitForData under way or, if there is none, the next one.
+    void WakeReader(unsigned int bufferID);
+
+private:
+    using BufferRef = std::shared_ptr<NET_DATA_BUFFER_MAN>;
+    CMultiNetDataBufferMan() = default;
+    std::vector<BufferRef>::iterator Place(unsigned int bufferID);  // m_bufferArrayLock held
+    BufferRef Find(unsigned int bufferID);
+    void Erase(const BufferRef& entry);
+
+    std::vector<BufferRef> m_dataBufferArray;  // sorted by id; guarded by m_bufferArrayLock
+    CPUB_Lock m_bufferArrayLock;
+};

@@ -1,0 +1,80 @@
+#include "netservice/SWLSocket.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+
+#include "sdk_common/PubTime.h"
+#include "sdk_common/TimeSource.h"
+
+namespace {
+
+std::atomic<int> g_initCount{0};
+
+int Number(SWL_socket_t sock) { return static_cast<int>(sock); }
+
+bool MayStillConnect(int error) { return error == EINPROGRESS || error == EAGAIN || error == EALREADY; }
+
+}  // namespace
+
+int SWL_Init() {
+    if (g_initCount.fetch_add(1) == 0) signal(SIGPIPE, SIG_IGN);
+    return 0;
+}
+
+int SWL_Quit() {
+    g_initCount.fetch_sub(1);
+    return 0;
+}
+
+SWL_socket_t SWL_CreateSocket(int iDomain, int iType, int iProtocol) {
+    const int sock = socket(iDomain, iType | SOCK_NONBLOCK | SOCK_CLOEXEC, iProtocol);
+    if (sock >= 0) SWL_SetOption(sock, SOL_SOCKET, SO_REUSEADDR, 1);
+    return sock;
+}
+
+int SWL_CloseSocket(SWL_socket_t sock) { return sock < 0 ? -1 : close(Number(sock)); }
+
+int SWL_Shutdown(SWL_socket_t sock, int iHow) { return shutdown(Number(sock), iHow); }
+
+int SWL_Bind(SWL_socket_t sock, const sockaddr* pAddr, socklen_t len) { return bind(Number(sock), pAddr, len); }
+
+int SWL_Listen(SWL_socket_t sock, int iBacklog) { return listen(Number(sock), iBacklog); }
+
+SWL_socket_t SWL_Accept(SWL_socket_t sock, sockaddr* pAddr, socklen_t* pLen) {
+    return accept4(Number(sock), pAddr, pLen, SOCK_NONBLOCK | SOCK_CLOEXEC);
+}
+
+int SWL_SetOption(SWL_socket_t sock, int iLevel, int iName, int iValue) {
+    return setsockopt(Number(sock), iLevel, iName, &iValue, sizeof(iValue));
+}
+
+int SWL_Connect(SWL_socket_t sock, const sockaddr* pServAddr, socklen_t len, int iTimeOut) {
+    if (connect(Number(sock), pServAddr, len) == 0 || errno == EISCONN) return 0;
+    if (!MayStillConnect(errno)) return -1;
+    pollfd watched{Number(sock), POLLOUT, 0};
+    if (ClockPoll(&watched, 1, iTimeOut < 0 ? 0 : iTimeOut) < 1) return -1;
+    int error = 0;
+    socklen_t size = sizeof(error);
+    if (getsockopt(Number(sock), SOL_SOCKET, SO_ERROR, &error, &size) != 0) return -1;
+    errno = error;
+    return error == 0 ? 0 : -1;
+}
+
+int SWL_Send(SWL_socket_t sock, const void* pBuf, int iLen, int) {
+    if (iLen < 0) return -1;
+    return static_cast<int>(send(Number(sock), pBuf, static_cast<size_t>(iLen), MSG_NOSIGNAL | MSG_DONTWAIT));
+}
+
+int SWL_Recv(SWL_socket_t sock, void* pBuf, int iLen, int) {
+    if (iLen < 0) return -1;
+    return static_cast<int>(recv(Number(sock), pBuf, static_cast<size_t>(iLen), MSG_DONTWAIT));
+}
+
+bool SDK_SWL_EWOULDBLOCK() { return errno == EAGAIN || errno == EWOULDBLOCK; }
+
+void SWL_PrintError(const char* pFile, int iLine) { PUB_PrintError(pFile, iLine); }

@@ -1,0 +1,209 @@
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <future>
+#include <thread>
+
+#include "netservice/ConnectProc.h"
+#include "netservice/ListenProc.h"
+#include "sdk_common/TimeSource.h"
+#include "support/MovedTime.h"
+#include "support/TestSupport.h"
+
+namespace {
+
+struct ACCEPTED {
+    std::atomic<int> count{0};
+    std::atomic<unsigned int> ip{0};
+    std::atomic<unsigned short> port{0};
+    static int OnAccept(CLIENT_SOCK_INFO* pInfo, void* pParam1, void* pParam2) {
+        auto& self = *static_cast<ACCEPTED*>(pParam1);
+        EXPECT_EQ(pParam2, nullptr);
+        self.ip = pInfo->dwIP;
+        self.port = pInfo->nPort;
+        ++self.count;
+        SWL_CloseSocket(pInfo->pTcpSock);
+        return 0;
+    }
+};
+
+/// A listening socket that never accepts and whose backlog is full, so that further connects stay under way.
+class CDeafPeer {
+public:
+    CDeafPeer() {
+        m_address.sin_family = AF_INET;
+        m_address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        m_sockets.push_back(SWL_CreateSocket(AF_INET, SOCK_STREAM, 0));
+        socklen_t len = sizeof(m_address);
+        auto* pAddress = reinterpret_cast<sockaddr*>(&m_address);
+        EXPECT_EQ(SWL_Bind(m_sockets[0], pAddress, len), 0);
+        EXPECT_EQ(SWL_Listen(m_sockets[0], 0), 0);
+        EXPECT_EQ(getsockname(static_cast<int>(m_sockets[0]), pAddress, &len), 0);
+        for (int i = 0; i < 3; ++i) {
+            m_sockets.push_back(SWL_CreateSocket(AF_INET, SOCK_STREAM, 0));
+            SWL_Connect(m_sockets.back(), pAddress, len, 50);
+        }
+    }
+    ~CDeafPeer() {
+        for (const SWL_socket_t sock : m_sockets) SWL_CloseSocket(sock);
+    }
+    unsigned short Port() const { return ntohs(m_address.sin_port); }
+
+private:
+    sockaddr_in m_address{};
+    std::vector<SWL_socket_t> m_sockets;
+};
+
+SWL_socket_t ConnectTo(const char* pAddress, unsigned short port, int timeOut = 2000) {
+    CSWL_ConnectProcEx* pConnect = CSWL_ConnectProcEx::NewConnectProc(pAddress, port);
+    const SWL_socket_t sock = pConnect->ConnectSynEx(timeOut);
+    pConnect->Destroy();
+    return sock;
+}
+
+}  // namespace
+
+TEST(Connect, ReachesAListenerAndTellsWhoCalled) {
+    ACCEPTED accepted;
+    CSWL_ListenProcEx listener(ACCEPTED::OnAccept, &accepted);
+    ASSERT_EQ(listener.StartListen(0), CSWL_ListenProcEx::LISTEN_OK);
+    EXPECT_EQ(listener.StartListen(0), CSWL_ListenProcEx::LISTEN_ALREADY_STARTED);
+    const unsigned short port = listener.GetListenPort();
+    ASSERT_NE(port, 0);
+    const SWL_socket_t sock = ConnectTo("127.0.0.1", port);
+    ASSERT_GE(sock, 0);
+    EXPECT_TRUE(WaitUntil([&] { return accepted.count == 1; }));
+    EXPECT_EQ(accepted.ip, htonl(INADDR_LOOPBACK));
+    EXPECT_NE(accepted.port, 0);
+    SWL_CloseSocket(sock);
+    listener.StopListen();
+    EXPECT_EQ(ConnectTo("127.0.0.1", port, 300), SWL_INVALID_SOCKET) << "nobody listens any more";
+    EXPECT_EQ(listener.StartListen(port), CSWL_ListenProcEx::LISTEN_OK) << "and again on the same port";
+}
+
+TEST(Connect, Ipv6TextsWorkBareAndInBrackets) {
+    const SWL_socket_t listener = SWL_CreateSocket(AF_INET6, SOCK_STREAM, 0);
+    sockaddr_in6 address{};
+    address.sin6_family = AF_INET6;
+    address.sin6_addr = in6addr_loopback;
+    socklen_t len = sizeof(address);
+    auto* pAddress = reinterpret_cast<sockaddr*>(&address);
+    if (SWL_Bind(listener, pAddress, len) != 0) GTEST_SKIP() << "no IPv6 here";
+    ASSERT_EQ(SWL_Listen(listener, 5), 0);
+    getsockname(static_cast<int>(listener), pAddress, &len);
+    for (const char* pText : {"[::1]", "::1", "[::1"}) {
+        const SWL_socket_t sock = ConnectTo(pText, ntohs(address.sin6_port));
+        EXPECT_GE(sock, 0) << pText;
+        SWL_CloseSocket(sock);
+    }
+    SWL_CloseSocket(listener);
+}
+
+TEST(Connect, SenselessAddressesFail) {
+    const int descriptors = OpenDescriptorCount();
+    for (const char* pText : {"", "[", "[]", "1.2.3.4.5", "::g", "host name"}) {
+        EXPECT_EQ(ConnectTo(pText, 80, 100), SWL_INVALID_SOCKET) << pText;
+    }
+    EXPECT_EQ(ConnectTo(nullptr, 80, 100), SWL_INVALID_SOCKET);
+    EXPECT_EQ(OpenDescriptorCount(), descriptors);
+}
+
+TEST(Connect, WaitIsBoundedAndEndedByDestroy) {
+    CDeafPeer peer;
+    {
+        CMovedTime time;
+        time.SetRate(20);
+        const tint64 start = TimeSource().MonotonicMicroseconds();
+        EXPECT_EQ(ConnectTo("127.0.0.1", peer.Port(), 2500), SWL_INVALID_SOCKET);
+        const tint64 waited = (TimeSource().MonotonicMicroseconds() - start) / 1000;
+        EXPECT_GE(waited, 2500);
+        EXPECT_LT(waited, 4000);
+    }
+    CSWL_ConnectProcEx* pConnect = CSWL_ConnectProcEx::NewConnectProc("127.0.0.1", peer.Port());
+    std::atomic<int> results{0};
+    const auto onConnect = [](SWL_socket_t sock, void* pParam, void*) {
+        EXPECT_EQ(sock, SWL_INVALID_SOCKET);
+        ++*static_cast<std::atomic<int>*>(pParam);
+        return 0;
+    };
+    ASSERT_TRUE(pConnect->ConnectAsynEx(onConnect, &results, 3600000));
+    EXPECT_FALSE(pConnect->ConnectAsynEx(onConnect, &results, 1000)) << "one try at a time";
+    const tint64 start = TimeSource().MonotonicMicroseconds();
+    pConnect->Destroy();
+    EXPECT_LT(TimeSource().MonotonicMicroseconds() - start, 1500000);
+    EXPECT_EQ(results, 1);
+}
+
+TEST(Connect, CallbackMayDestroyItsObject) {
+    ACCEPTED accepted;
+    CSWL_ListenProcEx listener(ACCEPTED::OnAccept, &accepted);
+    ASSERT_EQ(listener.StartListen(0), CSWL_ListenProcEx::LISTEN_OK);
+    struct TRY {
+        CSWL_ConnectProcEx* pConnect;
+        std::promise<SWL_socket_t> result;
+    } attempt{CSWL_ConnectProcEx::NewConnectProc("127.0.0.1", listener.GetListenPort()), {}};
+    const auto onConnect = [](SWL_socket_t sock, void* pParam, void*) {
+        auto& self = *static_cast<TRY*>(pParam);
+        self.pConnect->Destroy();
+        self.result.set_value(sock);
+        return 0;
+    };
+    const int threads = ThreadCount();
+    ASSERT_TRUE(attempt.pConnect->ConnectAsynEx(onConnect, &attempt, 5000));
+    const SWL_socket_t sock = attempt.result.get_future().get();
+    EXPECT_GE(sock, 0);
+    SWL_CloseSocket(sock);
+    EXPECT_TRUE(WaitUntil([&] { return ThreadCount() <= threads + 1; }));  // one may be the thread that joins others
+}
+
+TEST(Listen, PortInUseIsTriedForTwoMinutesOrUntilStopped) {
+    CMovedTime time;
+    const CDeafPeer owner;
+    CSWL_ListenProcEx listener(ACCEPTED::OnAccept, nullptr);
+    std::thread stopper([&] {
+        EXPECT_FALSE(WaitUntil([&] { return listener.GetListenPort() != 0; }, std::chrono::milliseconds(20)));
+        listener.StopListen();
+    });
+    EXPECT_EQ(listener.StartListen(owner.Port()), CSWL_ListenProcEx::LISTEN_BIND_FAILED);
+    stopper.join();
+    time.SetRate(1000);
+    const tint64 start = TimeSource().MonotonicMicroseconds();
+    EXPECT_EQ(listener.StartListen(owner.Port()), CSWL_ListenProcEx::LISTEN_BIND_FAILED);
+    EXPECT_GE(TimeSource().MonotonicMicroseconds() - start, 118 * 1000000LL);
+    time.SetRate(1);
+    EXPECT_EQ(listener.StartListen(0), CSWL_ListenProcEx::LISTEN_OK) << "works after a failure";
+    listener.StopListen();
+}
+
+TEST(Listen, SurvivesAShortageOfDescriptorsWithoutSpinning) {
+    ACCEPTED accepted;
+    CSWL_ListenProcEx listener(ACCEPTED::OnAccept, &accepted);
+    ASSERT_EQ(listener.StartListen(0), CSWL_ListenProcEx::LISTEN_OK);
+    const SWL_socket_t sock = SWL_CreateSocket(AF_INET, SOCK_STREAM, 0);
+    rlimit old{};
+    getrlimit(RLIMIT_NOFILE, &old);
+    rlimit none = old;
+    none.rlim_cur = 3;  // those are taken
+    setrlimit(RLIMIT_NOFILE, &none);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(listener.GetListenPort());
+    EXPECT_EQ(SWL_Connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof(address), 2000), 0);
+    rusage before{}, after{};
+    getrusage(RUSAGE_SELF, &before);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_EQ(accepted.count, 0);
+    EXPECT_LE(after.ru_nvcsw - before.ru_nvcsw, 20);
+    EXPECT_LT(after.ru_utime.tv_usec + after.ru_stime.tv_usec - before.ru_utime.tv_usec - before.ru_stime.tv_usec,
+              100000);
+    setrlimit(RLIMIT_NOFILE, &old);
+    EXPECT_TRUE(WaitUntil([&] { return accepted.count == 1; }));
+    SWL_CloseSocket(sock);
+}

@@ -1,0 +1,154 @@
+#include <thread>
+
+#include "EngineFixture.h"
+#include "support/MovedTime.h"
+
+using MultiNetSend = EngineFixture;
+
+namespace {
+
+/// Makes the socket's own buffer small and fills it, so that nothing more goes out until the peer reads. The count of bytes.
+size_t FillSocket(CSWL_MultiNetComm& engine, int deviceID) {
+    size_t filled = 0;
+    const std::string bytes(1000, 'f');
+    for (int sent = 1; sent > 0; filled += static_cast<size_t>(sent)) {
+        sent = engine.SendBuff(deviceID, bytes.data(), 1000, false, 0);
+        if (sent < 0) return 0;
+    }
+    return filled;
+}
+
+}  // namespace
+
+TEST_F(MultiNetSend, FramesOrLeavesAsItIs) {
+    const int peer = AddManual();
+    EXPECT_EQ(m_engine.SendData(LINK, "framed", 6, false, false), 0);
+    EXPECT_EQ(m_engine.SendData(LINK, "raw", 3, false, true), 0);
+    EXPECT_EQ(Read(peer, 17), Framed("framed") + "raw");
+    EXPECT_EQ(m_engine.SendDataSync(LINK, "sync", 4, true), 4);
+    EXPECT_EQ(Read(peer, 4), "sync");
+    EXPECT_EQ(m_engine.SendData(LINK, "x", -1, true, false), -1);
+    EXPECT_EQ(m_engine.SendData(LINK, nullptr, 1, true, false), -1);
+    EXPECT_EQ(m_engine.SendData(99, "x", 1, true, false), -1);
+    EXPECT_EQ(m_engine.SendBuff(99, "x", 1, true, 0), -2);
+    EXPECT_EQ(m_engine.SendDataSync(99, "x", 1, true), -2);
+    EXPECT_EQ(m_engine.SendDataSync(LINK, nullptr, 1, true), -1);
+}
+
+TEST_F(MultiNetSend, SlowReaderGetsEveryByteOnce) {
+    const int peer = AddManual();
+    std::string expected;
+    std::thread sender([&] {
+        for (int i = 0; i < 400; ++i) {
+            const std::string message = Noise(i * 13 % 4000, i);
+            expected += Framed(message);
+            EXPECT_EQ(m_engine.SendData(LINK, message.data(), static_cast<int>(message.size()), true, false), 0);
+        }
+    });
+    std::string got;
+    for (int i = 0; i < 400; ++i) got += Read(peer, i * 13 % 4000 + 8);
+    sender.join();
+    EXPECT_TRUE(got == expected);
+}
+
+TEST_F(MultiNetSend, LargeMessageRaisesTheLimit) {
+    const int peer = AddManual();
+    m_engine.SetBufferMaxLen(LINK, 100);
+    const std::string withinPool = Noise(2000), beyondPool = Noise(50000, 2);
+    for (const std::string& message : {withinPool, beyondPool}) {
+        EXPECT_EQ(m_engine.SendData(LINK, message.data(), static_cast<int>(message.size()), true, false), 0);
+        EXPECT_TRUE(Read(peer, message.size() + 8) == Framed(message));
+    }
+    EXPECT_EQ(m_engine.SendData(LINK, "x", INT_MAX, true, false), -1) << "the sum with its head would overflow";
+}
+
+TEST_F(MultiNetSend, FullBufferRefusesAtOnceOrWaitsForRoom) {
+    CMovedTime time;
+    const int peer = AddManual();
+    const size_t inSocket = FillSocket(m_engine, LINK);
+    ASSERT_GT(inSocket, 0u);
+    const std::string message = Noise(3000);
+    EXPECT_EQ(m_engine.SendData(LINK, message.data(), 3000, false, false), 0);
+    EXPECT_EQ(m_engine.SendData(LINK, message.data(), 3000, false, false), -1);
+    time.SetRate(200);
+    EXPECT_EQ(m_engine.SendData(LINK, message.data(), 3000, true, false), -1) << "given up after 15 s";
+    time.SetRate(1);
+    std::thread reader([&] { EXPECT_EQ(Read(peer, inSocket + 6016).size(), inSocket + 6016); });
+    EXPECT_EQ(m_engine.SendData(LINK, message.data(), 3000, true, false), 0);
+    reader.join();
+    m_engine.Destroy();  // before the clock goes
+}
+
+// One row: what ends the wait of a sender or reader for whom there is no room or no byte.
+TEST_F(MultiNetSend, WaitsEndWithTheLink) {
+    const std::string message = Noise(4000);
+    enum { REMOVED, BROKEN, DESTROYED };
+    for (const int how : {REMOVED, BROKEN, DESTROYED}) {
+        const int full = AddManual(1 + 10 * how), silent = AddManual(2 + 10 * how);
+        FillSocket(m_engine, 1 + 10 * how);
+        EXPECT_EQ(m_engine.SendData(1 + 10 * how, message.data(), 4000, false, false), 0);
+        std::atomic<int> ended{0};
+        std::vector<std::thread> waiters;
+        const auto wait = [&](std::function<int()> call) {
+            waiters.emplace_back([&ended, call] {
+                EXPECT_LT(call(), 0);
+                ++ended;
+            });
+        };
+        wait([&] { return m_engine.SendData(1 + 10 * how, message.data(), 4000, true, false); });
+        wait([&] { return m_engine.SendDataSync(1 + 10 * how, message.data(), 4000, true); });
+        wait([&] {
+            char byte;
+            return m_engine.RecvData(2 + 10 * how, &byte, 1, true, 3600);
+        });
+        // None of them has a lock that others need.
+        EXPECT_EQ(m_engine.SendData(2 + 10 * how, "x", 1, false, true), 0);
+        EXPECT_EQ(Read(silent, 1), "x");
+        if (how == REMOVED) m_engine.RemoveComm(1 + 10 * how), m_engine.RemoveComm(2 + 10 * how);
+        if (how == BROKEN) shutdown(full, SHUT_RDWR), shutdown(silent, SHUT_RDWR);
+        if (how == DESTROYED) m_engine.Destroy();
+        EXPECT_TRUE(WaitUntil([&] { return ended == 3; }, std::chrono::seconds(5))) << how;
+        for (std::thread& waiter : waiters) waiter.join();
+    }
+}
+
+TEST_F(MultiNetSend, NothingComesBetweenThePartsOfAMessage) {
+    const int peer = AddManual();
+    // A queued message is cut by the full socket; one sent past the queue must come behind its end.
+    const std::string queued = Noise(400000), other(100, 'o');
+    EXPECT_EQ(m_engine.SendData(LINK, queued.data(), 400000, false, false), 0);
+    EXPECT_EQ(m_engine.SendData(LINK, other.data(), 100, true, false), 0);
+    std::string got = Read(peer, 1);
+    std::thread sync([&] { EXPECT_EQ(m_engine.SendDataSync(LINK, "SYNC", 4, true), 4); });
+    got += Read(peer, 8 + 400000 + 8 + 100 + 4 - 1);
+    sync.join();
+    EXPECT_TRUE(got == Framed(queued) + "SYNC" + Framed(other) || got == Framed(queued) + Framed(other) + "SYNC");
+}
+
+TEST_F(MultiNetSend, QueueAndHeartbeatWaitWhileASynchronousMessageIsPartlySent) {
+    const int peer = AddManual();
+    const std::string message = Noise(2000000);
+    const int part = m_engine.SendDataSync(LINK, message.data(), 2000000, false);
+    ASSERT_GT(part, 0);
+    ASSERT_LT(part, 2000000);
+    EXPECT_EQ(m_engine.SendData(LINK, "queued", 6, false, false), 0);
+    EXPECT_TRUE(Read(peer, part) == message.substr(0, part));
+    std::string rest;
+    for (int done = part; done < 2000000;) {
+        const int count = m_engine.SendDataSync(LINK, message.data() + done, 2000000 - done, false);
+        ASSERT_GE(count, 0);
+        done += count;
+        rest += Read(peer, count);
+    }
+    EXPECT_TRUE(rest == message.substr(part));
+    EXPECT_EQ(Read(peer, 14), Framed("queued"));
+}
+
+TEST_F(MultiNetSend, QueuedBytesGetATryBeforeTheClose) {
+    for (int i = 0; i < 50; ++i) {
+        const int peer = AddManual();
+        EXPECT_EQ(m_engine.SendData(LINK, "logout", 6, false, false), 0);
+        EXPECT_EQ(m_engine.RemoveComm(LINK), 0);
+        EXPECT_EQ(Read(peer, 20), Framed("logout"));
+    }
+}

@@ -1,0 +1,135 @@
+#include <sys/resource.h>
+
+#include <thread>
+
+#include "EngineFixture.h"
+#include "support/MovedTime.h"
+
+namespace {
+
+class MultiNetTime : public EngineFixture {
+protected:
+    /// Moves time on in steps that the engine does not take for its own absence.
+    void Pass(int milliseconds) {
+        for (int left = milliseconds; left > 0; left -= 1000) {
+            m_time.Advance(std::min(left, 1000));
+            Round();
+        }
+    }
+    /// Waits until the engine has made a whole round: a message to itself has come and gone after the move.
+    void Round() {
+        for (int i = 0; i < 2; ++i) {
+            const size_t before = m_clock.Messages().size();
+            Write(m_clockPeer, Framed("tick"));
+            ASSERT_TRUE(m_clock.AwaitMessages(before + 1));
+        }
+    }
+    void SetUp() override {
+        EngineFixture::SetUp();
+        m_clockPeer = AddManual(1000);
+        m_engine.SetAutoRecvCallback(1000, CReceiver::OnData, &m_clock);
+        m_engine.SetRecvMode(1000, true);
+    }
+
+    CMovedTime m_time;
+    CReceiver m_clock;
+    int m_clockPeer = -1;
+};
+
+}  // namespace
+
+TEST_F(MultiNetTime, SilentLinkDiesAfterThirtySeconds) {
+    AddAutomatic();
+    Pass(29000);
+    EXPECT_EQ(m_receiver.BrokenCount(), 0u);
+    Pass(3000);
+    EXPECT_TRUE(m_receiver.AwaitBroken());
+}
+
+TEST_F(MultiNetTime, HeartbeatsKeepALinkAndDeliverNothing) {
+    const int peer = AddAutomatic();
+    for (int i = 0; i < 5; ++i) {
+        Pass(20000);
+        Write(peer, Framed(""));
+        Round();
+    }
+    EXPECT_EQ(m_receiver.BrokenCount(), 0u);
+    EXPECT_TRUE(m_receiver.Messages().empty());
+}
+
+// One row: how the clocks move, after which a link that was silent all the time is still there.
+TEST_F(MultiNetTime, ClockChangesAndOwnAbsenceAreNoFaultOfALink) {
+    AddAutomatic();
+    Pass(20000);
+    for (const tint64 jump : {65000, 40000, 6000, 3600000, -3600000, -20000}) {
+        m_time.JumpWall(jump);
+        Round();
+        Pass(20000);
+        EXPECT_EQ(m_receiver.BrokenCount(), 0u) << jump;
+    }
+}
+
+TEST_F(MultiNetTime, HeartbeatGoesOutEverySevenAndAHalfSeconds) {
+    const int peer = AddAutomatic();
+    Pass(7000);
+    EXPECT_EQ(ReadWaiting(peer), "");
+    Pass(1000);
+    EXPECT_EQ(Read(peer, 8), Framed(""));
+    Pass(5000);
+    EXPECT_EQ(m_engine.SendData(LINK, "data", 4, false, true), 0);
+    EXPECT_EQ(Read(peer, 4), "data");
+    Pass(7000);
+    EXPECT_EQ(ReadWaiting(peer), "") << "data says as much as a heartbeat";
+    m_time.JumpWall(-60000);
+    Round();
+    EXPECT_EQ(Read(peer, 8), Framed("")) << "the last one seems to lie in the future";
+    const std::string message = Noise(2000000);
+    const int part = m_engine.SendDataSync(LINK, message.data(), 2000000, false);
+    ASSERT_LT(part, 2000000);
+    EXPECT_TRUE(Read(peer, part) == message.substr(0, part));
+    Pass(16000);
+    EXPECT_EQ(ReadWaiting(peer), "") << "inside a message that is partly sent";
+}
+
+TEST(MultiNetCost, IdleEngineSleepsAndIdleLinksAreSmall) {
+#if defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the sanitizer's own memory and wake-ups would be counted";
+#endif
+    constexpr int LINKS = 200;
+    CSWL_MultiNetComm engine;
+    ASSERT_TRUE(engine.Init(262144));
+    std::vector<int> peers;
+    const auto residentPages = [] {
+        long total = 0, resident = 0;
+        FILE* pFile = fopen("/proc/self/statm", "r");
+        EXPECT_EQ(fscanf(pFile, "%ld %ld", &total, &resident), 2);
+        fclose(pFile);
+        return resident;
+    };
+    const long before = residentPages();
+    CReceiver receiver;
+    for (int i = 0; i < LINKS; ++i) {
+        int pair[2];
+        ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
+        ASSERT_EQ(engine.AddNewComm(i, SWL_socket_t{pair[0]}), 0);
+        engine.SetRecvMode(i, true);
+        engine.SetAutoRecvCallback(i, CReceiver::OnData, &receiver);
+        ASSERT_EQ(engine.SendData(i, "small", 5, false, false), 0);
+        peers.push_back(pair[1]);
+    }
+    for (const int peer : peers) {
+        char bytes[13];
+        ASSERT_EQ(recv(peer, bytes, sizeof(bytes), MSG_WAITALL), 13);
+    }
+    EXPECT_LE((residentPages() - before) * 4096 / LINKS, 16 * 1024);
+    const auto switches = [] {
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        return usage.ru_nvcsw;
+    };
+    const long start = switches();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1200));
+    EXPECT_LE(switches() - start, 8) << "wake-ups in 1.2 s";
+    engine.Destroy();
+    for (const int peer : peers) close(peer);
+}
