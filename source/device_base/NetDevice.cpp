@@ -1,0 +1,22 @@
+#include "device_base/NetDevice.h"
+
+#include "sdk_common/WireReader.h"
+
+NET_MESSAGE_CALLBACK CNetDevice::m_pfnMessageCallback = nullptr;
+void* CNetDevice::m_pCallbackUser = nullptr;
+
+BOOL CNetDevice::SetDVRMessageCallBack(NET_MESSAGE_CALLBACK fMessageCallBack, void* pUser) {
+    m_pfnMessageCallback = fMessageCallBack;
+    m_pCallbackUser = pUser;
+    return 1;
+}
+
+BOOL CNetDevice::SetDeviceID(LONG lDeviceID) {
+    m_deviceID = lDeviceID;
+    return 1;
+}
+
+BOOL CNetDevice::SetDeviceIp(char* sDeviceIP) {
+    if (sDeviceIP) CopyText(m_deviceIp, sDeviceIP);
+    return 1;
+}

@@ -1,0 +1,122 @@
+#include "main_utility/device/DeviceTable.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "sdk_common/PubTime.h"
+
+/// Holds m_callbackLock for anyone but the engine's thread, which lets it go first.
+class CDeviceTable::CallbackTurn {
+   public:
+    explicit CallbackTurn(CDeviceTable& table) : m_table(table) {
+        ++m_table.m_waitingForCallbackLock;
+        m_table.m_callbackLock.Lock();
+        --m_table.m_waitingForCallbackLock;
+    }
+    ~CallbackTurn() { m_table.m_callbackLock.UnLock(); }
+    CallbackTurn(const CallbackTurn&) = delete;
+    CallbackTurn& operator=(const CallbackTurn&) = delete;
+
+   private:
+    CDeviceTable& m_table;
+};
+
+/// Holds the three locks in their order for one change of the lists.
+class CDeviceTable::Change {
+   public:
+    explicit Change(CDeviceTable& table)
+        : m_reconn(table.m_deviceReconnLock), m_comm(table.m_deviceCommLock), m_callback(table) {}
+
+   private:
+    std::lock_guard<CPUB_Lock> m_reconn;
+    std::lock_guard<CPUB_Lock> m_comm;
+    CallbackTurn m_callback;
+};
+
+CDeviceTable::CallbackGuard::CallbackGuard(CDeviceTable& table) : m_table(table) {
+    while (m_table.m_waitingForCallbackLock.load() > 0) PUB_Sleep(1);
+    m_table.m_callbackLock.Lock();
+}
+
+CDeviceTable::CallbackGuard::~CallbackGuard() { m_table.m_callbackLock.UnLock(); }
+
+bool CDeviceTable::Append(const Session& session, LONG lParent) {
+    Change change(*this);
+    if (lParent != 0) {
+        if (!Find(lParent)) return false;
+        m_extraStreamIdList.push_back({static_cast<int>(lParent), session->lHandle});
+    }
+    m_deviceList.push_back(session);
+    return true;
+}
+
+void CDeviceTable::Take(const Session& session) {
+    Change change(*this);
+    m_deviceList.remove(session);
+}
+
+CDeviceTable::Session CDeviceTable::TakeLoggedIn(LONG lUserID) {
+    Change change(*this);
+    const auto found = std::find_if(m_deviceList.begin(), m_deviceList.end(), [&](const Session& session) {
+        return session->lHandle == lUserID && session->wCanReconnect;
+    });
+    if (found == m_deviceList.end()) return nullptr;
+    Session session = std::move(*found);
+    m_deviceList.erase(found);
+    return session;
+}
+
+void CDeviceTable::ForgetExtra(LONG lExtraStreamID) {
+    Change change(*this);
+    m_extraStreamIdList.remove_if([&](const EXTRA_STREAM_ID& extra) { return extra.lExtraStreamID == lExtraStreamID; });
+}
+
+std::vector<LONG> CDeviceTable::TakeExtras(LONG lParent) {
+    Change change(*this);
+    std::vector<LONG> extras;
+    m_extraStreamIdList.remove_if([&](const EXTRA_STREAM_ID& extra) {
+        if (extra.lLoginID != lParent) return false;
+        extras.push_back(extra.lExtraStreamID);
+        return true;
+    });
+    return extras;
+}
+
+bool CDeviceTable::Confirm(const Session& session, LONG lParent) {
+    Change change(*this);
+    const bool bWanted =
+        lParent == 0 || std::any_of(m_extraStreamIdList.begin(), m_extraStreamIdList.end(), [&](const auto& extra) {
+            return extra.lLoginID == lParent && extra.lExtraStreamID == session->lHandle;
+        });
+    if (bWanted) session->wCanReconnect = 1;
+    return bWanted;
+}
+
+std::vector<CDeviceTable::Session> CDeviceTable::Snapshot() {
+    CallbackTurn turn(*this);
+    return {m_deviceList.begin(), m_deviceList.end()};
+}
+
+bool CDeviceTable::IsListed(const Session& session) {
+    CallbackTurn turn(*this);
+    return std::find(m_deviceList.begin(), m_deviceList.end(), session) != m_deviceList.end();
+}
+
+std::list<CDeviceTable::Session> CDeviceTable::TakeAll() {
+    Change change(*this);
+    m_extraStreamIdList.clear();
+    return std::exchange(m_deviceList, {});
+}
+
+CDeviceTable::Session CDeviceTable::Pin(LONG lUserID) {
+    std::lock_guard guard(m_deviceCommLock);
+    const auto found = std::find_if(m_deviceList.begin(), m_deviceList.end(),
+                                    [&](const Session& session) { return session->lHandle == lUserID; });
+    return found == m_deviceList.end() ? nullptr : *found;
+}
+
+NET_DEVICE_RES* CDeviceTable::Find(LONG lUserID) const {
+    for (const auto& session : m_deviceList)
+        if (session->lHandle == lUserID) return session.get();
+    return nullptr;
+}

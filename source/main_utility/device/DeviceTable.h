@@ -1,0 +1,84 @@
+// The table of device sessions and its three locks.
+#pragma once
+
+#include <atomic>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "device_base/NetDevice.h"
+#include "sdk_common/PubLock.h"
+
+/// The parent's session and the further session that was made for one more stream of it.
+struct EXTRA_STREAM_ID {
+    int lLoginID;
+    int lExtraStreamID;
+};
+
+/// All sessions by user id. A change of the lists holds all three locks, taken in the order of their declaration, so a
+/// reader needs only one of them: the reconnect thread holds the first, forwarding calls the second, the engine's
+/// callback the third.
+class CDeviceTable {
+public:
+    using Session = std::shared_ptr<NET_DEVICE_RES>;
+
+    /// Puts a new session in. With `lParent` not 0 it is a further session of that parent; false when the parent is
+    /// gone.
+    bool Append(const Session& session, LONG lParent);
+
+    /// Takes a session out, which from then on gets no callback and no forwarded call.
+    void Take(const Session& session);
+
+    /// The same by id, only if it has logged in; null otherwise. The caller holds what is now maybe the last pin.
+    Session TakeLoggedIn(LONG lUserID);
+
+    /// Takes the pair of a further session out of the extra list.
+    void ForgetExtra(LONG lExtraStreamID);
+
+    /// Takes all pairs of a parent out and gives the further sessions' ids.
+    std::vector<LONG> TakeExtras(LONG lParent);
+
+    /// Marks a session as logged in, once it is still wanted: false for a further session whose parent left meanwhile.
+    bool Confirm(const Session& session, LONG lParent);
+
+    /// Pins on all sessions. Does not wait for requests that are under way.
+    std::vector<Session> Snapshot();
+
+    /// True while the session stands in the table.
+    bool IsListed(const Session& session);
+
+    /// Takes everything out.
+    std::list<Session> TakeAll();
+
+    /// A pin on a session, null for an unknown id. Takes m_deviceCommLock for the lookup.
+    Session Pin(LONG lUserID);
+
+    /// The session of an id, null for an unknown one. The caller holds one of the three locks.
+    NET_DEVICE_RES* Find(LONG lUserID) const;
+
+    /// Holds m_callbackLock for one message. Lets a waiting change go first: the engine's thread takes the lock again
+    /// at once after each message, and while a full ring makes it slow a change would hardly ever come in.
+    class CallbackGuard {
+    public:
+        explicit CallbackGuard(CDeviceTable& table);
+        ~CallbackGuard();
+        CallbackGuard(const CallbackGuard&) = delete;
+        CallbackGuard& operator=(const CallbackGuard&) = delete;
+
+    private:
+        CDeviceTable& m_table;
+    };
+
+    CPUB_Lock m_deviceReconnLock;
+    CPUB_Lock m_deviceCommLock;
+    CPUB_Lock m_callbackLock;
+
+private:
+    class Change;
+    class CallbackTurn;
+
+    std::list<Session> m_deviceList;
+    std::list<EXTRA_STREAM_ID> m_extraStreamIdList;
+    std::atomic<int> m_waitingForCallbackLock{0};  // threads other than the engine's that want m_callbackLock
+};

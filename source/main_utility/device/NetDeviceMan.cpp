@@ -1,0 +1,231 @@
+#include "main_utility/device/NetDeviceMan.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include "sdk_common/WireReader.h"
+
+namespace {
+
+constexpr int LINK_SEND_BUFFER = 262144;  // bytes
+constexpr int MAX_DEVICE_ID = 2097144;    // the id behind it is 1 again
+constexpr int RTSP_URL_SIZE = 256;        // bytes that GetRtspUrl may write
+
+/// A text that the session keeps for a reconnect must fit whole.
+bool FitsSession(const char* pText) { return pText && std::strlen(pText) < sizeof(NET_DEVICE_RES::sUserName); }
+
+}  // namespace
+
+int CNetDeviceMan::s_deviceID = 1;
+
+/// A new link until the engine has it.
+struct CNetDeviceMan::LINK {
+    SWL_socket_t sock = -1;
+    PRE_SEND_DATA pre{};
+    int resultType = HLX_CONNECT_TCP;
+    CSWL_MultiNet* pEngine = nullptr;
+
+    ~LINK() {
+        if (sock != -1) SWL_CloseSocket(sock);
+    }
+};
+
+CNetDeviceMan* CNetDeviceMan::Instance() {
+    static CNetDeviceMan instance;
+    return &instance;
+}
+
+bool CNetDeviceMan::Initial() {
+    m_connector.Interrupt(false);
+    return m_multiNetComm.Init(LINK_SEND_BUFFER);
+}
+
+bool CNetDeviceMan::Start() {
+    m_connector.Interrupt(false);
+    return true;
+}
+
+void CNetDeviceMan::Stop() { m_connector.Interrupt(true); }
+
+void CNetDeviceMan::Quit() {
+    m_multiNetComm.Destroy();
+    m_table.TakeAll();
+}
+
+BOOL CNetDeviceMan::SetConnectTime(DWORD dwWaitTime, DWORD dwTryTimes) {
+    if (dwWaitTime == 0 || dwTryTimes == 0) return Failure(HLX_PARAMETER_ERROR);
+    m_connector.SetConnectTime(dwWaitTime, dwTryTimes);
+    return 1;
+}
+
+BOOL CNetDeviceMan::SetReconnect(DWORD dwInterval, BOOL bEnableRecon) {
+    m_dwReconnInterval = dwInterval;
+    m_bEnableReconn = bEnableRecon;
+    return 1;
+}
+
+void CNetDeviceMan::SetReconnectCallback(RECONNECT_CALLBACK pfnReconnCBFun, void* pUser) {
+    std::lock_guard guard(m_callbackPairLock);
+    m_pfnReconnCBFun = pfnReconnCBFun;
+    m_pUser = pUser;
+}
+
+BOOL CNetDeviceMan::SetExceptionCallback(UINT, HWND, EXCEPTION_CALLBACK, void*) { return Failure(HLX_NOSUPPORT); }
+BOOL CNetDeviceMan::SetNat2Addr(const char*, WORD) { return Failure(HLX_NOSUPPORT); }
+BOOL CNetDeviceMan::SetRegisterPort(WORD, const REG_LOGIN_INFO*, int) { return Failure(HLX_NOSUPPORT); }
+BOOL CNetDeviceMan::AddRegisterDeviceInfo(const REG_LOGIN_INFO*, int) { return Failure(HLX_NOSUPPORT); }
+BOOL CNetDeviceMan::SetRegisterCallback(ACCEPT_REGISTER_CALLBACK, void*) { return Failure(HLX_NOSUPPORT); }
+BOOL CNetDeviceMan::SetUnRegisterCallback(ACCEPT_UNREGISTER_CALLBACK, void*) { return Failure(HLX_NOSUPPORT); }
+BOOL CNetDeviceMan::SetSubscribCallBack(SUBSCRIBE_CALLBACK, void*) { return Failure(HLX_NOSUPPORT); }
+
+LONG CNetDeviceMan::AddDevice(const char* sDVRIP, WORD wDVRPort, const char* sUserName, const char* sPassWord,
+                              LPHLX_DEVICEINFO lpDeviceInfo, LONG lConnectType, const char* sDevSN, LONG luserId) {
+    const char* pSerial = sDevSN ? sDevSN : "";
+    if (!FitsSession(sDVRIP) || !FitsSession(sUserName) || !FitsSession(sPassWord) || !FitsSession(pSerial))
+        return Failure(HLX_PARAMETER_ERROR, LONG{-1});
+    LINK link;
+    if (!ConnectDevice(sDVRIP, wDVRPort, lConnectType, link)) return -1;
+
+    const auto session = std::make_shared<NET_DEVICE_RES>();
+    session->wDevicePort = wDVRPort;
+    CopyText(session->sDeviceIP, sDVRIP);
+    CopyText(session->sUserName, sUserName);
+    CopyText(session->sPassword, sPassWord);
+    CopyText(session->sDevSN, pSerial);
+    if (!EnterSession(link, session, luserId)) return -1;
+    HLX_DEVICEINFO deviceInfo{};
+    if (LoginSession(session, &deviceInfo, luserId)) {
+        if (lpDeviceInfo) *lpDeviceInfo = deviceInfo;
+        return session->lHandle;
+    }
+    DropSession(session);
+    return -1;
+}
+
+/// NAT connects and their engines come with their own part of the library; until then such a device cannot be reached.
+bool CNetDeviceMan::ConnectDevice(const char* sDVRIP, WORD wDVRPort, LONG lConnectType, LINK& link) {
+    if (lConnectType < HLX_CONNECT_TCP || lConnectType >= HLX_CONNECT_END) return Failure(HLX_PARAMETER_ERROR);
+    if (lConnectType != HLX_CONNECT_TCP) return Failure(HLX_NETWORK_FAIL_CONNECT);
+    link.pEngine = &m_multiNetComm;
+    if (m_connector.ConnectServerUseTCP(sDVRIP, wDVRPort, link.sock, link.pre)) return true;
+    return Failure(HLX_NETWORK_FAIL_CONNECT);
+}
+
+/// Makes the device behind a link and enters it in the table; the engine then owns the socket.
+bool CNetDeviceMan::EnterSession(LINK& link, const Session& session, LONG luserId) {
+    std::lock_guard loginGuard(m_LoignFunLock);
+    if (!m_fMakeDevice(link.pre, *session)) return Failure(HLX_VERSION_NOMATCH);
+    session->lHandle = s_deviceID;
+    session->lConnectType = link.resultType;
+    session->lProtocolVer = static_cast<int>(link.pre.dwProtocolVer);
+    CNetDevice& device = *session->pNetDevice;
+    device.SetEncryptInfo(link.pre);
+    if (session->pConfigParser) session->pConfigParser->SetEncryptInfo(link.pre);
+    device.SetNetHandle(link.pEngine);
+    device.SetDeviceID(session->lHandle);
+    device.SetDeviceIp(session->sDeviceIP);
+    if (!m_table.Append(session, luserId)) return Failure(HLX_PARAMETER_ERROR);
+    AdvanceDeviceID();
+    if (HandLinkToEngine(session->lHandle, link)) return true;
+    DropSession(session);
+    return Failure(HLX_ALLOC_RESOURCE_ERROR);
+}
+
+bool CNetDeviceMan::HandLinkToEngine(LONG lHandle, LINK& link) {
+    const int deviceID = static_cast<int>(lHandle);
+    if (link.pEngine->AddNewComm(deviceID, link.sock) != 0) return false;
+    link.sock = -1;
+    link.pEngine->SetAutoRecvCallback(deviceID, MultiNetCommCallback, this);
+    link.pEngine->SetRecvMode(deviceID, true);
+    return true;
+}
+
+void CNetDeviceMan::AdvanceDeviceID() {
+    if (++s_deviceID > MAX_DEVICE_ID) s_deviceID = 1;
+}
+
+/// Logs in with no lock held, so that logins to different devices overlap.
+bool CNetDeviceMan::LoginSession(const Session& session, LPHLX_DEVICEINFO lpDeviceInfo, LONG luserId) {
+    if (!session->pNetDevice->Login(session->sUserName, session->sPassword, lpDeviceInfo)) return false;
+    std::lock_guard loginGuard(m_LoignFunLock);
+    lpDeviceInfo->devicePort = session->wDevicePort;
+    if (session->pConfigParser) session->pConfigParser->SetDeivceInfo(lpDeviceInfo);
+    if (m_table.Confirm(session, luserId)) return true;
+    session->pNetDevice->Logout();
+    return Failure(HLX_NETWORK_NOT_CONNECT);
+}
+
+/// Takes back a session whose login failed. The last error stays as the login left it.
+void CNetDeviceMan::DropSession(const Session& session) {
+    m_table.Take(session);
+    m_table.ForgetExtra(session->lHandle);
+    m_multiNetComm.RemoveComm(session->lHandle);
+}
+
+BOOL CNetDeviceMan::RemoveDevice(LONG lHandle) {
+    bool bRemoved = RemoveDevice_Ex(lHandle);
+    for (const LONG extra : m_table.TakeExtras(lHandle)) bRemoved = RemoveDevice_Ex(extra) || bRemoved;
+    return bRemoved || Failure(HLX_PARAMETER_ERROR);
+}
+
+bool CNetDeviceMan::RemoveDevice_Ex(LONG lHandle) {
+    const Session session = m_table.TakeLoggedIn(lHandle);
+    if (!session) return false;
+    m_table.ForgetExtra(lHandle);
+    if (session->pNetDevice->GetDeviceStatus() != NET_DEVICE_STATUS_DISCONNECT) session->pNetDevice->Logout();
+    m_multiNetComm.RemoveComm(session->lHandle);
+    return true;
+}
+
+int CNetDeviceMan::MultiNetCommCallback(int deviceID, void* pParam, const char* pBuf, int iLen) {
+    return static_cast<CNetDeviceMan*>(pParam)->OnLinkData(deviceID, pBuf, iLen) ? 0 : -1;
+}
+
+/// All messages of all links, on the engine's thread.
+bool CNetDeviceMan::OnLinkData(int deviceID, const char* pBuf, int iLen) {
+    CDeviceTable::CallbackGuard guard(m_table);
+    NET_DEVICE_RES* pRes = m_table.Find(deviceID);
+    return pRes && pRes->pNetDevice->OnReceiveData(pBuf, iLen);
+}
+
+int CNetDeviceMan::GetCustomID(const char* sDVRIP, WORD wDVRPort) {
+    if (!FitsSession(sDVRIP)) return Failure(HLX_PARAMETER_ERROR, -1);
+    LINK link;
+    if (!m_connector.ConnectServerUseTCP(sDVRIP, wDVRPort, link.sock, link.pre)) return -1;
+    return link.pre.wProductSubID;
+}
+
+BOOL CNetDeviceMan::GetRtspUrl(LONG lUserID, LONG lChannel, LONG lStreamType, char* sRtspUrl) {
+    if (!sRtspUrl) return Failure(HLX_PARAMETER_ERROR);
+    const auto session = GetDeviceResByUserID(lUserID);
+    std::snprintf(sRtspUrl, RTSP_URL_SIZE, "rtsp://%s:554/chID=%d&streamType=%s", session ? session->sDeviceIP : "",
+                  static_cast<int>(lChannel), lStreamType ? "sub" : "main");
+    return 1;
+}
+
+BOOL CNetDeviceMan::GetDeviceInfo(LONG lUserID, LPHLX_DEVICEINFO lpDeviceInfo) {
+    if (!lpDeviceInfo) return Failure(HLX_PARAMETER_ERROR);
+    std::lock_guard guard(m_table.m_deviceCommLock);
+    NET_DEVICE_RES* pRes = m_table.Find(lUserID);
+    if (!pRes) return Failure(HLX_PARAMETER_ERROR);
+    if (!pRes->pNetDevice->GetDeviceInfo(lpDeviceInfo)) return 0;
+    lpDeviceInfo->devicePort = pRes->wDevicePort;
+    return 1;
+}
+
+int CNetDeviceMan::GetDeviceFirmwareType(LONG lUserID) {
+    const auto session = GetDeviceResByUserID(lUserID);
+    if (!session) return Failure(HLX_PARAMETER_ERROR, static_cast<int>(HLX_DEVICE_FIRMWARE_OTHER));
+    switch (session->eDVRVer) {
+        case DVR_VER_V3:
+            return HLX_DEVICE_FIRMWARE_V3;
+        case IPC_VER_V3:
+            return HLX_DEVICE_FIRMWARE_IPC;
+        case NVR_VER_K7700:
+            return HLX_DEVICE_FIRMWARE_QOSM_V1;
+        default:
+            return HLX_DEVICE_FIRMWARE_OTHER;
+    }
+}

@@ -1,0 +1,104 @@
+// The device manager: opens links, makes devices, keeps them by user id and forwards every operation on them.
+#pragma once
+
+#include <atomic>
+
+#include "main_utility/device/DeviceFamilies.h"
+#include "main_utility/device/DeviceForward.h"
+#include "main_utility/device/TcpConnector.h"
+#include "netservice/MultiNetComm.h"
+
+/// Tells that a session is back: `channel` -1 means all. Called on the reconnect thread with no lock held.
+using RECONNECT_CALLBACK = void (*)(LONG lLoginID, void* pUser, BOOL bIsK7KChannel, LONG channel, WORD videoInputNum);
+
+/// All device sessions of the process. Any thread may call any operation.
+///
+/// Lock order: m_LoignFunLock, then the table's m_deviceReconnLock, m_deviceCommLock, m_callbackLock. Forwarded
+/// operations run with m_deviceCommLock held, so that one device's slow request holds up the others; Login alone runs
+/// without a lock.
+class CNetDeviceMan : public CDeviceForward {
+public:
+    static CNetDeviceMan* Instance();
+    CNetDeviceMan(const CNetDeviceMan&) = delete;
+    CNetDeviceMan& operator=(const CNetDeviceMan&) = delete;
+
+    bool Initial();
+    bool Start();
+    /// Ends waiting connects. Safe on a manager that was never started.
+    void Stop();
+    /// Ends the engine and drops every session. Safe on a manager that was never initialised.
+    void Quit();
+
+    /// Milliseconds of one connect, at least 1, and tries, at least 1; also bounds the wait for a device's first block.
+    BOOL SetConnectTime(DWORD dwWaitTime, DWORD dwTryTimes);
+    BOOL SetReconnect(DWORD dwInterval, BOOL bEnableRecon);
+    BOOL IsEnableReconn() const { return m_bEnableReconn; }
+    void SetReconnectCallback(RECONNECT_CALLBACK pfnReconnCBFun, void* pUser);
+    BOOL SetExceptionCallback(UINT nMessage, HWND hWnd, EXCEPTION_CALLBACK pfnExceptionCBFun, void* pUser);
+    void SetIsWifi(BOOL bWifi) { m_bWifi = bWifi; }
+    BOOL SetNat2Addr(const char* sServerAddr, WORD wDVRPort);
+
+    BOOL SetRegisterPort(WORD wRegisterPort, const REG_LOGIN_INFO* pLoginInfo, int deviceNum);
+    BOOL AddRegisterDeviceInfo(const REG_LOGIN_INFO* pLoginInfo, int deviceNum);
+    BOOL SetRegisterCallback(ACCEPT_REGISTER_CALLBACK fRegisterCBFun, void* pUser);
+    BOOL SetUnRegisterCallback(ACCEPT_UNREGISTER_CALLBACK fUnRegisterCBFun, void* pUser);
+    BOOL SetSubscribCallBack(SUBSCRIBE_CALLBACK fSubscribCallBack, void* pUser);
+
+    /// Connects, tells the family, logs in. `luserId` is 0, or the parent's id for a further session that carries one
+    /// more stream. `lpDeviceInfo` may be null. The user id, or -1. Blocks for the connect (wait times tries), the
+    /// first block (one wait) and the login (10 s a request).
+    LONG AddDevice(const char* sDVRIP, WORD wDVRPort, const char* sUserName, const char* sPassWord,
+                   LPHLX_DEVICEINFO lpDeviceInfo, LONG lConnectType, const char* sDevSN, LONG luserId);
+
+    /// Logs out and drops a session and its further sessions. A session whose first login is still under way is not
+    /// known yet.
+    BOOL RemoveDevice(LONG lHandle);
+
+    /// The custom product sub-id of the device at that address, or -1.
+    int GetCustomID(const char* sDVRIP, WORD wDVRPort);
+
+    /// A pin on a session: it stays valid as long as the pointer is held. Null for an unknown id.
+    std::shared_ptr<const NET_DEVICE_RES> GetDeviceResByUserID(LONG lUserID) { return m_table.Pin(lUserID); }
+
+    BOOL GetRtspUrl(LONG lUserID, LONG lChannel, LONG lStreamType, char* sRtspUrl);
+    BOOL GetDeviceInfo(LONG lUserID, LPHLX_DEVICEINFO lpDeviceInfo);
+    /// An HLX_DEVICE_FIRMWARE_TYPE value, HLX_DEVICE_FIRMWARE_OTHER for an unknown id.
+    int GetDeviceFirmwareType(LONG lUserID);
+
+    /// Puts another maker of device families in force, for families that are made for a test. Before any login.
+    void SetDeviceMaker(MAKE_DEVICE fMakeDevice) { m_fMakeDevice = fMakeDevice; }
+
+    /// Sets the next user id, so that the wrap can be tried. Before any login.
+    void SetNextDeviceID(int deviceID) { s_deviceID = deviceID; }
+
+private:
+    using Session = CDeviceTable::Session;
+    struct LINK;
+
+    CNetDeviceMan() = default;
+
+    static int MultiNetCommCallback(int deviceID, void* pParam, const char* pBuf, int iLen);
+    bool OnLinkData(int deviceID, const char* pBuf, int iLen);
+
+    bool ConnectDevice(const char* sDVRIP, WORD wDVRPort, LONG lConnectType, LINK& link);
+    bool EnterSession(LINK& link, const Session& session, LONG luserId);
+    bool HandLinkToEngine(LONG lHandle, LINK& link);
+    void AdvanceDeviceID();
+    bool LoginSession(const Session& session, LPHLX_DEVICEINFO lpDeviceInfo, LONG luserId);
+    void DropSession(const Session& session);
+    bool RemoveDevice_Ex(LONG lHandle);
+
+    CSWL_MultiNetComm m_multiNetComm;
+    CTcpConnector m_connector;
+    CPUB_Lock m_LoignFunLock;  // spelled so; guards s_deviceID and the order of table entries
+    static int s_deviceID;
+    MAKE_DEVICE m_fMakeDevice = MakeDevice;
+
+    std::atomic<bool> m_bWifi{true};
+    std::atomic<DWORD> m_dwReconnInterval{3000};  // milliseconds
+    std::atomic<bool> m_bEnableReconn{true};
+
+    CPUB_Lock m_callbackPairLock;  // leaf; guards the pairs below
+    RECONNECT_CALLBACK m_pfnReconnCBFun = nullptr;
+    void* m_pUser = nullptr;
+};

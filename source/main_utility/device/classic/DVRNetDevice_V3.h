@@ -1,0 +1,251 @@
+// The classic recorder.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <initializer_list>
+#include <optional>
+#include <vector>
+
+#include "device_base/NetDevice.h"
+#include "device_base/ReplyWaiter.h"
+#include "main_utility/device/classic/PackedCombiner.h"
+#include "main_utility/device/classic/TalkFrameQueue.h"
+#include "netservice/MultiNet.h"
+#include "netservice/MultiNetDataBufferMan.h"
+#include "protocol/ClassicProtocol.h"
+#include "sdk_common/PubLock.h"
+#include "sdk_common/ThreadState.h"
+
+/// The rings that want the frames of one channel and stream.
+struct DVR_CHANEL_TASKINFO {
+    static constexpr size_t MAX_LIVE_BUFFERS = 100;
+
+    LONG channel = 0;
+    BOOL bFirstStream = 0;
+    std::array<unsigned int, MAX_LIVE_BUFFERS> liveBufHandle = {};  // buffer ids; 0 is a free place
+};
+
+/// Device class of the classic family: a request is one command frame, its reply pairs with it by id, and status and frames come
+/// unasked on the same link.
+///
+/// Threads: as CNetDevice says. Locks: m_streamLock before m_ChanelTaskInfoLock; the locks of m_replies and m_talkFrames are
+/// taken last. OnReceiveData never takes m_streamLock, so a request that waits under it cannot hold up its own reply.
+class CDVRNetDevice_V3 : public CNetDevice {
+public:
+    static constexpr int MAX_PLAYBACK_STREAM_NUM_PER_DEVICE = 4;
+
+    CDVRNetDevice_V3();
+
+    // Session
+    /// A new link, on which nobody is logged in: forgets that the one before fell. Before the first and each further Login.
+    BOOL SetNetHandle(ND_HANDLE hEngine) override;
+
+    /// Waits at most 10 s for the login's reply and 10 s for the count of disks, without which the login succeeds all the same. True at once
+    /// on a connected device. `lpDeviceInfo` (may be null) gets the facts of the device. Fails with 20 for a null text or one of more than 35
+    /// bytes, 1, 5, 6, 7 as the device refuses, 9 when the link fell, 10 when it did not take the request, 12 without a reply, 13
+    /// for a reply that is too short; with no number while another login of the same device is under way.
+    BOOL Login(char* sUserName, char* sPassword, LPHLX_DEVICEINFO lpDeviceInfo) override;
+    BOOL Logout() override;
+    BOOL OnReceiveData(const char* pBuf, int iLen) override;
+    int GetDeviceStatus() override { return m_deviceStatus; }
+
+    // Facts
+    BOOL GetDeviceInfo(LPHLX_DEVICEINFO lpDeviceInfo) override;
+    /// Writes e.g. "Classic recorder, 16 channels", cut to `lLength` - 1 characters. Returns the characters written; 0 for a bad
+    /// argument.
+    LONG GetDeviceTypeName(char* sName, LONG lLength) override;
+    int GetMaxPlayBackNum() override { return MAX_PLAYBACK_STREAM_NUM_PER_DEVICE; }
+    /// Waits at most 100 ms for a frame that carries the recorder's time, which becomes local time. Fails with 20 for a null pointer, 9,
+    /// 12 without such a frame.
+    BOOL GetDvrCurrentTime(const char* sDeviceIP, DD_TIME* pTime) override;
+    /// Disks that the recorder told at the login.
+    unsigned int GetDiskNum() const { return m_diskNum; }
+    /// Writes at most `uMaxNum` records. 25 when the recorder refuses, 13 for a reply that is too short.
+    BOOL SearchDiskInfo(DVR_DISK_INFO* pDisks, unsigned int uMaxNum, unsigned int& uDiskNum) override;
+
+    // Live; channels from 0
+    /// Sends nothing for a channel that the recorder sends already. While a channel's first stream is open the recorder does not send its
+    /// second: a ring of the second stream gets sound only until the first is stopped. `streamType` is not looked at. Fails with 9, 10, 4
+    /// (no such channel, or above 63), 20 (`bufid` 0), 31 (the recorder has no room for the stream), 100 (100 rings wait already).
+    BOOL StartLiveChannel(LONG lChannel, BOOL bFirstStream, unsigned int bufid, unsigned int streamType) override;
+    /// False with 31 if the recorder just refused a stream, with 9 if the link fell. A recorder that does not answer, or whose
+    /// answer makes no sense, has not refused.
+    BOOL HasStreamCapability() override;
+    BOOL StopLiveChannel(LONG lChannel, BOOL bFirstStream, unsigned int streamType) override;
+    /// Takes `bufid` from all tasks; one frame that is being handed out may still go to it. Always true.
+    BOOL StopLiveHandle(LONG lChannel, BOOL bFirstStream, unsigned int bufid) override;
+    BOOL RequestKeyFrame(LONG lChannel, BOOL bFirstStream, unsigned int streamType) override;
+
+    // Talk frames that came
+    BOOL GetTalkFrame(FRAME_INFO_EX& frame) override { return m_talkFrames.Pop(frame); }
+    void ReleaseTalkBuf(const FRAME_INFO_EX& frame) override { CTalkFrameQueue::Release(frame); }
+
+    // Not offered: each fails with HLX_NOSUPPORT.
+    BOOL StartJpegStream(LONG) override { return Refuse(); }
+    BOOL StopJpegStream(LONG) override { return Refuse(); }
+    BOOL CapturePicture(LONG, LONG, char*, DWORD, LPDWORD) override { return Refuse(); }
+    BOOL CaptureJPEGData_V2(const char*, WORD, LONG, char*, DWORD, LPDWORD) override { return Refuse(); }
+    BOOL SearchPictures(HLX_IMAGE_SREACH, LONG, HLX_IMAGE*, LONG*) override { return Refuse(); }
+    BOOL RemoteSnap(int) override { return Refuse(); }
+    BOOL ViewPicture(const char*, HLX_IMAGE, HLX_IMAGE_INFO*, char*, unsigned int) override { return Refuse(); }
+    BOOL SearchRecDate(std::list<DD_DATE>&) override { return Refuse(); }
+    BOOL SearchRecTime(LONG, DWORD, const DD_TIME&, const DD_TIME&, std::list<HLX_REC_TIME>&) override {
+        return Refuse();
+    }
+    BOOL SearchRecFile(LONG, DWORD, const DD_TIME&, const DD_TIME&, std::list<HLX_REC_FILE>&) override {
+        return Refuse();
+    }
+    BOOL SearchRecEvent(LONG, DWORD, const DD_TIME&, const DD_TIME&, std::list<HLX_REC_EVENT>&) override {
+        return Refuse();
+    }
+    BOOL SearchDVRLog(DWORD, const DD_TIME&, const DD_TIME&, std::list<HLX_LOG>&) override { return Refuse(); }
+    BOOL SearchDVREvent(DWORD, ULONGLONG, const DD_TIME&, const DD_TIME&, std::list<HLX_EVENT>&) override {
+        return Refuse();
+    }
+    BOOL DeleteRecFile(HLX_REC_FILE*, LONG) override { return Refuse(); }
+    BOOL LockRecFile(HLX_REC_FILE*, LONG) override { return Refuse(); }
+    BOOL UnlockRecFile(HLX_REC_FILE*, LONG) override { return Refuse(); }
+    BOOL PlaybackByTime(LONG*, LONG, const DD_TIME&, const DD_TIME&, DWORD, BOOL) override { return Refuse(); }
+    BOOL NotifyPlayIndex(LONG, LONG, int) override { return Refuse(); }
+    BOOL StopPlayback(DWORD) override { return Refuse(); }
+    BOOL PlaybackCtrl(DWORD, DWORD, DWORD) override { return Refuse(); }
+    BOOL PlaybackSetTime(LONG*, LONG, const DD_TIME&, const DD_TIME&, DWORD) override { return Refuse(); }
+    BOOL DownLoadByTime(LONG, BOOL, const DD_TIME&, const DD_TIME&) override { return Refuse(); }
+    BOOL StopDownLoad(LONG) override { return Refuse(); }
+    BOOL StartDVRRecord(LONG, LONG) override { return Refuse(); }
+    BOOL StopDVRRecord(LONG) override { return Refuse(); }
+    BOOL GetVideoColor(LONG, DWORD*, DWORD*, DWORD*, DWORD*) override { return Refuse(); }
+    BOOL SetVideoColor(LONG, DWORD, DWORD, DWORD, DWORD) override { return Refuse(); }
+    BOOL GetVideoColor_Ex(LONG, HLX_IMAGE_EFFECT_T*, HLX_IMAGE_EFFECT_T*, HLX_IMAGE_EFFECT_T*,
+                          HLX_IMAGE_EFFECT_T*) override {
+        return Refuse();
+    }
+    BOOL SetVideoColor_Ex(LONG, DWORD, DWORD, DWORD, DWORD) override { return Refuse(); }
+    BOOL SaveVideoColor(LONG, DWORD, DWORD, DWORD, DWORD) override { return Refuse(); }
+    BOOL GetDefaultVideoColor(DWORD*, DWORD*, DWORD*, DWORD*) override { return Refuse(); }
+    BOOL SetDeviceAlarm(LONG*, LONG*, LONG*, BOOL) override { return Refuse(); }
+    BOOL ChangTime(unsigned int) override { return Refuse(); }
+    BOOL RebootDVR() override { return Refuse(); }
+    BOOL ShutDownDVR() override { return Refuse(); }
+    BOOL PTZControl(LONG, DWORD, DWORD, DWORD, BOOL, BOOL) override { return Refuse(); }
+    BOOL PTZSetCruise(LONG, BYTE, DD_CRUISE_POINT_INFO*, WORD, BOOL) override { return Refuse(); }
+    BOOL ChangeDiskProperty(DVR_DISK_INFO*) override { return Refuse(); }
+    LONG FormatDisk(DVR_DISK_INFO*) override { return Refuse(LONG{-1}); }
+    BOOL GetFormatProgress(LONG*, LONG*) override { return Refuse(); }
+    BOOL CloseFomatHandle() override { return Refuse(); }
+    BOOL ChangeAudioChannel(ULONGLONG, unsigned int) override { return Refuse(); }
+    BOOL StartTalkback() override { return Refuse(); }
+    BOOL StopTalkback() override { return Refuse(); }
+    BOOL SendTalkData(unsigned char*, unsigned int) override { return Refuse(); }
+    BOOL RequestUpdata(char*) override { return Refuse(); }
+    LONG SendUpdataData(void*, unsigned int) override { return Refuse(LONG{-1}); }
+    BOOL CloseUpgrade() override { return Refuse(); }
+    BOOL StartUpdata() override { return Refuse(); }
+    LONG RequestEnterConfig() override { return Refuse(LONG{-4}); }
+    BOOL RequestConfig(void*, unsigned int, void*, unsigned int*) override { return Refuse(); }
+    BOOL RequestConfig(LONG, void*, unsigned int, void*, unsigned int*) override { return Refuse(); }
+    BOOL RequestConfig(DWORD, LONG, void*, unsigned int, void*, unsigned int*) override { return Refuse(); }
+    BOOL RequestDefaultConfig(void*, unsigned int, void*, unsigned int*) override { return Refuse(); }
+    BOOL SetConfig(void*, unsigned int) override { return Refuse(); }
+    BOOL SetConfig_SubStreamEncodeInfo(LONG, void*, unsigned int, BOOL) override { return Refuse(); }
+    BOOL RequestExitConfig() override { return Refuse(); }
+    BOOL ImportConfig(void*, unsigned int) override { return Refuse(); }
+    BOOL ExportConfig(char*, unsigned int*) override { return Refuse(); }
+    LONG GetAlarmInfo(HLX_ALARMINFO*, LONG) override { return Refuse(LONG{-1}); }
+    LONG GetAlarmInfoEx(HLX_ALARMINFO_EX*, LONG) override { return Refuse(LONG{-1}); }
+    LONG GetRecordStatus(HLX_RECORD_STATUS*, LONG) override { return Refuse(LONG{-1}); }
+    LONG GetRecordStatusEx(HLX_RECORD_STATUS_EX*, LONG) override { return Refuse(LONG{-1}); }
+    BOOL GetDeviceIPCInfo(HLX_IPC_DEVICE_INFO*, LONG, LONG*) override { return Refuse(); }
+    BOOL GetAlarmStatus(void*, unsigned int, void*, unsigned int*, int*, BOOL) override { return Refuse(); }
+
+protected:
+    // What the recorder told last, bit n for channel or sensor n. Written on the engine's thread.
+    std::atomic<tuint64> m_ullMotion{0};
+    std::atomic<tuint64> m_ullSensor{0};
+    std::atomic<tuint64> m_ullVloss{0};
+    std::atomic<tuint64> m_ullManualRec{0};
+    std::atomic<tuint64> m_ullScheduleRec{0};
+    std::atomic<tuint64> m_ullMotionRec{0};
+    std::atomic<tuint64> m_ullSensorRec{0};
+
+    CTalkFrameQueue m_talkFrames;
+
+private:
+    class CLoginScope;
+    using Body = std::span<const std::byte>;
+
+    static constexpr LONG MAX_CHANNELS = 64;  // bits of a channel mask
+
+    static bool Refuse() { return Failure(HLX_NOSUPPORT); }
+    static LONG Refuse(LONG result) { return Failure(HLX_NOSUPPORT, result); }
+
+    // Requests. A result of HLX_ERROR says what failed and leaves the last error alone; the others set it.
+    template <class Record>
+    static Body BodyOf(const Record& record) {
+        return std::as_bytes(std::span(&record, 1));
+    }
+    bool SendRequestCmd(tuint32 dwCmdType, Body body);
+    HLX_ERROR SendConnected(tuint32 dwCmdType, Body body);
+    HLX_ERROR SendFrame(tuint32 dwCmdType, Body body);
+    HLX_ERROR AskQuietly(tuint32 dwCmdType, Body body, std::initializer_list<tuint32> accepted, REPLY_CMD_DATA& reply);
+    std::optional<REPLY_CMD_DATA> Ask(tuint32 dwCmdType, Body body, std::initializer_list<tuint32> accepted);
+
+    // Login
+    HLX_ERROR LoginOnLink(const char* sUserName, const char* sPassword);
+    HLX_ERROR SendLogin();
+    HLX_ERROR TakeLoginReply(const REPLY_CMD_DATA& reply);
+    HLX_ERROR BeginSession(const PRODUCT_INFO& product);
+    HLX_DEVICEINFO DeviceInfo();
+    void ClearStreams();
+
+    // Receiving; engine's thread
+    void OnLinkBroken();
+    void OnMessage(Body message);
+    void OnStatus(tuint32 cmdType, Body message);
+    void OnStreamMessage(Body message);
+    void OnWholePackedMessage(Body message);
+    void DeliverFrame(const FRAME_INFO& wire, Body data);
+    void NoteTimes(const FRAME_INFO& wire);
+    void CollectReceivers();
+    void PushFrame(unsigned int bufferID, const unsigned char* pData);
+
+    // Live
+    bool OpenStream(LONG lChannel, BOOL bFirstStream, unsigned int bufid);
+    bool AddTask(LONG lChannel, BOOL bFirstStream, unsigned int bufid);
+    HLX_ERROR StreamRefusal();
+    bool SendStreamMasks(tuint32 dwCmdType);
+    bool HasChannel(LONG lChannel);
+    std::atomic<tuint64>& StreamMask(BOOL bFirstStream) { return bFirstStream ? m_ullFirstStream : m_ullSecondStream; }
+
+    std::atomic<CSWL_MultiNet*> m_pMultiNetComm{nullptr};
+    CMultiNetDataBufferMan* const m_pDataBufferMan;
+    std::atomic<NET_DEVICE_STATUS> m_deviceStatus{NET_DEVICE_STATUS_DISCONNECT};
+    CReplyWaiter m_replies;
+    std::atomic<unsigned int> m_diskNum{0};
+
+    CPUB_Lock m_loginLock;
+    bool m_bLogining = false;          // guarded by m_loginLock
+    HLX_DEVICEINFO m_deviceinfo = {};  // guarded by m_loginLock
+
+    // Channel masks of the streams that are open. Changed under m_streamLock, but a fallen link zeroes them without it.
+    CPUB_Lock m_streamLock;
+    std::atomic<tuint64> m_ullFirstStream{0};
+    std::atomic<tuint64> m_ullSecondStream{0};
+
+    CPUB_Lock m_ChanelTaskInfoLock;
+    std::vector<DVR_CHANEL_TASKINFO>
+        m_ChanelTaskInfo;  // guarded by m_ChanelTaskInfoLock; one entry a channel and stream
+
+    // The recorder's clock as the last frame told it.
+    std::atomic<bool> m_bGetDvrTime{false};
+    std::atomic<LONGLONG> m_dvrCurrentTime{0};
+
+    // The engine's thread alone touches these.
+    CPackedCombiner m_combiner;
+    HLX_FRAME_INFO m_sdkFrameInfo = {};
+    LONGLONG m_baseLocalTime = 0;                 // wall clock at the first frame, microseconds since 1970
+    LONGLONG m_baseFrameTime = 0;                 // relativeTime of that frame
+    std::array<std::byte, 8000> m_pRecvAudioBuf;  // sound of one frame without its prefixes
+    std::vector<unsigned int> m_receivers;        // buffer ids that get the frame in hand
+};

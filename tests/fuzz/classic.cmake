@@ -1,0 +1,6 @@
+if(TARGET hlx_classic)
+  hlx_fuzzer(fuzz_classic SOURCES fuzz_classic.cpp LINK hlx_classic)
+  hlx_fuzzer(fuzz_packed SOURCES fuzz_packed.cpp LINK hlx_classic)
+  target_include_directories(fuzz_classic PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_include_directories(fuzz_packed PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+endif()

@@ -1,0 +1,236 @@
+#include "main_utility/device/NetDeviceMan.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <future>
+
+#include "main_utility/device/classic/DVRNetDevice_V3.h"
+#include "ScriptedPeer.h"
+#include "support/TestSupport.h"
+
+namespace {
+
+/// A device family for these tests: its login does what the test says, and it counts its objects.
+class CTestDevice : public CDVRNetDevice_V3 {
+public:
+    using LoginBody = std::function<BOOL(CTestDevice&)>;
+
+    CTestDevice() { ++s_alive; }
+    ~CTestDevice() override { --s_alive; }
+
+    BOOL Login(char*, char*, LPHLX_DEVICEINFO lpDeviceInfo) override {
+        lpDeviceInfo->videoInputNum = 7;
+        m_bConnected = !s_login || s_login(*this);
+        return m_bConnected;
+    }
+    BOOL Logout() override {
+        ++s_logouts;
+        m_bConnected = false;
+        return 1;
+    }
+    int GetDeviceStatus() override { return m_bConnected ? NET_DEVICE_STATUS_CONNECTED : NET_DEVICE_STATUS_DISCONNECT; }
+    LONG ID() const { return m_deviceID; }
+
+    static inline std::atomic<int> s_alive{0};
+    static inline std::atomic<int> s_logouts{0};
+    static inline LoginBody s_login;
+
+private:
+    std::atomic<bool> m_bConnected{false};
+};
+
+bool MakeTestDevice(const PRE_SEND_DATA& pre, NET_DEVICE_RES& res) {
+    if (pre.dwDevType != 77) return MakeDevice(pre, res);
+    res.pNetDevice = std::make_unique<CTestDevice>();
+    res.eDVRVer = NVR_VER_K7700;
+    return true;
+}
+
+class NetDeviceMan : public testing::Test {
+protected:
+    void SetUp() override {
+        CTestDevice::s_login = nullptr;
+        CTestDevice::s_logouts = 0;
+        m_man.SetDeviceMaker(MakeTestDevice);
+        ASSERT_TRUE(m_man.Initial());
+        ASSERT_TRUE(m_man.Start());
+    }
+    void TearDown() override {
+        m_man.Stop();
+        m_man.Quit();
+        EXPECT_EQ(0, CTestDevice::s_alive);
+    }
+
+    LONG Login(LONG lConnectType = HLX_CONNECT_TCP, LONG lParent = 0) {
+        CThreadState::Instance()->SetLastError(HLX_SUCCESS);
+        return m_man.AddDevice("127.0.0.1", m_peer.Port(), "admin", "secret", nullptr, lConnectType, "", lParent);
+    }
+    static DWORD LastError() { return CThreadState::Instance()->GetLastError(); }
+
+    CNetDeviceMan& m_man = *CNetDeviceMan::Instance();
+    std::string m_block = FirstBlock(77, 1);
+    std::atomic<int> m_links{0};
+    CScriptedPeer m_peer{[this](int sock) {
+        ++m_links;
+        SendAll(sock, m_block);
+        m_peer.AwaitClose(sock);
+        --m_links;
+    }};
+};
+
+TEST_F(NetDeviceMan, TellsTheFamilyAndRefusesTheOthers) {
+    struct {
+        tuint32 dwDevType, dwProtocolVer;
+    } const refused[] = {{0, 4000000001U}, {0, 0xFFFFFFFF}, {1, 3}, {2, 3}, {2, 4}, {3, 0}, {4, 4}, {0xFFFFFFFF, 4}};
+    for (const auto& row : refused) {
+        m_block = FirstBlock(row.dwDevType, row.dwProtocolVer);
+        EXPECT_EQ(-1, Login()) << row.dwDevType;
+        EXPECT_EQ(DWORD{HLX_VERSION_NOMATCH}, LastError()) << row.dwDevType << " " << row.dwProtocolVer;
+    }
+    EXPECT_TRUE(WaitUntil([&] { return m_links == 0; }));
+}
+
+TEST_F(NetDeviceMan, RefusesConnectTypesAndTextsItCannotUse) {
+    const std::string tooLong(64, 'x');
+    struct {
+        LONG lConnectType;
+        const char *sHost, *sUser;
+        HLX_ERROR error;
+    } const rows[] = {
+        {-1, "127.0.0.1", "admin", HLX_PARAMETER_ERROR},
+        {HLX_CONNECT_END, "127.0.0.1", "admin", HLX_PARAMETER_ERROR},
+        {HLX_CONNECT_NAT, "127.0.0.1", "admin", HLX_NETWORK_FAIL_CONNECT},
+        {HLX_CONNECT_NAT20, "127.0.0.1", "admin", HLX_NETWORK_FAIL_CONNECT},
+        {HLX_CONNECT_TCP, nullptr, "admin", HLX_PARAMETER_ERROR},
+        {HLX_CONNECT_TCP, "127.0.0.1", nullptr, HLX_PARAMETER_ERROR},
+        {HLX_CONNECT_TCP, tooLong.c_str(), "admin", HLX_PARAMETER_ERROR},
+        {HLX_CONNECT_TCP, "127.0.0.1", tooLong.c_str(), HLX_PARAMETER_ERROR},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(-1, m_man.AddDevice(row.sHost, m_peer.Port(), row.sUser, "", nullptr, row.lConnectType, nullptr, 0));
+        EXPECT_EQ(DWORD{row.error}, LastError()) << row.lConnectType;
+    }
+    EXPECT_FALSE(m_man.SetConnectTime(0, 1));
+    EXPECT_FALSE(m_man.SetConnectTime(5000, 0));
+}
+
+TEST_F(NetDeviceMan, CountsUserIdsUpAndWraps) {
+    m_man.SetNextDeviceID(2097144);
+    const LONG last = Login();
+    const LONG first = Login();
+    EXPECT_EQ(2097144, last);
+    EXPECT_EQ(1, first);
+    HLX_DEVICEINFO info{};
+    EXPECT_TRUE(m_man.AddDevice("127.0.0.1", m_peer.Port(), "admin", "", &info, HLX_CONNECT_TCP, "", 0) == 2);
+    EXPECT_EQ(7, info.videoInputNum);
+    EXPECT_EQ(m_peer.Port(), info.devicePort);
+}
+
+TEST_F(NetDeviceMan, ForwardingToAnUnknownIdFailsWithItsOwnValue) {
+    EXPECT_EQ(0, m_man.RequestKeyFrame(5, 0, true, 0));
+    EXPECT_EQ(DWORD{HLX_PARAMETER_ERROR}, LastError());
+    EXPECT_EQ(-1, m_man.GetAlarmInfo(5, nullptr, 0));
+    EXPECT_EQ(-1, m_man.GetSha1Encrypt(5, nullptr, 0, nullptr, 0, nullptr));
+    EXPECT_EQ(-4, m_man.EnterDVRConfig(5));
+    EXPECT_EQ(1, m_man.GetMaxPlayBackNum(5));
+    EXPECT_EQ(NET_DEVICE_STATUS_DISCONNECT, m_man.GetDeviceStatus(5));
+    EXPECT_EQ(HLX_DEVICE_FIRMWARE_OTHER, m_man.GetDeviceFirmwareType(5));
+    EXPECT_FALSE(m_man.RemoveDevice(5));
+
+    char url[300] = {};
+    EXPECT_TRUE(m_man.GetRtspUrl(5, 3, 1, url));
+    EXPECT_STREQ("rtsp://:554/chID=3&streamType=sub", url);
+    const LONG id = Login();
+    EXPECT_TRUE(m_man.GetRtspUrl(id, 0, 0, url));
+    EXPECT_STREQ("rtsp://127.0.0.1:554/chID=0&streamType=main", url);
+    EXPECT_EQ(NET_DEVICE_STATUS_CONNECTED, m_man.GetDeviceStatus(id));
+    EXPECT_EQ(HLX_DEVICE_FIRMWARE_QOSM_V1, m_man.GetDeviceFirmwareType(id));
+    EXPECT_EQ(2U, m_man.SupportStreamNum(id, 0));
+}
+
+TEST_F(NetDeviceMan, LogoutTakesTheFurtherSessionsAlong) {
+    const LONG parent = Login();
+    const LONG other = Login();
+    const LONG extras[] = {Login(HLX_CONNECT_TCP, parent), Login(HLX_CONNECT_TCP, parent)};
+    EXPECT_EQ(4, CTestDevice::s_alive);
+    EXPECT_TRUE(m_man.RemoveDevice(parent));
+    EXPECT_EQ(3, CTestDevice::s_logouts);
+    EXPECT_EQ(1, CTestDevice::s_alive);
+    for (const LONG extra : extras) EXPECT_EQ(nullptr, m_man.GetDeviceResByUserID(extra));
+    EXPECT_NE(nullptr, m_man.GetDeviceResByUserID(other));
+    EXPECT_EQ(-1, Login(HLX_CONNECT_TCP, parent));  // no further session for a parent that is gone
+    EXPECT_TRUE(WaitUntil([&] { return m_links == 1; }));
+}
+
+TEST_F(NetDeviceMan, AFurtherSessionWhoseParentLeavesDuringItsLoginIsDropped) {
+    const LONG parent = Login();
+    CTestDevice::s_login = [&](CTestDevice&) { return m_man.RemoveDevice(parent); };
+    EXPECT_EQ(-1, Login(HLX_CONNECT_TCP, parent));
+    EXPECT_EQ(DWORD{HLX_NETWORK_NOT_CONNECT}, LastError());
+    EXPECT_EQ(0, CTestDevice::s_alive);
+    EXPECT_TRUE(WaitUntil([&] { return m_links == 0; }));
+}
+
+TEST_F(NetDeviceMan, ASessionIsNotKnownBeforeItsFirstLoginSucceeds) {
+    BOOL bRemoved = true;
+    CTestDevice::s_login = [&](CTestDevice& device) {
+        bRemoved = m_man.RemoveDevice(device.ID());
+        return BOOL{1};
+    };
+    const LONG id = Login();
+    EXPECT_GT(id, 0);
+    EXPECT_FALSE(bRemoved);
+    EXPECT_TRUE(m_man.RemoveDevice(id));
+    EXPECT_FALSE(m_man.RemoveDevice(id));
+}
+
+TEST_F(NetDeviceMan, AFailedLoginLeavesNothingAndKeepsItsNumber) {
+    const int threads = ThreadCount();
+    CTestDevice::s_login = [](CTestDevice&) { return Failure(HLX_PASSWORD_ERROR); };
+    EXPECT_EQ(-1, Login());
+    EXPECT_EQ(DWORD{HLX_PASSWORD_ERROR}, LastError());
+    EXPECT_EQ(0, CTestDevice::s_alive);
+    EXPECT_TRUE(WaitUntil([&] { return m_links == 0; }));
+    EXPECT_TRUE(WaitUntil([&] { return ThreadCount() <= threads + 2; }));  // the peer's own two
+}
+
+TEST_F(NetDeviceMan, LoginsToDifferentDevicesOverlap) {
+    std::atomic<int> logins{0};
+    std::promise<void> gate;
+    std::shared_future<void> opened = gate.get_future().share();
+    CTestDevice::s_login = [&](CTestDevice&) {
+        if (++logins == 2) gate.set_value();
+        return BOOL{opened.wait_for(std::chrono::seconds(10)) == std::future_status::ready};
+    };
+    auto other = std::async(std::launch::async, [&] { return Login(); });
+    EXPECT_GT(Login(), 0);
+    EXPECT_GT(other.get(), 0);
+}
+
+TEST_F(NetDeviceMan, ReadsTheCustomId) {
+    m_block = FirstBlock(2, 4, -300);
+    EXPECT_EQ(-300, m_man.GetCustomID("127.0.0.1", m_peer.Port()));
+    m_block = "nonsense";
+    EXPECT_EQ(-1, m_man.GetCustomID("127.0.0.1", m_peer.Port()));
+    EXPECT_EQ(-1, m_man.GetCustomID(nullptr, m_peer.Port()));
+}
+
+/// What a logged-in session gets and loses is settled by the table alone, whoever sends on the link.
+TEST_F(NetDeviceMan, LoginAndLogoutFromManyThreads) {
+    std::vector<std::future<int>> workers;
+    for (int worker = 0; worker < 8; ++worker) {
+        workers.push_back(std::async(std::launch::async, [&] {
+            int good = 0;
+            for (int round = 0; round < 15; ++round) {
+                const LONG id = Login();
+                good += id > 0 && m_man.GetDeviceStatus(id) == NET_DEVICE_STATUS_CONNECTED && m_man.RemoveDevice(id);
+            }
+            return good;
+        }));
+    }
+    for (auto& worker : workers) EXPECT_EQ(15, worker.get());
+    EXPECT_EQ(0, CTestDevice::s_alive);
+}
+
+}  // namespace
