@@ -1,0 +1,302 @@
+#include "main_utility/media/LiveMan.h"
+
+#include <algorithm>
+#include <mutex>
+#include <new>
+
+#include "main_utility/device/NetDeviceMan.h"
+#include "netservice/MultiNetDataBufferMan.h"
+#include "sdk_common/PubTime.h"
+#include "sdk_common/RunFlag.h"
+
+namespace {
+
+constexpr LONG MAX_LIVE_CHANNEL = 255;   // a ring's id has room for no more
+constexpr int LIVE_RING_SIZE = 2097152;  // bytes
+
+bool FirstStream(DWORD streamType) { return streamType == HLX_MAIN_STREAM; }
+
+/// What a device may say of itself when it refuses a stream; any other number becomes "not connected".
+bool IsRefusal(DWORD error) {
+    return error == HLX_DVR_NORESOURCE || error == HLX_CHANNEL_ERROR || error == HLX_NORESOURCE ||
+           error == HLX_CHANNEL_OFFLINE;
+}
+
+}  // namespace
+
+bool CLiveMan::Initial() {
+    m_pDeviceMan = CNetDeviceMan::Instance();
+    m_pDataBufferMan = CMultiNetDataBufferMan::Instance();
+    return true;
+}
+
+bool CLiveMan::Start() { return true; }
+
+void CLiveMan::Stop() {
+    for (;;) {
+        POINTERHANDLE lLiveHandle = 0;
+        {
+            std::lock_guard guard(m_streamLock);
+            if (m_streamInfoArray.empty()) return;
+            lLiveHandle = m_streamInfoArray.front()->lLiveHandle;
+        }
+        StopLivePlay(lLiveHandle);
+    }
+}
+
+void CLiveMan::Quit() {}
+
+LIVE_STREAM_INFO* CLiveMan::Find(POINTERHANDLE lLiveHandle) const {
+    for (const Stream& stream : m_streamInfoArray)
+        if (stream->lLiveHandle == lLiveHandle) return stream.get();
+    return nullptr;
+}
+
+unsigned int CLiveMan::FreeStreamID(LONG lUserID, LONG lChannel) const {
+    unsigned int streamID = 1;
+    const auto taken = [&](const Stream& stream) {
+        return stream->lPrimalDeviceHandle == lUserID && stream->channel == lChannel && stream->streamID == streamID;
+    };
+    while (std::any_of(m_streamInfoArray.begin(), m_streamInfoArray.end(), taken)) ++streamID;
+    return streamID;
+}
+
+bool CLiveMan::IsOpen(LONG lDeviceHandle, LONG lChannel, const DWORD* pStreamType) const {
+    return std::any_of(m_streamInfoArray.begin(), m_streamInfoArray.end(), [&](const Stream& stream) {
+        return stream->lDeviceHandle == lDeviceHandle && stream->channel == lChannel &&
+               (!pStreamType || stream->streamType == *pStreamType);
+    });
+}
+
+POINTERHANDLE CLiveMan::LivePlay(LONG lUserID, const HLX_CLIENTINFO* pInfo, LIVE_DATA_CALLBACK pCallback,
+                                 LIVE_DATA_CALLBACK_EX pCallbackEx, void* pUser) {
+    if (!pInfo || pInfo->streamType < HLX_MAIN_STREAM || pInfo->streamType > HLX_FOURTH_STREAM)
+        return Failure(HLX_PARAMETER_ERROR, POINTERHANDLE{-1});
+    if (pInfo->lChannel < 0 || pInfo->lChannel > MAX_LIVE_CHANNEL) return Failure(HLX_CHANNEL_ERROR, POINTERHANDLE{-1});
+
+    auto stream = std::make_unique<LIVE_STREAM_INFO>();
+    stream->lLiveHandle = reinterpret_cast<POINTERHANDLE>(stream.get());
+    stream->lPrimalDeviceHandle = lUserID;
+    stream->channel = pInfo->lChannel;
+    stream->streamType = static_cast<DWORD>(pInfo->streamType);
+    stream->callbacks = {pCallback, pCallbackEx, pUser};
+    stream->pUser = this;
+    if (!ChooseSession(*stream)) return -1;
+    return OpenStream(std::move(stream));
+}
+
+/// Settles the stream's number and the session that carries it. A channel that is open already needs a further session
+/// of its own, since frames on a link do not say for which of two viewers they are; a device that called in cannot be
+/// called back, so there another stream of the channel shares its link.
+bool CLiveMan::ChooseSession(LIVE_STREAM_INFO& stream) {
+    const auto session = m_pDeviceMan->GetDeviceResByUserID(stream.lPrimalDeviceHandle);
+    stream.lDeviceHandle = stream.lPrimalDeviceHandle;
+    {
+        std::lock_guard guard(m_streamLock);
+        stream.streamID = FreeStreamID(stream.lPrimalDeviceHandle, stream.channel);
+        if (stream.streamID > MAX_STREAM_NUM_PER_CHANNEL) return Failure(HLX_MAX_PLAYERPORT);
+        const bool bOwnLinkOnly = session && session->bAutoRegisterMode;
+        if (!session ||
+            !IsOpen(stream.lPrimalDeviceHandle, stream.channel, bOwnLinkOnly ? &stream.streamType : nullptr))
+            return true;
+    }
+    stream.lDeviceHandle =
+        m_pDeviceMan->AddDevice(session->sDeviceIP, session->wDevicePort, session->sUserName, session->sPassword,
+                                nullptr, session->lConnectType, session->sDevSN, stream.lPrimalDeviceHandle);
+    if (stream.lDeviceHandle < 0) return Failure(HLX_NETWORK_FAIL_CONNECT);
+    stream.bExtraStream = true;
+    return true;
+}
+
+POINTERHANDLE CLiveMan::OpenStream(Stream stream) {
+    LIVE_STREAM_INFO& opened = *stream;
+    const POINTERHANDLE lLiveHandle = opened.lLiveHandle;
+    std::unique_lock guard(m_streamLock);
+    m_streamInfoArray.push_back(std::move(stream));
+    bool bOpen = StartStream(opened);
+    if (!bOpen) {
+        CThreadState::Instance()->SetLastError(HLX_NORESOURCE);
+    } else {
+        bOpen = m_pDeviceMan->StartLiveChannel(opened.lDeviceHandle, opened.channel, FirstStream(opened.streamType),
+                                               opened.bufferID, opened.streamType);
+    }
+    if (bOpen) return lLiveHandle;
+
+    const DWORD error = CThreadState::Instance()->GetLastError();
+    const Stream failed = std::move(m_streamInfoArray.back());
+    m_streamInfoArray.pop_back();
+    guard.unlock();
+    CloseSession(*failed);
+    EndStream(*failed);
+    CThreadState::Instance()->SetLastError(IsRefusal(error) ? error : DWORD{HLX_NETWORK_NOT_CONNECT});
+    return -1;
+}
+
+/// Ring first, so that the thread finds it.
+bool CLiveMan::StartStream(LIVE_STREAM_INFO& stream) {
+    stream.bufferID = LIVE_BUFFER_ID(stream.lDeviceHandle, stream.channel, stream.streamType);
+    stream.tStreamDataLastTime = GetWallSeconds();
+    if (!m_pDataBufferMan->AddBuffer(stream.bufferID, LIVE_RING_SIZE, true)) return false;
+    stream.hThreadCallBackData = PUB_CreateThread(LiveDataProcThread, &stream, &stream.bProcessing);
+    return stream.hThreadCallBackData != 0;
+}
+
+/// Joins the thread, which may be in the application's callback, and gives the ring back.
+void CLiveMan::EndStream(LIVE_STREAM_INFO& stream) {
+    SetRunFlag(stream.bProcessing, false);
+    m_pDataBufferMan->WakeReader(stream.bufferID);
+    PUB_ExitThread(&stream.hThreadCallBackData, &stream.bProcessing);
+    m_pDataBufferMan->RemoveBuffer(stream.bufferID);
+}
+
+void CLiveMan::CloseSession(const LIVE_STREAM_INFO& stream) {
+    if (stream.bExtraStream) m_pDeviceMan->RemoveDevice(stream.lDeviceHandle);
+}
+
+void CLiveMan::StopDeviceSide(const LIVE_STREAM_INFO& stream) {
+    const bool bFirstStream = FirstStream(stream.streamType);
+    const bool bShared = std::any_of(m_streamInfoArray.begin(), m_streamInfoArray.end(), [&](const Stream& other) {
+        return other.get() != &stream && other->lDeviceHandle == stream.lDeviceHandle &&
+               other->channel == stream.channel && other->streamType == stream.streamType;
+    });
+    if (!bShared) m_pDeviceMan->StopLiveChannel(stream.lDeviceHandle, stream.channel, bFirstStream, stream.streamType);
+    m_pDeviceMan->StopLiveHandle(stream.lDeviceHandle, stream.channel, bFirstStream, stream.bufferID);
+}
+
+CLiveMan::Stream CLiveMan::TakeStream(POINTERHANDLE lLiveHandle) {
+    std::lock_guard guard(m_streamLock);
+    const auto found = std::find_if(m_streamInfoArray.begin(), m_streamInfoArray.end(),
+                                    [&](const Stream& stream) { return stream->lLiveHandle == lLiveHandle; });
+    if (found == m_streamInfoArray.end()) return nullptr;
+    StopDeviceSide(**found);
+    Stream stream = std::move(*found);
+    m_streamInfoArray.erase(found);
+    return stream;
+}
+
+BOOL CLiveMan::StopLivePlay(POINTERHANDLE lLiveHandle) {
+    const Stream stream = TakeStream(lLiveHandle);
+    if (!stream) return Failure(HLX_PARAMETER_ERROR);
+    POINTERHANDLE lOpened = lLiveHandle;
+    m_curAudioHandle.compare_exchange_strong(lOpened, 0);
+    CloseSession(*stream);
+    EndStream(*stream);
+    return 1;
+}
+
+BOOL CLiveMan::RemoveDevice(LONG lUserID) {
+    std::vector<POINTERHANDLE> handles;
+    {
+        std::lock_guard guard(m_streamLock);
+        for (const Stream& stream : m_streamInfoArray)
+            if (stream->lPrimalDeviceHandle == lUserID) handles.push_back(stream->lLiveHandle);
+    }
+    for (const POINTERHANDLE handle : handles) StopLivePlay(handle);
+    return 1;
+}
+
+void CLiveMan::ResumeOnReconnection(LONG lUserID, BOOL, LONG channel, WORD) {
+    if (!m_pDeviceMan->IsEnableReconn()) return;
+    std::lock_guard guard(m_streamLock);
+    for (const Stream& stream : m_streamInfoArray) {
+        if (stream->lDeviceHandle != lUserID || (channel >= 0 && stream->channel != channel)) continue;
+        const bool bFirstStream = FirstStream(stream->streamType);
+        m_pDeviceMan->StopLiveChannel(lUserID, stream->channel, bFirstStream, stream->streamType);
+        m_pDeviceMan->StartLiveChannel(lUserID, stream->channel, bFirstStream, stream->bufferID, stream->streamType);
+    }
+}
+
+/// Runs `action` on a known stream under m_streamLock and gives its result; an unknown handle is HLX_PARAMETER_ERROR.
+template <class Action>
+BOOL CLiveMan::WithStream(POINTERHANDLE lLiveHandle, Action&& action) {
+    std::lock_guard guard(m_streamLock);
+    LIVE_STREAM_INFO* pStream = Find(lLiveHandle);
+    return pStream ? action(*pStream) : Failure(HLX_PARAMETER_ERROR);
+}
+
+BOOL CLiveMan::SetLiveDataCallBack(POINTERHANDLE lLiveHandle, LIVE_DATA_CALLBACK pCallback,
+                                   LIVE_DATA_CALLBACK_EX pCallbackEx, void* pUser) {
+    return WithStream(lLiveHandle, [&](LIVE_STREAM_INFO& stream) {
+        std::lock_guard guard(stream.callbackLock);
+        stream.callbacks = {pCallback, pCallbackEx, pUser};
+        return BOOL{1};
+    });
+}
+
+BOOL CLiveMan::RegisterDrawFun(POINTERHANDLE lLiveHandle, DRAW_FUN_CALLBACK pDrawCallback, void* pUser) {
+    return WithStream(lLiveHandle, [&](LIVE_STREAM_INFO& stream) {
+        stream.pDrawCallback = pDrawCallback;
+        stream.pDrawCBParam = pUser;
+        return BOOL{1};
+    });
+}
+
+BOOL CLiveMan::SetYUVCallBack(POINTERHANDLE lLiveHandle, YUV_DATA_CALLBACK pYUVCallback, void* pUser) {
+    return WithStream(lLiveHandle, [&](LIVE_STREAM_INFO& stream) {
+        stream.pYUVCallback = pYUVCallback;
+        stream.pYUVCBParam = pUser;
+        return BOOL{1};
+    });
+}
+
+BOOL CLiveMan::RefreshPlay(POINTERHANDLE lLiveHandle) {
+    return WithStream(lLiveHandle, [](LIVE_STREAM_INFO&) { return BOOL{1}; });
+}
+
+BOOL CLiveMan::OpenSound(POINTERHANDLE lLiveHandle) {
+    return WithStream(lLiveHandle, [&](LIVE_STREAM_INFO&) {
+        m_curAudioHandle = lLiveHandle;
+        return BOOL{1};
+    });
+}
+
+BOOL CLiveMan::CloseSound() {
+    m_curAudioHandle = 0;
+    return 1;
+}
+
+BOOL CLiveMan::Volume(POINTERHANDLE lLiveHandle, WORD) { return RefreshPlay(lLiveHandle); }
+
+BOOL CLiveMan::SaveLiveData(POINTERHANDLE, const char*) { return Failure(HLX_NOSUPPORT); }
+BOOL CLiveMan::StopSaveLiveData(POINTERHANDLE) { return Failure(HLX_NOSUPPORT); }
+BOOL CLiveMan::CapturePicture(POINTERHANDLE, const char*) { return Failure(HLX_NOSUPPORT); }
+BOOL CLiveMan::CapturePicture(LONG, LONG, char*, DWORD, LPDWORD) { return Failure(HLX_NOSUPPORT); }
+
+BOOL CLiveMan::MakeKeyFrame(LONG lUserID, LONG lChannel) {
+    return m_pDeviceMan->RequestKeyFrame(lUserID, lChannel, true, HLX_MAIN_STREAM);
+}
+
+BOOL CLiveMan::MakeKeyFrameSub(LONG lUserID, LONG lChannel) {
+    return m_pDeviceMan->RequestKeyFrame(lUserID, lChannel, false, HLX_SUB_STREAM);
+}
+
+BOOL CLiveMan::MakeKeyFrameEx(LONG lUserID, LONG lChannel, LONG lStreamType) {
+    if (lStreamType < HLX_MAIN_STREAM || lStreamType > HLX_FOURTH_STREAM) return Failure(HLX_PARAMETER_ERROR);
+    const auto streamType = static_cast<DWORD>(lStreamType);
+    return m_pDeviceMan->RequestKeyFrame(lUserID, lChannel, FirstStream(streamType), streamType);
+}
+
+BOOL CLiveMan::GetDvrCurrentTime(LONG lUserID, DD_TIME* pTime) {
+    if (!pTime) return 0;
+    const auto session = m_pDeviceMan->GetDeviceResByUserID(lUserID);
+    return m_pDeviceMan->GetDvrCurrentTime(lUserID, session ? session->sDeviceIP : "", pTime);
+}
+
+BOOL CLiveMan::PTZCtrl(POINTERHANDLE lLiveHandle, DWORD dwPTZCommand, DWORD dwValue, DWORD dwSpeed, BOOL bFlag) {
+    return WithStream(lLiveHandle, [&](LIVE_STREAM_INFO& stream) {
+        return m_pDeviceMan->PTZControl(stream.lDeviceHandle, stream.channel, dwPTZCommand, dwValue, dwSpeed, bFlag,
+                                        FirstStream(stream.streamType));
+    });
+}
+
+BOOL CLiveMan::PTZCtrl_3D(POINTERHANDLE lLiveHandle, PTZ_3D_POINT_INFO* pPoint) {
+    return WithStream(lLiveHandle, [&](LIVE_STREAM_INFO& stream) {
+        return m_pDeviceMan->PTZControl_3D(stream.lDeviceHandle, stream.channel, pPoint);
+    });
+}
+
+BOOL CLiveMan::PTZSetCruise(POINTERHANDLE lLiveHandle, BYTE byCruise, DD_CRUISE_POINT_INFO* pPoints, WORD wPointNum) {
+    return WithStream(lLiveHandle, [&](LIVE_STREAM_INFO& stream) {
+        return m_pDeviceMan->PTZSetCruise(stream.lDeviceHandle, stream.channel, byCruise, pPoints, wPointNum, true);
+    });
+}

@@ -1,0 +1,142 @@
+// Live streams: opens a ring and a thread per stream, asks the device to send, hands each frame to the application.
+#pragma once
+
+#include <atomic>
+#include <ctime>
+#include <memory>
+#include <vector>
+
+#include "HLX.h"
+#include "sdk_common/PubLock.h"
+#include "sdk_common/PubThread.h"
+
+class CNetDeviceMan;
+class CMultiNetDataBufferMan;
+class CLiveMan;
+
+/// The application's callbacks of one stream; either or both may be null.
+struct LIVE_CALLBACKS {
+    LIVE_DATA_CALLBACK pLiveDataCallback = nullptr;
+    LIVE_DATA_CALLBACK_EX pLiveDataCallbackEx = nullptr;
+    void* pLiveDataCBParam = nullptr;
+};
+
+/// One stream. Its address is the application's handle.
+struct LIVE_STREAM_INFO {
+    POINTERHANDLE lLiveHandle = 0;
+    LONG lDeviceHandle = 0;        // session that carries the stream; differs from the next for an extra stream
+    LONG lPrimalDeviceHandle = 0;  // the user id that the application gave
+    LONG channel = 0;
+    DWORD streamType = 0;    // an HLX_STREAM_TYPE value
+    CPUB_Lock callbackLock;  // leaf; guards the two members below
+    LIVE_CALLBACKS callbacks;
+    DRAW_FUN_CALLBACK pDrawCallback =
+        nullptr;  // stored for the application, as is the next pair; guarded by m_streamLock
+    void* pDrawCBParam = nullptr;
+    YUV_DATA_CALLBACK pYUVCallback = nullptr;
+    void* pYUVCBParam = nullptr;
+    bool bVFormatArrived =
+        false;  // the format was told to the application; stream's thread only, as are the next three
+    bool bAFormatArrived = false;
+    BITMAPINFOHEADER bmpInfo{};  // last video format; biSize 40 means valid
+    WAVEFORMATEX waveInfo{};     // last audio format; bytes a second not 0 means valid
+    unsigned int streamID = 0;   // lowest free number from 1 among the streams of that user id and channel
+    unsigned int bufferID = 0;   // the ring
+    bool bExtraStream = false;   // the stream has a session of its own
+    PUB_thread_t hThreadCallBackData = 0;
+    bool bProcessing = false;                    // run flag of the thread
+    std::atomic<time_t> tStreamDataLastTime{0};  // seconds since 1970 of the stream's last frame
+    CLiveMan* pUser = nullptr;
+};
+
+/// All live streams of the process.
+///
+/// Lock order: m_liveLock of the session root, m_streamLock, then the device manager's locks. A stream's thread takes
+/// neither, so it can be joined under both. Application callbacks run on the stream's own thread with no lock held.
+class CLiveMan {
+public:
+    static constexpr unsigned int MAX_STREAM_NUM_PER_CHANNEL = 11;
+
+    CLiveMan() = default;
+    CLiveMan(const CLiveMan&) = delete;
+    CLiveMan& operator=(const CLiveMan&) = delete;
+
+    bool Initial();
+    bool Start();
+    /// Stops every stream. Safe on a manager that was never started.
+    void Stop();
+    void Quit();
+
+    /// True on a thread that is inside an application's frame callback.
+    static bool InFrameCallback();
+
+    /// Opens a stream; a channel that is already open gets a further session of its own. The handle, or -1.
+    POINTERHANDLE LivePlay(LONG lUserID, const HLX_CLIENTINFO* pInfo, LIVE_DATA_CALLBACK pCallback,
+                           LIVE_DATA_CALLBACK_EX pCallbackEx, void* pUser);
+
+    /// Ends a stream. Waits for a callback that is running; none comes after the return.
+    BOOL StopLivePlay(POINTERHANDLE lLiveHandle);
+
+    BOOL SetLiveDataCallBack(POINTERHANDLE lLiveHandle, LIVE_DATA_CALLBACK pCallback, LIVE_DATA_CALLBACK_EX pCallbackEx,
+                             void* pUser);
+    BOOL RegisterDrawFun(POINTERHANDLE lLiveHandle, DRAW_FUN_CALLBACK pDrawCallback, void* pUser);
+    BOOL SetYUVCallBack(POINTERHANDLE lLiveHandle, YUV_DATA_CALLBACK pYUVCallback, void* pUser);
+    BOOL RefreshPlay(POINTERHANDLE lLiveHandle);
+    BOOL OpenSound(POINTERHANDLE lLiveHandle);
+    BOOL CloseSound();
+    BOOL Volume(POINTERHANDLE lLiveHandle, WORD wVolume);
+    BOOL SaveLiveData(POINTERHANDLE lLiveHandle, const char* sFileName);
+    BOOL StopSaveLiveData(POINTERHANDLE lLiveHandle);
+
+    /// No picture can be taken from a live stream: nothing decodes here.
+    BOOL CapturePicture(POINTERHANDLE lLiveHandle, const char* sPicFileName);
+    BOOL CapturePicture(LONG lUserID, LONG lChannel, char* pBuffer, DWORD dwSize, LPDWORD pReturned);
+
+    BOOL MakeKeyFrame(LONG lUserID, LONG lChannel);
+    BOOL MakeKeyFrameSub(LONG lUserID, LONG lChannel);
+    BOOL MakeKeyFrameEx(LONG lUserID, LONG lChannel, LONG lStreamType);
+    BOOL GetDvrCurrentTime(LONG lUserID, DD_TIME* pTime);
+
+    BOOL PTZCtrl(POINTERHANDLE lLiveHandle, DWORD dwPTZCommand, DWORD dwValue, DWORD dwSpeed, BOOL bFlag);
+    BOOL PTZCtrl_3D(POINTERHANDLE lLiveHandle, PTZ_3D_POINT_INFO* pPoint);
+    BOOL PTZSetCruise(POINTERHANDLE lLiveHandle, BYTE byCruise, DD_CRUISE_POINT_INFO* pPoints, WORD wPointNum);
+
+    /// Stops all streams of a user id.
+    BOOL RemoveDevice(LONG lUserID);
+
+    /// Asks again for the streams that a session carries which is back; `channel` -1 means all. On the reconnect thread.
+    void ResumeOnReconnection(LONG lUserID, BOOL bIsK7KChannel, LONG channel, WORD videoInputNum);
+
+private:
+    using Stream = std::unique_ptr<LIVE_STREAM_INFO>;
+
+    // m_streamLock held
+    LIVE_STREAM_INFO* Find(POINTERHANDLE lLiveHandle) const;
+    unsigned int FreeStreamID(LONG lUserID, LONG lChannel) const;
+    bool IsOpen(LONG lDeviceHandle, LONG lChannel, const DWORD* pStreamType) const;
+    void StopDeviceSide(const LIVE_STREAM_INFO& stream);
+    template <class Action>
+    BOOL WithStream(POINTERHANDLE lLiveHandle, Action&& action);
+
+    bool ChooseSession(LIVE_STREAM_INFO& stream);
+    void CloseSession(const LIVE_STREAM_INFO& stream);
+    POINTERHANDLE OpenStream(Stream stream);
+    bool StartStream(LIVE_STREAM_INFO& stream);
+    void EndStream(LIVE_STREAM_INFO& stream);
+    Stream TakeStream(POINTERHANDLE lLiveHandle);
+
+    // Stream's thread
+    static void* LiveDataProcThread(void* pParam);
+    void LiveDataProc(LIVE_STREAM_INFO& stream);
+    void WalkRun(LIVE_STREAM_INFO& stream, const unsigned char* pRun, size_t length);
+    void ProcessFrame(LIVE_STREAM_INFO& stream, const HLX_FRAME_INFO& frame, const unsigned char* pRecord);
+    void DeliverFormats(LIVE_STREAM_INFO& stream, const LIVE_CALLBACKS& callbacks, const HLX_FRAME_INFO& frame);
+    static void Deliver(const LIVE_STREAM_INFO& stream, const LIVE_CALLBACKS& callbacks, const HLX_FRAME_INFO& frame,
+                        const unsigned char* pRecord);
+
+    CPUB_Lock m_streamLock;
+    std::vector<Stream> m_streamInfoArray;           // guarded by m_streamLock
+    std::atomic<POINTERHANDLE> m_curAudioHandle{0};  // the stream whose sound was opened
+    CNetDeviceMan* m_pDeviceMan = nullptr;
+    CMultiNetDataBufferMan* m_pDataBufferMan = nullptr;
+};
