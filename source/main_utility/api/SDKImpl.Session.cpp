@@ -1,0 +1,135 @@
+// Session root: login, device facts, auto-register, reconnect.
+#include <cstring>
+#include <mutex>
+
+#include "main_utility/api/SDKImpl.h"
+#include "main_utility/device/NetDeviceMan.h"
+
+namespace {
+
+constexpr size_t ACCOUNT_TEXT_SIZE = 36;  // of a user name or password on every device, its zero byte included
+
+bool FitsAccount(const char* pText) { return strnlen(pText, ACCOUNT_TEXT_SIZE) < ACCOUNT_TEXT_SIZE; }
+
+}  // namespace
+
+LONG CSDKImpl::Login(const char* sDVRIP, WORD wDVRPort, const char* sUserName, const char* sPassword,
+                     LPHLX_DEVICEINFO lpDeviceInfo, LONG lConnectType, const char* sDevSN) {
+    if (!Given(sDVRIP, sUserName, sPassword, sDevSN)) return -1;
+    if (!FitsAccount(sUserName) || !FitsAccount(sPassword)) return Failure(HLX_PARAMETER_ERROR, LONG{-1});
+    const LONG lUserID =
+        m_pDeviceMan->AddDevice(sDVRIP, wDVRPort, sUserName, sPassword, lpDeviceInfo, lConnectType, sDevSN, 0);
+    if (lUserID >= 1) m_playbackMan.AddDevice(lUserID);
+    return lUserID;
+}
+
+/// Streams are torn down before the link goes.
+BOOL CSDKImpl::Logout(LONG lUserID) {
+    if (lUserID < 1) return 0;
+    if (CLiveMan::InFrameCallback()) return Failure(HLX_OPER_NOPERMIT);
+    m_playbackMan.RemoveDevice(lUserID);
+    m_liveMan.RemoveDevice(lUserID);
+    m_downloadMan.RemoveDevice(lUserID);
+    return m_pDeviceMan->RemoveDevice(lUserID);
+}
+
+BOOL CSDKImpl::SetConnectTime(DWORD dwWaitTime, DWORD dwTryTimes) {
+    return m_pDeviceMan->SetConnectTime(dwWaitTime, dwTryTimes);
+}
+BOOL CSDKImpl::SetReconnect(DWORD dwInterval, BOOL bEnableRecon) {
+    return m_pDeviceMan->SetReconnect(dwInterval, bEnableRecon);
+}
+BOOL CSDKImpl::SetSDKMessageCallBack(UINT nMessage, HWND hWnd, EXCEPTION_CALLBACK fExceptionCallBack, void* pUser) {
+    return m_pDeviceMan->SetExceptionCallback(nMessage, hWnd, fExceptionCallBack, pUser);
+}
+BOOL CSDKImpl::SetNat2Addr(const char* sServerAddr, WORD wDVRPort) {
+    return Given(sServerAddr) && m_pDeviceMan->SetNat2Addr(sServerAddr, wDVRPort);
+}
+void CSDKImpl::SetIsWifi(bool bIsWifi) { m_pDeviceMan->SetIsWifi(bIsWifi); }
+LONG CSDKImpl::GetProductSubID(const char* sDVRIP, WORD wDVRPort) {
+    return Given(sDVRIP) ? m_pDeviceMan->GetCustomID(sDVRIP, wDVRPort) : -1;
+}
+
+BOOL CSDKImpl::SetRegisterPort(WORD wRegisterPort, const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum) {
+    return m_pDeviceMan->SetRegisterPort(wRegisterPort, pLoginInfo, static_cast<int>(pLoginInfo ? deviceNum : 0));
+}
+BOOL CSDKImpl::AddRegisterDeviceInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum) {
+    return Given(pLoginInfo) && m_pDeviceMan->AddRegisterDeviceInfo(pLoginInfo, static_cast<int>(deviceNum));
+}
+
+BOOL CSDKImpl::SetRegisterCallback(ACCEPT_REGISTER_CALLBACK fRegisterCallBack, void* pUser) {
+    {
+        std::lock_guard guard(m_registerLock);
+        m_fAcceptRegisterCBFun = fRegisterCallBack;
+        m_pAcceptRegisterParam = pUser;
+    }
+    return m_pDeviceMan->SetRegisterCallback(AcceptRegisterProc, this);
+}
+
+BOOL CSDKImpl::SetUnRegisterCallback(ACCEPT_UNREGISTER_CALLBACK fUnRegisterCallBack, void* pUser) {
+    {
+        std::lock_guard guard(m_registerLock);
+        m_fAcceptUnRegisterCBFun = fUnRegisterCallBack;
+        m_pAcceptUnRegisterParam = pUser;
+    }
+    return m_pDeviceMan->SetUnRegisterCallback(AcceptUnRegisterProc, this);
+}
+
+void CSDKImpl::OnReconnect(LONG lLoginID, void* pUser, BOOL bIsK7KChannel, LONG channel, WORD videoInputNum) {
+    static_cast<CSDKImpl*>(pUser)->m_liveMan.ResumeOnReconnection(lLoginID, bIsK7KChannel, channel, videoInputNum);
+}
+
+void CSDKImpl::AcceptRegisterProc(LONG lUserID, LONG lRegisterID, LPHLX_DEVICEINFO pDeviceInfo, void* pUser) {
+    auto& root = *static_cast<CSDKImpl*>(pUser);
+    root.m_playbackMan.AddDevice(lUserID);
+    std::unique_lock guard(root.m_registerLock);
+    const auto fCallback = root.m_fAcceptRegisterCBFun;
+    void* const pParam = root.m_pAcceptRegisterParam;
+    guard.unlock();
+    if (fCallback) fCallback(lUserID, lRegisterID, pDeviceInfo, pParam);
+}
+
+/// By the interface this, too, adds a playback entry, and calls with the value given for the other callback.
+void CSDKImpl::AcceptUnRegisterProc(LONG lUserID, LONG lRegisterID, LPHLX_DEVICEINFO pDeviceInfo, void* pUser) {
+    auto& root = *static_cast<CSDKImpl*>(pUser);
+    root.m_playbackMan.AddDevice(lUserID);
+    std::unique_lock guard(root.m_registerLock);
+    const auto fCallback = root.m_fAcceptUnRegisterCBFun;
+    void* const pParam = root.m_pAcceptRegisterParam;
+    guard.unlock();
+    if (fCallback) fCallback(lUserID, lRegisterID, pDeviceInfo, pParam);
+}
+
+BOOL CSDKImpl::GetDeviceInfo(LONG lUserID, LPHLX_DEVICEINFO lpDeviceInfo) {
+    return Given(lpDeviceInfo) && m_pDeviceMan->GetDeviceInfo(lUserID, lpDeviceInfo);
+}
+LONG CSDKImpl::GetDeviceFirmwareType(LONG lUserID) { return m_pDeviceMan->GetDeviceFirmwareType(lUserID); }
+LONG CSDKImpl::GetDeviceTypeName(LONG lUserID, char* sTypeName, LONG lLen) {
+    if (!Given(sTypeName)) return 0;
+    if (lLen < 1) return Failure(HLX_PARAMETER_ERROR, LONG{0});
+    return m_pDeviceMan->GetDeviceTypeName(lUserID, sTypeName, lLen);
+}
+BOOL CSDKImpl::GetDeviceIPCInfo(LONG lUserID, HLX_IPC_DEVICE_INFO* pIPCInfo, LONG lMaxNum, LONG* pIPCNum) {
+    return Given(pIPCInfo, pIPCNum) && m_pDeviceMan->GetDeviceIPCInfo(lUserID, pIPCInfo, lMaxNum, pIPCNum);
+}
+BOOL CSDKImpl::GetDeviceCHStatus(LONG lUserID, HLX_CH_DEVICE_STATUS* pStatus, LONG lMaxNum, LONG* pNum) {
+    return Given(pStatus, pNum) && m_pDeviceMan->GetDeviceCHStatus(lUserID, pStatus, lMaxNum, pNum);
+}
+BOOL CSDKImpl::GetDeviceCHSupportFunction(LONG lUserID, HLX_CH_DEVICE_SUPPORT* pSupport, LONG lMaxNum, LONG* pNum) {
+    return Given(pSupport, pNum) && m_pDeviceMan->GetDeviceCHSupportFunction(lUserID, pSupport, lMaxNum, pNum);
+}
+BOOL CSDKImpl::GetDeviceSupportFunction(LONG lUserID, HLX_DEV_SUPPORT* pSupport) {
+    return Given(pSupport) && m_pDeviceMan->GetDeviceSupportFunction(lUserID, pSupport);
+}
+DWORD CSDKImpl::SupportStreamNum(LONG lUserID, LONG lChannel) {
+    return m_pDeviceMan->SupportStreamNum(lUserID, lChannel);
+}
+BOOL CSDKImpl::GetRtspUrl(LONG lUserID, LONG lChannel, LONG lStreamType, char* sRtspUrl) {
+    return Given(sRtspUrl) && m_pDeviceMan->GetRtspUrl(lUserID, lChannel, lStreamType, sRtspUrl);
+}
+int CSDKImpl::GetSha1Encrypt(LONG lUserID, const void* pIn, int inLen, void* pOut, int outLen, int* pOutLen) {
+    if (!Given(pIn, pOut, pOutLen)) return -1;
+    if (inLen < 0 || outLen < 0) return Failure(HLX_PARAMETER_ERROR, -1);
+    return m_pDeviceMan->GetSha1Encrypt(lUserID, pIn, inLen, pOut, outLen, pOutLen);
+}
+BOOL CSDKImpl::GetVehicleConfig(LONG lUserID) { return m_pDeviceMan->GetVehicleConfig(lUserID); }

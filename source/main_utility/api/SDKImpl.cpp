@@ -1,0 +1,149 @@
+// Life of the session root: start, stop, roll-back, and what it answers by itself.
+#include "main_utility/api/SDKImpl.h"
+
+#include <atomic>
+#include <new>
+
+#include "main_utility/api/BuildVersion.h"
+#include "main_utility/device/NetDeviceMan.h"
+#include "main_utility/media/AudioCodecMan.h"
+#include "main_utility/upkeep/ImportExportCfg.h"
+#include "netservice/MultiNetDataBufferMan.h"
+#include "netservice/SWLSocket.h"
+#include "sdk_common/PubTime.h"
+#include "sdk_common/RunFlag.h"
+
+CSDKImpl* g_pSdkImpl = nullptr;
+
+namespace {
+
+constexpr DWORD SDK_VERSION = 0x00010002;
+constexpr unsigned int MONITOR_PERIOD = 200;  // milliseconds
+constexpr int NO_STEP = -1;
+
+std::atomic<int> s_failStep{NO_STEP};
+
+}  // namespace
+
+struct CSDKImpl::INIT_STEP {
+    bool (*fStep)(CSDKImpl& root);
+};
+
+const CSDKImpl::INIT_STEP CSDKImpl::INIT_STEPS[] = {
+    {[](CSDKImpl& root) { return root.m_pDeviceMan->Initial(); }},
+    {[](CSDKImpl&) { return CMultiNetDataBufferMan::Instance()->Initial(); }},
+    {[](CSDKImpl& root) { return root.m_liveMan.Initial(); }},
+    {[](CSDKImpl& root) { return root.m_playbackMan.Initial(); }},
+    {[](CSDKImpl& root) { return root.m_deviceMsgMan.Initial(); }},
+    {[](CSDKImpl& root) { return root.m_pAudioCodecMan->Initial(); }},
+    {[](CSDKImpl& root) { return root.m_talkbackMan.Initial(); }},
+    {[](CSDKImpl& root) { return root.m_talkTransMan.Initial(); }},
+    {[](CSDKImpl& root) {
+        // A machine without a usable network interface can do without discovery.
+        root.m_discoverDevice.Initial();
+        root.m_modifyDevNetInfo.Initial();
+        return root.m_downloadMan.Initial();
+    }},
+    {[](CSDKImpl& root) { return root.m_pDeviceMan->Start(); }},
+    {[](CSDKImpl& root) { return root.m_liveMan.Start(); }},
+    {[](CSDKImpl& root) { return root.m_playbackMan.Start(); }},
+    {[](CSDKImpl& root) { return root.m_deviceMsgMan.Start(); }},
+    {[](CSDKImpl& root) { return root.m_downloadMan.Start(); }},
+    {[](CSDKImpl& root) {
+        root.m_pDeviceMan->SetReconnectCallback(OnReconnect, &root);
+        return root.StartMonitor();
+    }},
+};
+
+size_t CSDKImpl::InitStepCount() { return std::size(INIT_STEPS); }
+void CSDKImpl::FailInitStep(int step) { s_failStep = step; }
+
+CSDKImpl::CSDKImpl(YLog4C* pLog)
+    : m_pThreadState(CThreadState::Instance()),
+      m_pDeviceMan(CNetDeviceMan::Instance()),
+      m_pAudioCodecMan(CAudioCodecMan::Instance()),
+      m_pImportExortCfg(CImportExportCfg::Instance()),
+      mYlog(pLog) {
+    mYlog->SetLog2Console(false);
+    mYlog->SetLog2File(false);
+}
+
+bool CSDKImpl::Init() {
+    SWL_Init();
+    for (int step = 0; const INIT_STEP& entry : INIT_STEPS) {
+        if (RunInitStep(entry, step++)) continue;
+        Rollback();
+        return false;
+    }
+    return true;
+}
+
+bool CSDKImpl::RunInitStep(const INIT_STEP& entry, int step) {
+    if (step == s_failStep) return Failure(HLX_PROGRAM_EXCEPTION);
+    try {
+        return entry.fStep(*this);
+    } catch (const std::bad_alloc&) {
+        return Failure(HLX_ALLOC_RESOURCE_ERROR);
+    } catch (...) {
+        return Failure(HLX_PROGRAM_EXCEPTION);
+    }
+}
+
+bool CSDKImpl::StartMonitor() {
+    m_hMonitorTime = PUB_CreateThread(MonitorTimeThread, this, &m_bMonitoring);
+    return m_hMonitorTime || Failure(HLX_PROGRAM_EXCEPTION);
+}
+
+/// Stops everything, started or not: each manager bears it.
+void CSDKImpl::Rollback() {
+    m_downloadMan.Stop();
+    m_deviceMsgMan.Stop();
+    m_liveMan.Stop();
+    m_pDeviceMan->Stop();
+    m_playbackMan.Stop();
+    QuitManagers();
+}
+
+/// The device manager stops last, after all that use it.
+void CSDKImpl::Quit() {
+    PUB_ExitThread(&m_hMonitorTime, &m_bMonitoring);
+    m_deviceMsgMan.Stop();
+    m_liveMan.Stop();
+    m_playbackMan.Stop();
+    m_downloadMan.Stop();
+    m_pDeviceMan->Stop();
+    QuitManagers();
+}
+
+void CSDKImpl::QuitManagers() {
+    m_downloadMan.Quit();
+    m_talkbackMan.Quit();
+    m_talkTransMan.Quit();
+    m_deviceMsgMan.Quit();
+    m_playbackMan.Quit();
+    m_liveMan.Quit();
+    CMultiNetDataBufferMan::Instance()->Quit();
+    m_pDeviceMan->Quit();
+    m_pAudioCodecMan->Quit();
+    m_diskMan.Quit();
+    m_discoverDevice.Quit();
+    m_modifyDevNetInfo.Quit();
+    SWL_Quit();
+}
+
+/// Idle watch: takes the time at its start and then only keeps its period.
+void* CSDKImpl::MonitorTimeThread(void* pParam) {
+    const auto* pRoot = static_cast<const CSDKImpl*>(pParam);
+    [[maybe_unused]] const unsigned int start = GetCurrTime32();
+    while (RunFlagSet(pRoot->m_bMonitoring)) PUB_Sleep(MONITOR_PERIOD);
+    return nullptr;
+}
+
+DWORD CSDKImpl::GetSDKVersion() { return SDK_VERSION; }
+DWORD CSDKImpl::GetSDKBuildVersion() { return BuildVersion(BUILD_DATE); }
+BOOL CSDKImpl::SetLogToFile(BOOL, const char*, BOOL, int) { return Failure(HLX_NOSUPPORT); }
+
+BOOL CSDKImpl::RestoreConfig(LONG) { return Failure(HLX_NOSUPPORT); }
+BOOL CSDKImpl::SaveConfig(LONG) { return Failure(HLX_NOSUPPORT); }
+BOOL CSDKImpl::ShutDownDVR(LONG) { return Failure(HLX_NOSUPPORT); }
+BOOL CSDKImpl::SetPlayerBufNumber(POINTERHANDLE, DWORD) { return Failure(HLX_NOSUPPORT); }
