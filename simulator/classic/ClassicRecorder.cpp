@@ -1,0 +1,100 @@
+#include "simulator/classic/ClassicRecorder.h"
+
+#include "simulator/classic/ClassicSession.h"
+
+CClassicRecorder::CClassicRecorder(CLASSIC_RECORDER_CONFIG config) : m_pState(std::make_unique<CLASSIC_STATE>()) {
+    m_pState->sPassword = config.sPassword;
+    m_pState->faults.Set(config.faults);
+    m_pState->config = std::move(config);
+}
+
+CClassicRecorder::~CClassicRecorder() { Stop(); }
+
+bool CClassicRecorder::CheckConfig(std::string& sError) const {
+    struct RULE {
+        bool bKept;
+        const char* pSentence;
+    };
+    const CLASSIC_RECORDER_CONFIG& config = m_pState->config;
+    const RULE rules[] = {
+        {config.channels >= 1 && config.channels <= 64, "A recorder has 1 to 64 channels."},
+        {config.soundUnits >= 1 && config.soundUnits <= 25, "A sound frame has 1 to 25 units."},
+        {config.packLimit >= 1024, "Pieces of less than 1024 bytes are not sent."},
+        {config.diskCount <= 16, "A recorder has at most 16 disks."},
+        {config.speed >= 0, "The speed cannot be negative."},
+        {config.heartbeat.count() > 0, "The time between heartbeats must be above 0."},
+        {!config.firstClips.empty() && !config.secondClips.empty(), "Each stream needs a clip."},
+    };
+    for (const RULE& rule : rules) {
+        if (rule.bKept) continue;
+        sError = rule.pSentence;
+        return false;
+    }
+    return true;
+}
+
+bool CClassicRecorder::LoadClips(const std::vector<std::string>& names, bool bSound,
+                                 std::vector<std::shared_ptr<const CSimClip>>& clips, std::string& sError) const {
+    clips.clear();
+    for (const std::string& sName : names) {
+        auto pClip = CSimClip::Load(std::filesystem::path(m_sMediaFolder) / sName, sError);
+        if (!pClip) return false;
+        if ((pClip->Codec() == SIM_CODEC::ALAW) != bSound) {
+            sError = "The clip " + sName + (bSound ? " is no sound." : " is no picture.");
+            return false;
+        }
+        clips.push_back(std::move(pClip));
+    }
+    return true;
+}
+
+bool CClassicRecorder::LoadSources(std::string& sError) {
+    const CLASSIC_RECORDER_CONFIG& config = m_pState->config;
+    CLASSIC_SOURCES& sources = m_pState->sources;
+    m_sMediaFolder = FindMediaFolder(config.sMediaFolder).string();
+    std::vector<std::shared_ptr<const CSimClip>> sound;
+    if (!LoadClips(config.firstClips, false, sources.first, sError)) return false;
+    if (!LoadClips(config.secondClips, false, sources.second, sError)) return false;
+    if (!LoadClips({config.sSoundClip}, true, sound, sError)) return false;
+    sources.pSound = sound.front();
+    sources.soundUnits = config.soundUnits;
+    return true;
+}
+
+bool CClassicRecorder::Start(std::string& sError) {
+    if (Port() != 0) return true;
+    if (!CheckConfig(sError) || !LoadSources(sError)) return false;
+    const auto maker = [pState = m_pState.get()](CSimLink& link) {
+        return std::make_unique<CClassicSession>(link, *pState);
+    };
+    return m_server.Start(m_pState->config.sBind, m_pState->config.port, maker, sError);
+}
+
+void CClassicRecorder::Stop() { m_server.Stop(); }
+
+void CClassicRecorder::SetFaults(std::vector<SIM_FAULT> faults) { m_pState->faults.Set(std::move(faults)); }
+
+void CClassicRecorder::SetPassword(const std::string& sPassword) {
+    const std::lock_guard guard(m_pState->lock);
+    m_pState->sPassword = sPassword;
+}
+
+void CClassicRecorder::CutLinks(SIM_CUT how) {
+    m_server.Post([this, how] { m_server.CutAllLinks(how); });
+}
+
+std::uint64_t CClassicRecorder::CommandCount(tuint32 cmdType) const {
+    const std::lock_guard guard(m_pState->lock);
+    const auto found = m_pState->commands.find(cmdType);
+    return found == m_pState->commands.end() ? 0 : found->second;
+}
+
+std::uint64_t CClassicRecorder::FramesSent() const {
+    const std::lock_guard guard(m_pState->lock);
+    return m_pState->framesSent;
+}
+
+std::vector<CLASSIC_SENT_FRAME> CClassicRecorder::TakeSentFrames() {
+    const std::lock_guard guard(m_pState->lock);
+    return std::move(m_pState->sent);
+}

@@ -1,0 +1,63 @@
+// A simulated recorder of the classic family.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "simulator/classic/ClassicConfig.h"
+#include "simulator/classic/ClassicState.h"
+#include "simulator/SimServer.h"
+
+/// Listens on a port and serves any number of clients: login, device facts, live streams from clips. One thread does it all;
+/// no thread and no descriptor is left after Stop() or destruction.
+class CClassicRecorder {
+public:
+    explicit CClassicRecorder(CLASSIC_RECORDER_CONFIG config);
+    ~CClassicRecorder();
+    CClassicRecorder(const CClassicRecorder&) = delete;
+    CClassicRecorder& operator=(const CClassicRecorder&) = delete;
+
+    /// Loads the clips, listens and starts the thread. A recorder that runs gives true. False with a sentence in `sError`.
+    bool Start(std::string& sError);
+
+    /// Closes all links at once and ends the thread. May be called repeatedly; not from the observer. A stopped recorder may
+    /// be started again, also on the same port.
+    void Stop();
+
+    /// The port listened on; 0 when stopped.
+    std::uint16_t Port() const { return m_server.Port(); }
+
+    /// The folder that the clips come from; known after Start().
+    const std::string& MediaFolder() const { return m_sMediaFolder; }
+
+    // The following may be called from any thread, but not while Stop() runs.
+
+    /// Replaces the faults; what already happened on a link stays.
+    void SetFaults(std::vector<SIM_FAULT> faults);
+
+    /// Changes the password for later logins.
+    void SetPassword(const std::string& sPassword);
+
+    /// Ends all links, soon.
+    void CutLinks(SIM_CUT how);
+
+    /// How often a request with this command id came, on all links.
+    std::uint64_t CommandCount(tuint32 cmdType) const;
+
+    /// Frames put on links, format frames among them.
+    std::uint64_t FramesSent() const;
+
+    /// Takes over the records of the frames put on links since the last call; the config's bKeepDigests makes them.
+    std::vector<CLASSIC_SENT_FRAME> TakeSentFrames();
+
+private:
+    bool CheckConfig(std::string& sError) const;
+    bool LoadSources(std::string& sError);
+    bool LoadClips(const std::vector<std::string>& names, bool bSound,
+                   std::vector<std::shared_ptr<const CSimClip>>& clips, std::string& sError) const;
+
+    const std::unique_ptr<CLASSIC_STATE> m_pState;
+    std::string m_sMediaFolder;
+    CSimServer m_server;  // its sessions use *m_pState
+};

@@ -1,0 +1,45 @@
+// What all links of one simulated classic recorder share.
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <vector>
+
+#include "simulator/classic/ClassicConfig.h"
+#include "simulator/classic/StreamPump.h"
+#include "simulator/SimEvent.h"
+#include "simulator/SimFault.h"
+
+/// A frame that was put on a link. Its digest is over what an application is given: sound without the units' prefixes.
+struct CLASSIC_SENT_FRAME {
+    unsigned link = 0;  // number of the link, from 1
+    tuint32 channel = 0;
+    tuint32 frameType = 0;    // a FRAME_TYPE
+    tuint32 frameAttrib = 0;  // wire bits: 0x20 first stream, 0x40 second
+    tuint32 frameIndex = 0;   // runs per link, channel and stream; sound has its own
+    bool bKeyFrame = false;
+    tuint32 length = 0;        // bytes under the digest
+    std::uint64_t digest = 0;  // FNV-1a
+    bool operator==(const CLASSIC_SENT_FRAME&) const = default;
+};
+
+/// Used by the recorder's thread; the members with a lock of their own by any.
+struct CLASSIC_STATE {
+    CLASSIC_RECORDER_CONFIG config;  // does not change after the start, but for what stands apart below
+    CLASSIC_SOURCES sources;
+    CFaultPlan faults;
+    unsigned sessions = 0;  // logged in now; the recorder's thread
+
+    std::mutex lock;
+    std::string sPassword;                      // lock
+    std::map<tuint32, std::uint64_t> commands;  // lock; requests by command id
+    std::vector<CLASSIC_SENT_FRAME> sent;       // lock
+    std::uint64_t framesSent = 0;               // lock
+
+    void Tell(const SIM_EVENT& event) const {
+        if (config.observer) config.observer(event);
+    }
+    void CountCommand(tuint32 cmdType);
+    void NoteFrame(unsigned link, const CLASSIC_FRAME& frame);
+    bool IsPassword(const std::string& sGiven);
+};

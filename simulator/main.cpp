@@ -1,0 +1,103 @@
+// hlx-simulator: devices that exist on this machine only.
+#include <CLI/CLI.hpp>
+
+#include "simulator/ClassicCommand.h"
+
+namespace {
+
+std::string FaultHelp() {
+    std::string sText =
+        "Faults, written kind[@phase][=value][*times]; a number in brackets stands when none is given:\n";
+    for (const SIM_FAULT_ROW& row : FaultTable()) {
+        std::string sName = "  " + std::string(row.pName);
+        sName.resize(std::max<size_t>(sName.size() + 1, 18), ' ');
+        sText += sName + row.pHelp + (row.value ? " (" + std::to_string(row.value) + ")\n" : "\n");
+    }
+    return sText + "Phases: connect, head, login, disk, stream, command, any.\n";
+}
+
+constexpr const char* EXIT_HELP =
+    "Exit codes: 0 ended by a signal or by its time; 1 cannot start (port taken, clip missing); 2 wrong usage.\n"
+    "Environment: HLX_PASSWORD password that clients must give (must be set); HLX_MEDIA folder with the clips.";
+
+void AddDeviceOptions(CLI::App& command, CLASSIC_RECORDER_CONFIG& config) {
+    command.add_option("--bind", config.sBind, "Numeric address to listen on")->capture_default_str();
+    command.add_option("--port", config.port, "TCP port; 0 for any free one")->capture_default_str();
+    command.add_option("--channels", config.channels, "Video channels")
+        ->check(CLI::Range(1, 64))
+        ->capture_default_str();
+    command.add_option("--user", config.sUser, "User name that clients must give")->capture_default_str();
+    command.add_option("--max-sessions", config.maxSessions, "Logins at a time")->capture_default_str();
+    command.add_option("--name", config.sDeviceName, "Device name")->capture_default_str();
+    command.add_option("--product-sub-id", config.productSubID, "Custom product sub-id")->capture_default_str();
+    command.add_option("--disks", config.diskCount, "Disks")->check(CLI::Range(0, 16))->capture_default_str();
+}
+
+void AddMediaOptions(CLI::App& command, CLASSIC_COMMAND_OPTIONS& options) {
+    CLASSIC_RECORDER_CONFIG& config = options.config;
+    command.add_option("--media", config.sMediaFolder,
+                       "Folder with the clips (else HLX_MEDIA, else the installed one)");
+    command.add_option("--clips", config.firstClips, "Clips of the first streams; channels take them in turn")
+        ->delimiter(',')
+        ->capture_default_str();
+    command.add_option("--second-clips", config.secondClips, "Clips of the second streams")
+        ->delimiter(',')
+        ->capture_default_str();
+    command.add_option("--sound", config.sSoundClip, "Sound clip, A-law")->capture_default_str();
+    command.add_option("--sound-units", config.soundUnits, "Units of 40 ms in a sound frame")
+        ->check(CLI::Range(1, 25))
+        ->capture_default_str();
+    auto* pSpeed = command.add_option("--speed", config.speed, "Pace; 2 streams twice as fast as real time")
+                       ->check(CLI::Range(0.01, 1000.0))
+                       ->capture_default_str();
+    command.add_flag("--fast", options.bFast, "Stream as fast as the client reads")->excludes(pSpeed);
+    command.add_option("--pack-limit", config.packLimit, "Send longer messages in pieces of so many bytes")
+        ->check(CLI::Range(1024, 1 << 30))
+        ->capture_default_str();
+}
+
+void AddRunOptions(CLI::App& command, CLASSIC_COMMAND_OPTIONS& options) {
+    command
+        .add_option_function<std::int64_t>(
+            "--heartbeat",
+            [&options](std::int64_t value) { options.config.heartbeat = std::chrono::milliseconds(value); },
+            "Milliseconds from heartbeat to heartbeat [3000]")
+        ->check(CLI::Range(1, 3600000));
+    command.add_option("--fault", options.faults, "Misbehave; may be given repeatedly, see below")
+        ->type_name("FAULT")
+        ->allow_extra_args(false);
+    command.add_flag("--events", options.bEvents, "Print one JSON line for each event");
+    command.add_option("--seconds", options.seconds, "End after so many seconds")->check(CLI::NonNegativeNumber);
+}
+
+int Run(int argc, char** argv) {
+    CLI::App app("Devices that exist on this machine only, for demonstrations and tests without hardware.",
+                 "hlx-simulator");
+    app.set_version_flag("--version", "hlx-simulator " HLX_SIM_VERSION);
+    app.require_subcommand(1);
+    app.footer(EXIT_HELP);
+
+    CLASSIC_COMMAND_OPTIONS options;
+    CLI::App& classic = *app.add_subcommand("classic", "A recorder of the classic family");
+    classic.footer(FaultHelp() + "\n" + EXIT_HELP);
+    AddDeviceOptions(classic, options.config);
+    AddMediaOptions(classic, options);
+    AddRunOptions(classic, options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? SIM_EXIT_OK : SIM_EXIT_USAGE;
+    }
+    return RunClassic(std::move(options));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "hlx-simulator: %s\n", error.what());
+        return SIM_EXIT_FAILURE;
+    }
+}

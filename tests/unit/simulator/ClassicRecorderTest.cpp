@@ -1,0 +1,150 @@
+// A recorder's life: starting, stopping, odd clients, pace.
+#include <cmath>
+
+#include "RecorderFixture.h"
+
+namespace {
+
+class ClassicRecorder : public RecorderTest {};
+
+TEST_F(ClassicRecorder, LeavesNothingBehind) {
+    const int threads = ThreadCount();
+    const int descriptors = OpenDescriptorCount();
+    {
+        const std::uint16_t port = StartRecorder();
+        std::string sError;
+        EXPECT_TRUE(m_pRecorder->Start(sError));  // again, without effect
+        EXPECT_EQ(m_pRecorder->Port(), port);
+        CWireClient client(port);
+        client.Login();
+        client.StartStreams(~0ull, 0, ~0ull);
+        ASSERT_TRUE(client.Next(0xA000001));
+        m_pRecorder->Stop();
+        m_pRecorder->Stop();
+        EXPECT_EQ(m_pRecorder->Port(), 0);
+        EXPECT_EQ(m_log.Count(SIM_EVENT_KIND::CLOSED), 1u);
+        ASSERT_TRUE(m_pRecorder->Start(sError)) << sError;  // and it can live again
+        CWireClient another(m_pRecorder->Port());
+        EXPECT_TRUE(another.Login());
+        m_pRecorder.reset();
+    }
+    EXPECT_TRUE(WaitUntil([&] { return ThreadCount() == threads; }));
+    EXPECT_EQ(OpenDescriptorCount(), descriptors);
+}
+
+TEST_F(ClassicRecorder, ProbeIsNoEvent) {
+    const std::uint16_t port = StartRecorder();
+    for (int n = 0; n < 20; ++n) CWireClient probe(port);
+    CWireClient client(port);
+    ASSERT_TRUE(client.Login());
+    client.Command(258);
+    ASSERT_TRUE(client.ReadsEnd());
+    ASSERT_TRUE(m_log.WaitFor(SIM_EVENT_KIND::CLOSED, 1, PATIENCE));
+    for (const SIM_EVENT& event : m_log.Events()) EXPECT_EQ(event.link, 21u) << EventName(event.kind);
+}
+
+TEST_F(ClassicRecorder, GarbageEndsTheLinkAlone) {
+    const std::uint16_t port = StartRecorder();
+    CWireClient good(port);
+    ASSERT_TRUE(good.Login());
+    const BYTES inputs[] = {{'2', '1', '1', '1', 0, 0, 0, 0},
+                            {'1', '1', '1', '1', 0xFF, 0xFF, 0xFF, 0xFF},
+                            {'1', '1', '1', '1', 0xFF, 0xFF, 0xFF, 0x7F},
+                            {'1', '1', '1', '1', 4, 0, 0, 0, 1, 1, 0, 0},
+                            {'1', '1', '1', '1', 16, 0, 0, 0, 1, 1, 0, 0, 0, 0, 0, 0, 4, 0, 0, 0, 120, 0, 0, 0}};
+    size_t bad = 0;
+    for (const BYTES& input : inputs) {
+        CWireClient client(port);
+        client.Read(64);
+        client.Write(input);
+        EXPECT_TRUE(client.ReadsEnd());
+        EXPECT_TRUE(m_log.WaitFor(SIM_EVENT_KIND::BAD_DATA, ++bad, PATIENCE));
+    }
+    good.Command(2049);
+    EXPECT_TRUE(good.Next(0x80001));
+}
+
+TEST_F(ClassicRecorder, RequestInManySmallPartsIsServed) {
+    CWireClient client(StartRecorder());
+    client.Read(64);
+    BYTES request{'1', '1', '1', '1', 136, 0, 0, 0, 1, 1, 0, 0, 0, 0, 0, 0, 4, 0, 0, 0, 120, 0, 0, 0};
+    const BYTES body = LoginBody("admin", "secret");
+    request.insert(request.end(), body.begin(), body.end());
+    for (const std::uint8_t byte : request) client.Write({byte});
+    EXPECT_TRUE(client.Next(0x10001));
+}
+
+TEST_F(ClassicRecorder, SlowReaderStopsTheStreamsAndNotTheRecorder) {
+    m_config.speed = 0;
+    m_config.queueLimit = 100000;
+    const std::uint16_t port = StartRecorder();
+    CWireClient lazy(port);
+    lazy.Login();
+    lazy.StartStreams(~0ull, 0, 0);
+    std::uint64_t before = 0;
+    EXPECT_TRUE(WaitUntil([&] {
+        const std::uint64_t now = m_pRecorder->FramesSent();
+        const bool bStill = now > 0 && now == before;
+        before = now;
+        CWireClient other(port);  // takes longer than a frame
+        EXPECT_TRUE(other.Login());
+        return bStill;
+    }));
+    for (std::uint64_t n = 0; n < before + 1000; ++n) ASSERT_TRUE(lazy.Next());
+    EXPECT_GT(m_pRecorder->FramesSent(), before);
+}
+
+TEST_F(ClassicRecorder, KeepsThePace) {
+    m_config.speed = 20;  // 500 frames a second
+    CWireClient client(StartRecorder());
+    client.Login();
+    const auto start = std::chrono::steady_clock::now();
+    client.StartStreams(0, 1, 0);
+    constexpr int COUNT = 250;
+    for (int n = 0; n < COUNT; ++n) {
+        ASSERT_TRUE(client.Next(
+            [](const WIRE_MESSAGE& message) { return message.Id() == 0xA000001 && Word(message.payload, 20) == 1; }));
+    }
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(elapsed.count(), (COUNT - 1) / 500.0 - 0.01);  // never early; late as the machine is
+}
+
+TEST_F(ClassicRecorder, CutLinksAndPasswordChangeTakeEffect) {
+    const std::uint16_t port = StartRecorder();
+    for (const SIM_CUT how : {SIM_CUT::CLOSE, SIM_CUT::RESET}) {
+        CWireClient client(port);
+        ASSERT_TRUE(client.Login());
+        m_pRecorder->CutLinks(how);
+        EXPECT_TRUE(client.ReadsEnd());
+    }
+    m_pRecorder->SetPassword("new");
+    CWireClient old(port), fresh(port);
+    EXPECT_EQ(old.Login()->Id(), 0x10002u);
+    EXPECT_EQ(fresh.Login("admin", "new")->Id(), 0x10001u);
+}
+
+TEST_F(ClassicRecorder, WrongConfigIsRefusedWithASentence) {
+    const std::function<void(CLASSIC_RECORDER_CONFIG&)> mistakes[] = {
+        [](auto& config) { config.channels = 0; },
+        [](auto& config) { config.channels = 65; },
+        [](auto& config) { config.soundUnits = 26; },
+        [](auto& config) { config.packLimit = 10; },
+        [](auto& config) { config.firstClips.clear(); },
+        [](auto& config) { config.firstClips = {"none-1x1-25.h264"}; },
+        [](auto& config) { config.firstClips = {"speech-8000.alaw"}; },
+        [](auto& config) { config.sSoundClip = "sub-352x288-25.h264"; },
+        [](auto& config) { config.sBind = "somewhere"; },
+        [](auto& config) { config.sBind = "192.0.2.1"; },  // nobody's address
+    };
+    for (size_t n = 0; n < std::size(mistakes); ++n) {
+        CLASSIC_RECORDER_CONFIG config = m_config;
+        mistakes[n](config);
+        CClassicRecorder recorder(config);
+        std::string sError;
+        EXPECT_FALSE(recorder.Start(sError)) << n;
+        EXPECT_FALSE(sError.empty()) << n;
+        EXPECT_EQ(recorder.Port(), 0) << n;
+    }
+}
+
+}  // namespace
