@@ -1,0 +1,319 @@
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "Process.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using Args = std::vector<std::string>;
+
+const PROCESS_OPTIONS WITH_PASSWORD{{"HLX_PASSWORD=secret"}, {}, false};
+
+// The number behind a text, -1 if the text is not there.
+int64_t NumberBehind(const std::string& strText, const std::string& strMark) {
+    const size_t nMark = strText.find(strMark);
+    return nMark == std::string::npos ? -1 : std::stoll(strText.substr(nMark + strMark.size()));
+}
+
+// The number of a key in a line of JSON, -1 if it is not there.
+int64_t Number(const std::string& strJson, const std::string& strKey) {
+    return NumberBehind(strJson, "\"" + strKey + "\":");
+}
+
+// hlx-simulator as a recorder of four channels with the password "secret".
+class CSimulator {
+public:
+    explicit CSimulator(const Args& extra = {}) : m_process(Line(extra), WITH_PASSWORD) {
+        EXPECT_TRUE(m_process.ReadUntil("\n")) << m_process.Errors();
+        m_strAddress = "127.0.0.1:" + std::to_string(Number(m_process.Output(), "port"));
+    }
+    ~CSimulator() {
+        m_process.Kill(SIGTERM);
+        EXPECT_EQ(m_process.Wait(), 0);
+    }
+    const std::string& Address() const { return m_strAddress; }
+    // Until its events tell so.
+    void AwaitEvent(const std::string& strEvent) { EXPECT_TRUE(m_process.ReadUntil("\"" + strEvent + "\"")); }
+
+private:
+    static Args Line(const Args& extra) {
+        Args args = {HLX_SIMULATOR, "classic", "--port", "0", "--channels", "4", "--user", "admin", "--name", "Gate"};
+        args.insert(args.end(), extra.begin(), extra.end());
+        return args;
+    }
+    CProcess m_process;
+    std::string m_strAddress;
+};
+
+Args Hlx(const std::string& strCommand, const std::string& strAddress, const Args& extra = {}) {
+    Args args = {HLX_TOOL, strCommand, strAddress};
+    args.insert(args.end(), extra.begin(), extra.end());
+    return args;
+}
+
+PROCESS_RESULT RunHlx(const std::string& strCommand, const std::string& strAddress, const Args& extra = {}) {
+    return RunProcess(Hlx(strCommand, strAddress, extra), WITH_PASSWORD);
+}
+
+std::string LastLine(const std::string& strText) {
+    const size_t nBreak = strText.rfind('\n', strText.size() - 2);
+    return strText.substr(nBreak == std::string::npos ? 0 : nBreak + 1);
+}
+
+class CTempFile {
+public:
+    CTempFile() {
+        char name[] = "/tmp/hlx-cli-XXXXXX";
+        const int nFd = mkstemp(name);
+        close(nFd);
+        m_strPath = name;
+    }
+    ~CTempFile() { std::filesystem::remove(m_strPath); }
+    const std::string& Path() const { return m_strPath; }
+    int64_t Size() const { return static_cast<int64_t>(std::filesystem::file_size(m_strPath)); }
+
+private:
+    std::string m_strPath;
+};
+
+std::string ShellOutput(const std::string& strCommand) {
+    return RunProcess({"/bin/sh", "-c", strCommand}, {{"HLX_PASSWORD"}, {}, false}).strOutput;
+}
+
+// A digest of each decoded picture of an H.264 file, one a line.
+std::vector<std::string> PictureDigests(const std::string& strPath) {
+    std::istringstream lines(ShellOutput("ffmpeg -v error -f h264 -i " + strPath + " -f framemd5 -"));
+    std::vector<std::string> digests;
+    for (std::string strLine; std::getline(lines, strLine);) {
+        if (!strLine.empty() && strLine[0] != '#') digests.push_back(strLine.substr(strLine.rfind(' ') + 1));
+    }
+    return digests;
+}
+
+TEST(CliInfo, TellsTheDevice) {
+    CSimulator simulator;
+    const auto json = RunHlx("info", simulator.Address(), {"--json"});
+    EXPECT_EQ(json.nExit, 0) << json.strErrors;
+    EXPECT_EQ(json.strErrors, "");
+    EXPECT_EQ(std::count(json.strOutput.begin(), json.strOutput.end(), '\n'), 1);
+    EXPECT_NE(json.strOutput.find("\"deviceName\":\"Gate\""), std::string::npos) << json.strOutput;
+    EXPECT_EQ(Number(json.strOutput, "videoInputs"), 4);
+    EXPECT_NE(json.strOutput.find("\"host\":\"" + simulator.Address() + "\""), std::string::npos);
+
+    const auto text = RunHlx("info", simulator.Address());
+    EXPECT_EQ(text.nExit, 0);
+    EXPECT_EQ(text.strOutput.find("Name           Gate\n"), 0u) << text.strOutput;
+    EXPECT_NE(text.strOutput.find("\nVideo inputs   4\n"), std::string::npos) << text.strOutput;
+}
+
+TEST(CliInfo, TakesThePasswordFromAFileFromInputAndFromAPrompt) {
+    CSimulator simulator;
+    CTempFile file;
+    std::ofstream(file.Path()) << "secret\nsecond line\n";
+    const Args fromFile = Hlx("info", simulator.Address(), {"--password-file", file.Path()});
+    EXPECT_EQ(RunProcess(fromFile, {{"HLX_PASSWORD=wrong"}, {}, false}).nExit, 0);
+    const Args fromInput = Hlx("info", simulator.Address(), {"--password-file", "-"});
+    EXPECT_EQ(RunProcess(fromInput, {{"HLX_PASSWORD"}, "secret\n", false}).nExit, 0);
+
+    CProcess prompt(Hlx("info", simulator.Address()), {{"HLX_PASSWORD"}, {}, true});
+    ASSERT_TRUE(prompt.ReadUntil("Password of admin at " + simulator.Address() + ": "));
+    prompt.Type("secret\n");
+    EXPECT_EQ(prompt.Wait(), 0) << prompt.Output();
+    EXPECT_EQ(prompt.Output().find("secret"), std::string::npos);
+}
+
+// What the device or the network refuses, as exit code and as the number's name.
+struct FAILURE_ROW {
+    const char* sFault;
+    const char* sCommand;
+    Args extra;
+    int nExit;
+    const char* sErrors;
+};
+
+// Names the row in the test's name.
+void PrintTo(const FAILURE_ROW& row, std::ostream* pStream) {
+    *pStream << row.sCommand << ": " << (row.sFault ? row.sFault : row.extra.back()) << ": " << row.sErrors;
+}
+
+class CliFailure : public testing::TestWithParam<FAILURE_ROW> {};
+
+TEST_P(CliFailure, HasItsExitCodeAndWords) {
+    const FAILURE_ROW& row = GetParam();
+    CSimulator simulator(row.sFault ? Args{"--fault", row.sFault} : Args{});
+    const auto result = RunHlx(row.sCommand, simulator.Address(), row.extra);
+    EXPECT_EQ(result.nExit, row.nExit);
+    EXPECT_EQ(result.strOutput, "");
+    EXPECT_NE(result.strErrors.find(row.sErrors), std::string::npos) << result.strErrors;
+}
+
+const FAILURE_ROW FAILURES[] = {
+    {"refuse=1", "info", {}, 1, "HLX_VERSION_NOMATCH"},
+    {"refuse=2", "info", {}, 4, "HLX_PASSWORD_ERROR"},
+    {"refuse=3", "info", {}, 4, "HLX_OVER_MAXLINK"},
+    {"refuse=4", "info", {}, 4, "HLX_LOGIN_REFUSED"},
+    {"head-family=9", "info", {}, 1, "HLX_VERSION_NOMATCH"},
+    {"close@connect", "info", {}, 3, "HLX_NETWORK_FAIL_CONNECT"},
+    {"close@login", "info", {}, 3, "HLX_NETWORK_NOT_CONNECT"},
+    {"silent-after=60000", "live", {"--stall", "500ms"}, 5, "no frame came for 0.5 s"},
+    {nullptr, "live", {"-c", "4"}, 1, "HLX_CHANNEL_ERROR"},
+    {nullptr, "info", {"-u", "nobody"}, 4, "HLX_PASSWORD_ERROR"},
+    {nullptr, "live", {"-n", "1", "-o", "/no/such/folder/x"}, 1, "No such file or directory"},
+    {nullptr, "live", {"-n", "1", "-o", "/dev/full"}, 1, "No space left on device"},
+};
+INSTANTIATE_TEST_SUITE_P(Rows, CliFailure, testing::ValuesIn(FAILURES));
+
+TEST(Cli, AFailureIsARecordToo) {
+    CSimulator simulator;
+    const auto result = RunProcess(Hlx("info", simulator.Address(), {"--json"}), {{"HLX_PASSWORD=wrong"}, {}, false});
+    EXPECT_EQ(result.nExit, 4);
+    EXPECT_NE(result.strOutput.find("\"event\":\"error\""), std::string::npos) << result.strOutput;
+    EXPECT_EQ(Number(result.strOutput, "number"), 1);
+    EXPECT_EQ(Number(result.strOutput, "exit"), 4);
+}
+
+TEST(Cli, NobodyListens) {
+    // A bound socket that does not listen: its port is nobody else's and refuses connections.
+    const int nFd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(bind(nFd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    socklen_t nSize = sizeof address;
+    getsockname(nFd, reinterpret_cast<sockaddr*>(&address), &nSize);
+    const auto result = RunHlx("info", "127.0.0.1:" + std::to_string(ntohs(address.sin_port)));
+    close(nFd);
+    EXPECT_EQ(result.nExit, 3);
+    EXPECT_NE(result.strErrors.find("HLX_NETWORK_FAIL_CONNECT, 8"), std::string::npos) << result.strErrors;
+}
+
+TEST(Cli, WrongCommandLines) {
+    const Args lines[] = {{},
+                          {"nothing"},
+                          {"live"},
+                          {"info", "h:0"},
+                          {"info", "h", "--timeout", "soon"},
+                          {"live", "h", "-c", "-1"},
+                          {"live", "h", "-s", "third"},
+                          {"live", "h", "-n", "0"},
+                          {"live", "h", "-o", "-", "--json"},
+                          {"info", "h", "--password-file", "/no/such/file"}};
+    for (const Args& line : lines) {
+        Args args = {HLX_TOOL};
+        args.insert(args.end(), line.begin(), line.end());
+        const auto result = RunProcess(args, WITH_PASSWORD);
+        EXPECT_EQ(result.nExit, 2) << testing::PrintToString(line);
+        EXPECT_EQ(result.strOutput, "");
+        EXPECT_NE(result.strErrors, "");
+    }
+    EXPECT_EQ(RunProcess({HLX_TOOL, "info", "h"}, {{"HLX_PASSWORD"}, {}, false}).nExit, 2);  // no password anywhere
+}
+
+// The file holds the pictures that the device sent, each of them once and whole.
+TEST(CliLive, TheFileHoldsTheFrames) {
+    CSimulator simulator({"--speed", "10"});
+    CTempFile file;
+    const auto result = RunHlx("live", simulator.Address(), {"-c", "1", "-n", "60", "--json", "-o", file.Path()});
+    ASSERT_EQ(result.nExit, 0) << result.strErrors;
+    EXPECT_NE(result.strOutput.find("{\"event\":\"format\",\"kind\":\"video\",\"codec\":\"H264\",\"width\":704,"
+                                    "\"height\":576}\n"),
+              std::string::npos)
+        << result.strOutput;
+    const std::string strEnd = LastLine(result.strOutput);
+    EXPECT_NE(strEnd.find("\"reason\":\"frames\""), std::string::npos) << strEnd;
+    EXPECT_EQ(Number(strEnd, "frames"), 60);
+    EXPECT_EQ(Number(strEnd, "gaps"), 0);
+    EXPECT_GE(Number(strEnd, "keyFrames"), 2);
+    EXPECT_GT(Number(strEnd, "soundFrames"), 0);
+    EXPECT_EQ(Number(strEnd, "bytes"), file.Size());
+
+    const auto received = PictureDigests(file.Path());
+    auto sent = PictureDigests(std::string(HLX_MEDIA_FOLDER) + "/main-704x576-25.h264");
+    ASSERT_GE(sent.size(), 60u);
+    sent.resize(60);
+    EXPECT_EQ(received, sent);
+}
+
+TEST(CliLive, SubStreamForADurationToAPipe) {
+    CSimulator simulator({"--speed", "4"});
+    CTempFile file;
+    const Args args = Hlx("live", simulator.Address(), {"-s", "sub", "-d", "600ms", "-o", "-"});
+    CProcess hlx(args, WITH_PASSWORD);
+    EXPECT_EQ(hlx.Wait(), 0) << hlx.Errors();
+    std::ofstream(file.Path()) << hlx.Output();
+    const std::string strFacts = ShellOutput(
+        "ffprobe -v error -count_packets -of csv=p=0 -show_entries "
+        "stream=width,height,nb_read_packets " +
+        file.Path());
+    int nWidth = 0, nHeight = 0, nFrames = 0;
+    ASSERT_EQ(sscanf(strFacts.c_str(), "%d,%d,%d", &nWidth, &nHeight, &nFrames), 3) << strFacts;
+    EXPECT_EQ(nWidth, 352);
+    EXPECT_EQ(nHeight, 288);
+    EXPECT_EQ(hlx.Errors().find(std::to_string(nFrames) + " frames in "), 0u) << hlx.Errors();
+    EXPECT_GE(nFrames, 15);                                 // 60 at best
+    EXPECT_EQ(hlx.Errors().find('\r'), std::string::npos);  // no line of figures without a terminal
+}
+
+TEST(CliLive, FiguresOnATerminalCountLostFrames) {
+    CSimulator simulator({"--speed", "4", "--pack-limit", "1024", "--fault", "piece-lost=7"});
+    PROCESS_OPTIONS options = WITH_PASSWORD;
+    options.bTerminal = true;
+    CProcess hlx(Hlx("live", simulator.Address(), {"-d", "1100ms"}), options);
+    EXPECT_EQ(hlx.Wait(), 0);
+    const std::string& strShown = hlx.Output();
+    const size_t nFigures = strShown.find("\r\033[K   1 s  ");
+    ASSERT_NE(nFigures, std::string::npos) << strShown;
+    EXPECT_GT(NumberBehind(strShown.substr(nFigures), " 1 s  "), 0) << strShown;
+    EXPECT_GT(NumberBehind(strShown.substr(nFigures), " gaps "), 0) << strShown;
+}
+
+class CliSignal : public testing::TestWithParam<std::pair<int, int>> {};
+
+TEST_P(CliSignal, LogsOutAndLeavesAWholeFile) {
+    const auto [nSignal, nExit] = GetParam();
+    CSimulator simulator({"--speed", "4", "--events"});
+    CTempFile file;
+    CProcess hlx(Hlx("live", simulator.Address(), {"-s", "sub", "--json", "-o", file.Path()}), WITH_PASSWORD);
+    ASSERT_TRUE(hlx.ReadUntil("\"event\":\"second\"")) << hlx.Errors();
+    hlx.Kill(nSignal);
+    EXPECT_EQ(hlx.Wait(), nExit) << hlx.Errors();
+    const std::string strEnd = LastLine(hlx.Output());
+    EXPECT_EQ(Number(strEnd, "exit"), nExit) << strEnd;
+    EXPECT_GT(Number(strEnd, "frames"), 0);
+    EXPECT_EQ(Number(strEnd, "bytes"), file.Size());
+    EXPECT_EQ(PictureDigests(file.Path()).size(), static_cast<size_t>(Number(strEnd, "frames")));
+    simulator.AwaitEvent("logout");
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, CliSignal, testing::Values(std::pair(SIGINT, 130), std::pair(SIGTERM, 143)));
+
+TEST(CliLive, SecondSignalDoesNotWaitForAReader) {
+    CSimulator simulator({"--fast"});
+    CProcess hlx(Hlx("live", simulator.Address(), {"-o", "-"}), WITH_PASSWORD);
+    ASSERT_TRUE(hlx.ReadUntil(std::string("\0\0\1", 3)));  // runs; from here on nobody reads
+    // A signal that comes while the last one waits to be taken is lost, so there are more than two of them.
+    const auto start = std::chrono::steady_clock::now();
+    do hlx.Kill(SIGINT);
+    while (!hlx.EndsWithin(50ms) && std::chrono::steady_clock::now() - start < 10s);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 1500ms);  // one signal alone waits 2 s for the reader
+    EXPECT_EQ(hlx.Wait(), 130);
+}
+
+TEST(CliLive, AReaderThatGoesIsANormalEnd) {
+    CSimulator simulator({"--speed", "10"});
+    CProcess hlx(Hlx("live", simulator.Address(), {"-o", "-"}), WITH_PASSWORD);
+    ASSERT_TRUE(hlx.ReadUntil(std::string("\0\0\1", 3)));
+    hlx.CloseOutput();
+    EXPECT_EQ(hlx.Wait(), 0) << hlx.Errors();
+}
+
+}  // namespace

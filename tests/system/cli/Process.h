@@ -1,0 +1,60 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+struct PROCESS_OPTIONS {
+    std::vector<std::string> environment;  // NAME=VALUE, added to ours; NAME alone is removed
+    std::string strInput;                  // what stands on its standard input
+    bool bTerminal = false;                // its three descriptors are a terminal of its own; Output() is what it shows
+};
+
+// A program that runs beside the test. Whatever happens, it is gone when this is. A wait that lasts longer than 20 s
+// fails, so that a fault in a program cannot hang the tests.
+class CProcess {
+public:
+    explicit CProcess(const std::vector<std::string>& args, const PROCESS_OPTIONS& options = {});
+    ~CProcess();
+    CProcess(const CProcess&) = delete;
+    CProcess& operator=(const CProcess&) = delete;
+
+    // Takes output until it holds the text; false when the program ended before.
+    bool ReadUntil(const std::string& strText);
+    bool ReadErrorsUntil(const std::string& strText);
+
+    void CloseOutput();
+    void Type(const std::string& strText);  // on its terminal
+    void Kill(int nSignal) const;
+
+    // Takes all output and waits for the end: the exit code, or minus the signal that ended it.
+    int Wait();
+
+    // Waits without reading the output; false when it still runs after that time.
+    bool EndsWithin(std::chrono::milliseconds longest);
+
+    const std::string& Output() const { return m_strOutput; }
+    const std::string& Errors() const { return m_strErrors; }
+
+private:
+    void Pump(bool& bOpen);
+    int Reap();
+
+    pid_t m_nPid = -1;
+    int m_nPidFd = -1;
+    int m_nOutput = -1;
+    int m_nErrors = -1;
+    int m_nExit = 0;
+    bool m_bEnded = false;
+    std::string m_strOutput;
+    std::string m_strErrors;
+};
+
+struct PROCESS_RESULT {
+    int nExit;
+    std::string strOutput;
+    std::string strErrors;
+};
+PROCESS_RESULT RunProcess(const std::vector<std::string>& args, const PROCESS_OPTIONS& options = {});

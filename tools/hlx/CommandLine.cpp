@@ -1,0 +1,160 @@
+#include "CommandLine.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <CLI/CLI.hpp>
+#include <sstream>
+
+#include "HLX.h"
+#include "ManPage.h"
+#include "Output.h"
+
+namespace {
+
+struct COMMAND {
+    const char* sName;
+    const char* sSummary;
+    void (*pfnDeclare)(CLI::App& app, OPTIONS& options);
+    EXIT_CODE (*pfnRun)(const OPTIONS& options, CInterrupt& interrupt);
+};
+
+CLI::Option* AddDuration(CLI::App& app, const std::string& strName, std::chrono::milliseconds& target,
+                         const std::string& strDescription) {
+    const auto fnTake = [&target](const std::string& strText) {
+        const auto duration = ParseDuration(strText);
+        if (!duration) throw CLI::ValidationError(fmt::format("{}: not a time like 500ms, 10s or 1m", strText));
+        target = *duration;
+    };
+    return app.add_option_function<std::string>(strName, fnTake, strDescription)->type_name("TIME");
+}
+
+void DeclareConnect(CLI::App& app, OPTIONS& options) {
+    CONNECT_OPTIONS& connect = options.connect;
+    const auto fnEndpoint = [&connect](const std::string& strText) {
+        const auto endpoint = ParseEndpoint(strText);
+        if (!endpoint) throw CLI::ValidationError(fmt::format("{}: not a host or host:port", strText));
+        connect.endpoint = *endpoint;
+    };
+    app.add_option_function<std::string>(
+           "HOST", fnEndpoint,
+           fmt::format("name or address of the device, with :PORT if it is not {}; [::1]:9000 for IPv6",
+                       DEFAULT_DEVICE_PORT))
+        ->required()
+        ->type_name("HOST[:PORT]");
+    app.add_option("-u,--user", connect.strUser, "user name (admin)")->type_name("NAME");
+    app.add_option("--password-file", connect.strPasswordFile,
+                   "read the password from the first line of FILE, - for standard input; "
+                   "otherwise it is taken from HLX_PASSWORD or asked for on a terminal")
+        ->type_name("FILE");
+    AddDuration(app, "--timeout", connect.connectWait, "longest wait for a connection (5s)");
+    app.add_flag("--json", connect.bJson, "write JSON to standard output, one object a line");
+}
+
+void DeclareLive(CLI::App& app, OPTIONS& options) {
+    DeclareConnect(app, options);
+    LIVE_OPTIONS& live = options.live;
+    const auto fnStream = [&live](const std::string& strText) {
+        if (strText != "main" && strText != "sub") throw CLI::ValidationError(strText + ": neither main nor sub");
+        live.lStreamType = strText == "sub" ? HLX_SUB_STREAM : HLX_MAIN_STREAM;
+    };
+    app.add_option("-c,--channel", live.lChannel, "channel, counted from 0 (0)")
+        ->type_name("N")
+        ->check(CLI::Range(0, 65535).description(""));
+    app.add_option_function<std::string>("-s,--stream", fnStream, "main or sub stream (main)")->type_name("main|sub");
+    app.add_option("-o,--output", live.strOutput,
+                   "write the video as a raw elementary stream to FILE, - for standard output; "
+                   "without it frames are only counted")
+        ->type_name("FILE");
+    AddDuration(app, "-d,--duration", live.length, "end this long after the first frame");
+    app.add_option("-n,--frames", live.nFrames, "end after N video frames")
+        ->type_name("N")
+        ->check(CLI::Range(uint64_t{1}, uint64_t{1} << 40).description(""));
+    AddDuration(app, "--stall", live.stall, "give up when no frame comes for this long (10s)");
+    app.final_callback([&options] {
+        if (options.connect.bJson && options.live.strOutput == "-") {
+            throw CLI::ValidationError("--json and -o - both need standard output");
+        }
+    });
+}
+
+constexpr COMMAND COMMANDS[] = {
+    {"info", "log in and print what the device is", DeclareConnect, RunInfo},
+    {"live", "receive a channel's live stream, show its figures, write its video", DeclareLive, RunLive},
+};
+
+// The parser itself would only say that a command is required.
+bool IsUnknownCommand(const std::string& strWord) {
+    if (strWord.empty() || strWord.front() == '-') return false;
+    return std::none_of(std::begin(COMMANDS), std::end(COMMANDS),
+                        [&](const COMMAND& row) { return strWord == row.sName; });
+}
+
+std::string VersionText() {
+    HLX_Init();
+    const DWORD dwVersion = HLX_GetSDKVersion();
+    const DWORD dwBuild = HLX_GetSDKBuildVersion();
+    HLX_Cleanup();
+    return fmt::format("hlx {}\nlibHLX {}.{} (build {})\n", HLX_TOOL_VERSION, dwVersion >> 16 & 0xFFFF,
+                       dwVersion & 0xFFFF, dwBuild);
+}
+
+std::string ExitCodesText() {
+    std::string strText = "Exit codes:\n";
+    for (const EXIT_CODE_ROW& row : ExitCodes()) {
+        strText += fmt::format("  {:<4}{}\n", static_cast<int>(row.eCode), row.sMeaning);
+    }
+    return strText;
+}
+
+// Declares all commands; the one that is given stores its function in the command line.
+void Declare(CLI::App& app, COMMAND_LINE& line) {
+    app.name("hlx");
+    app.require_subcommand(1);
+    app.footer(ExitCodesText());
+    app.set_help_flag("-h,--help", "print this help");
+    app.add_flag("--version")->description("print the versions of the tool and of its library");
+    app.add_flag("--man")->description("print the man page's source")->group("");
+    for (const COMMAND& command : COMMANDS) {
+        CLI::App* pSub = app.add_subcommand(command.sName, command.sSummary);
+        pSub->set_help_flag("-h,--help", "print this help");
+        pSub->footer(ExitCodesText());
+        command.pfnDeclare(*pSub, line.options);
+        pSub->parse_complete_callback([&line, &command] { line.pfnRun = command.pfnRun; });
+    }
+}
+
+// Help, or the sentence about what is wrong, from the parser.
+EXIT_CODE AnswerParseEnd(const CLI::App& app, const CLI::ParseError& error) {
+    std::ostringstream out;
+    std::ostringstream err;
+    if (app.exit(error, out, err) == 0) return PrintedExit(PrintData(out.str()));
+    std::string strText = err.str();
+    while (!strText.empty() && strText.back() == '\n') strText.pop_back();
+    Fail(false, strText, EXIT_USAGE);
+    return EXIT_USAGE;
+}
+
+}  // namespace
+
+std::optional<COMMAND_LINE> ReadCommandLine(int argc, char** argv, EXIT_CODE& eExit) {
+    COMMAND_LINE line;
+    CLI::App app("Talks to network video recorders and IP cameras.");
+    Declare(app, line);
+    const std::string strFirst = argc > 1 ? argv[1] : "";
+    if (strFirst == "--version" || strFirst == "--man") {
+        eExit = PrintedExit(PrintData(strFirst == "--man" ? ManPageText(app) : VersionText()));
+        return {};
+    }
+    if (IsUnknownCommand(strFirst)) {
+        eExit = Fail(false, strFirst + ": no such command; see hlx --help", EXIT_USAGE);
+        return {};
+    }
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        eExit = AnswerParseEnd(app, error);
+        return {};
+    }
+    return line;
+}

@@ -1,0 +1,98 @@
+#include "ManPage.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+
+#include "ExitCodes.h"
+
+namespace {
+
+std::string Troff(const std::string& strText) {
+    std::string strResult;
+    for (const char c : strText) {
+        if (c == '-' || c == '\\') strResult += '\\';
+        strResult += c;
+    }
+    return strResult;
+}
+
+// "-u, --user NAME" in bold and italics.
+std::string OptionHead(const CLI::Option& option) {
+    if (option.get_positional()) return fmt::format("\\fI{}\\fR", Troff(option.get_type_name()));
+    std::string strNames;
+    for (const std::string& strName : option.get_snames()) strNames += "\\fB\\-" + strName + "\\fR, ";
+    for (const std::string& strName : option.get_lnames()) strNames += "\\fB\\-\\-" + Troff(strName) + "\\fR, ";
+    strNames.resize(strNames.size() - 2);
+    const bool bValue = option.get_items_expected_max() > 0;
+    return bValue ? fmt::format("{} \\fI{}\\fR", strNames, Troff(option.get_type_name())) : strNames;
+}
+
+std::string OptionsText(const CLI::App& app) {
+    std::string strText;
+    for (const CLI::Option* pOption : app.get_options()) {
+        if (!pOption->get_positional() && pOption->get_group().empty()) continue;
+        strText += fmt::format(".TP\n{}\n{}\n", OptionHead(*pOption), Troff(pOption->get_description()));
+    }
+    return strText;
+}
+
+std::string CommandsText(const CLI::App& app) {
+    std::string strText = ".SH COMMANDS\n";
+    for (const CLI::App* pCommand : app.get_subcommands(nullptr)) {
+        strText += fmt::format(".SS hlx {} \\fIHOST\\fR[:\\fIPORT\\fR] [\\fIoptions\\fR]\n{}\n{}", pCommand->get_name(),
+                               Troff(pCommand->get_description()), OptionsText(*pCommand));
+    }
+    return strText;
+}
+
+std::string ExitText() {
+    std::string strText = ".SH EXIT STATUS\n";
+    for (const EXIT_CODE_ROW& row : ExitCodes()) {
+        strText += fmt::format(".TP\n.B {}\n{}\n", static_cast<int>(row.eCode), Troff(row.sMeaning));
+    }
+    return strText;
+}
+
+constexpr const char* AFTER_COMMANDS = R"(.SH OUTPUT
+Data goes to standard output, everything else to standard error.
+The line of figures of a live stream appears on a terminal only.
+With \fB\-\-json\fR each line is one object whose \fIevent\fR tells its kind:
+.BR info ,
+.BR format ,
+.BR second ,
+.B end
+or
+.BR error .
+.PP
+The first SIGINT or SIGTERM ends a stream, logs out and closes the file; the second ends the process at once.
+A reader that closes the pipe ends a stream normally.
+.SH ENVIRONMENT
+.TP
+.B HLX_PASSWORD
+The password, if \fB\-\-password\-file\fR is not given.
+.TP
+.B NO_COLOR
+If set and not empty, nothing is coloured.
+)";
+
+constexpr const char* EXAMPLES = R"(.SH EXAMPLES
+.EX
+HLX_PASSWORD=secret hlx info 192.0.2.7
+hlx live 192.0.2.7:6000 \-c 3 \-o channel3.h264 \-\-duration 1m
+hlx live [2001:db8::7] \-s sub \-o \- | ffplay \-
+hlx live 192.0.2.7 \-\-json \-\-frames 250
+.EE
+.SH SEE ALSO
+.BR hlx\-simulator (1)
+)";
+
+}  // namespace
+
+std::string ManPageText(const CLI::App& app) {
+    return fmt::format(
+               ".TH HLX 1 \"\" \"HLX {}\" \"User Commands\"\n.SH NAME\nhlx \\- talk to network video recorders and IP "
+               "cameras\n.SH SYNOPSIS\n.B hlx\n.I command\n.RI HOST[: PORT ]\n.RI [ options ]\n.SH OPTIONS\n",
+               HLX_TOOL_VERSION) +
+           OptionsText(app) + CommandsText(app) + AFTER_COMMANDS + ExitText() + EXAMPLES;
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+#include "Text.h"
+
+// What every command that talks to a device is told.
+struct CONNECT_OPTIONS {
+    ENDPOINT endpoint;
+    std::string strUser = "admin";
+    std::string strPasswordFile;  // empty: HLX_PASSWORD or a prompt; "-": standard input
+    std::chrono::milliseconds connectWait{5000};
+    bool bJson = false;
+};
+
+struct LIVE_OPTIONS {
+    int64_t lChannel = 0;
+    int64_t lStreamType = 0;              // an HLX_STREAM_TYPE value
+    std::string strOutput;                // empty: frames are only counted; "-": standard output
+    std::chrono::milliseconds length{0};  // 0: without end
+    uint64_t nFrames = 0;                 // 0: without end
+    std::chrono::milliseconds stall{10'000};
+};
+
+struct OPTIONS {
+    CONNECT_OPTIONS connect;
+    LIVE_OPTIONS live;
+};

@@ -1,0 +1,16 @@
+#include <cstdio>
+#include <exception>
+
+#include "CommandLine.h"
+
+int main(int argc, char** argv) {
+    try {
+        CInterrupt interrupt;  // before every other thread
+        EXIT_CODE eExit = EXIT_OK;
+        const auto line = ReadCommandLine(argc, argv, eExit);
+        return line ? line->pfnRun(line->options, interrupt) : eExit;
+    } catch (const std::exception& error) {
+        fprintf(stderr, "hlx: %s\n", error.what());
+        return EXIT_FAILED;
+    }
+}
