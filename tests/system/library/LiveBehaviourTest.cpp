@@ -1,0 +1,213 @@
+// What an application sees of live streams beside the frames themselves.
+#include <atomic>
+#include <thread>
+
+#include "protocol/ClassicCommands.h"
+#include "System.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+class Live : public CSystemTest {};
+
+TEST_F(Live, FormatsComeFirstAndTheOneBlockFormCarriesTheHead) {
+    StartRecorder(Fast());
+    const LONG id = Login();
+    struct SEEN {
+        std::mutex lock;
+        std::vector<std::pair<UINT, std::vector<BYTE>>> blocks;
+    } seen;
+    HLX_CLIENTINFO info{};
+    const POINTERHANDLE handle = HLX_LivePlayEx(
+        id, &info,
+        [](POINTERHANDLE, UINT type, BYTE* pData, UINT length, void* pUser) {
+            auto& all = *static_cast<SEEN*>(pUser);
+            std::lock_guard guard(all.lock);
+            all.blocks.emplace_back(type, std::vector<BYTE>(pData, pData + length));
+        },
+        &seen);
+    ASSERT_GT(handle, 0);
+    ASSERT_TRUE(WaitUntil([&] {
+        std::lock_guard guard(seen.lock);
+        return seen.blocks.size() >= 20;
+    }));
+    EXPECT_TRUE(HLX_StopLivePlay(handle));
+
+    ASSERT_EQ(UINT{DD_FRAME_TYPE_VIDEO_FORMAT}, seen.blocks[0].first);
+    ASSERT_EQ(96U, seen.blocks[0].second.size());
+    BITMAPINFOHEADER format;
+    std::memcpy(&format, &seen.blocks[0].second[56], sizeof(format));
+    EXPECT_EQ(40U, format.biSize);
+    EXPECT_EQ(704, format.biWidth);
+    EXPECT_EQ(576, format.biHeight);
+    bool bSoundFormat = false;
+    bool bVideo = false;
+    for (size_t at = 1; at < seen.blocks.size(); ++at) {
+        const auto& [type, bytes] = seen.blocks[at];
+        HLX_FRAME_INFO head;
+        std::memcpy(&head, bytes.data(), sizeof(head));
+        EXPECT_EQ(type, head.frameType);
+        EXPECT_EQ(bytes.size(), 56U + head.length);
+        EXPECT_NE(UINT{DD_FRAME_TYPE_VIDEO_FORMAT}, type) << "told once";
+        EXPECT_TRUE(type != DD_FRAME_TYPE_AUDIO_FORMAT || bytes.size() == 74);
+        EXPECT_TRUE(type != DD_FRAME_TYPE_AUDIO || bSoundFormat);
+        EXPECT_TRUE(type != DD_FRAME_TYPE_VIDEO || std::exchange(bVideo, true) || head.keyFrame != 0);
+        bSoundFormat = bSoundFormat || type == DD_FRAME_TYPE_AUDIO_FORMAT;
+    }
+    EXPECT_TRUE(bVideo);
+}
+
+TEST_F(Live, FurtherViewersGetSessionsOfTheirOwnUpToEleven) {
+    CClassicRecorder& recorder = StartRecorder(Fast(2, 4));
+    const LONG id = Login();
+    std::vector<CReceiver> receivers(12);
+    std::vector<POINTERHANDLE> handles;
+    for (int viewer = 0; viewer < 11; ++viewer) {
+        handles.push_back(receivers[viewer].Play(id, 0, viewer % 2));
+        ASSERT_GT(handles.back(), 0) << viewer << ": " << HLX_GetLastError();
+    }
+    EXPECT_EQ(-1, receivers[11].Play(id, 0));
+    EXPECT_EQ(DWORD{HLX_MAX_PLAYERPORT}, HLX_GetLastError());
+    EXPECT_EQ(11U, recorder.CommandCount(CMD_REQUEST_LOGIN)) << "no session for a stream that is refused";
+    for (int viewer = 0; viewer < 11; ++viewer) EXPECT_TRUE(receivers[viewer].WaitForFrames(3)) << viewer;
+
+    EXPECT_TRUE(HLX_StopLivePlay(handles[5]));
+    EXPECT_TRUE(m_events.WaitFor(SIM_EVENT_KIND::LOGOUT, 1, std::chrono::seconds(5))) << "its session goes with it";
+    const POINTERHANDLE again = receivers[11].Play(id, 0);
+    EXPECT_GT(again, 0);
+    EXPECT_TRUE(receivers[11].WaitForFrames(3));
+    EXPECT_TRUE(HLX_Logout(id)) << "takes all streams and sessions along";
+    EXPECT_TRUE(m_events.WaitFor(SIM_EVENT_KIND::LOGOUT, 12, std::chrono::seconds(5)));
+    for (const POINTERHANDLE handle : handles) EXPECT_FALSE(HLX_StopLivePlay(handle));
+}
+
+TEST_F(Live, RefusalsKeepTheirNumbers) {
+    CClassicRecorder& recorder = StartRecorder(Fast(4));
+    const LONG id = Login();
+    CReceiver receiver;
+    struct {
+        LONG id, channel, type;
+        HLX_ERROR error;
+    } const rows[] = {
+        {id, 4, 0, HLX_CHANNEL_ERROR},       {id, -1, 0, HLX_CHANNEL_ERROR},  {id, 1LL << 40, 0, HLX_CHANNEL_ERROR},
+        {id, 0, -1, HLX_PARAMETER_ERROR},    {id, 0, 4, HLX_PARAMETER_ERROR}, {id + 1, 0, 0, HLX_NETWORK_NOT_CONNECT},
+        {-1, 0, 0, HLX_NETWORK_NOT_CONNECT},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(-1, receiver.Play(row.id, row.channel, row.type));
+        EXPECT_EQ(row.error, static_cast<HLX_ERROR>(HLX_GetLastError())) << row.channel << " " << row.type;
+    }
+    EXPECT_EQ(0U, recorder.CommandCount(CMD_REQUEST_STREAM_START)) << "nothing of this was sent";
+
+    recorder.SetFaults({{SIM_FAULT_KIND::NO_RESOURCE, SIM_PHASE::ANY, 1002, 1}});
+    EXPECT_EQ(-1, receiver.Play(id, 0));
+    EXPECT_EQ(DWORD{HLX_DVR_NORESOURCE}, HLX_GetLastError());
+    EXPECT_GT(receiver.Play(id, 0), 0) << "the refused stream left nothing";
+    EXPECT_TRUE(receiver.WaitForFrames(5));
+}
+
+TEST_F(Live, StopLogoutAndCleanupAreQuickWhileFramesPour) {
+    CClassicRecorder& recorder = StartRecorder(Fast(16, 0));
+    (void)recorder;
+    std::vector<CReceiver> receivers(16);
+    const auto took = [](auto&& call) {
+        const auto start = Clock::now();
+        call();
+        return Clock::now() - start;
+    };
+    const auto playAll = [&](LONG id) {
+        std::vector<POINTERHANDLE> handles;
+        for (int channel = 0; channel < 16; ++channel) handles.push_back(receivers[channel].Play(id, channel));
+        for (const CReceiver& receiver : receivers) EXPECT_TRUE(receiver.WaitForFrames(1));
+        return handles;
+    };
+    const LONG first = Login();
+    const LONG second = Login();
+    const auto handles = playAll(first);
+    EXPECT_LT(took([&] { EXPECT_TRUE(HLX_StopLivePlay(handles[0])); }), std::chrono::seconds(1));
+    const size_t before = receivers[0].Count(DD_FRAME_TYPE_VIDEO);
+    EXPECT_LT(took([&] { EXPECT_TRUE(HLX_Logout(first)); }), std::chrono::seconds(2));
+    EXPECT_EQ(before, receivers[0].Count(DD_FRAME_TYPE_VIDEO)) << "no callback after the stop returned";
+    playAll(second);
+    EXPECT_LT(took([&] { EXPECT_TRUE(HLX_Cleanup()); }), std::chrono::seconds(2));
+    EXPECT_TRUE(HLX_Init());
+}
+
+TEST_F(Live, AFrameCallbackMayNotStopWhatItRunsOn) {
+    StartRecorder(Fast(2, 4));
+    const LONG id = Login();
+    CReceiver receiver;
+    std::atomic<int> refused{0};
+    std::atomic<bool> bAllowed{false};
+    receiver.m_inCallback = [&](POINTERHANDLE handle, const HLX_FRAME_INFO&) {
+        if (refused) return;
+        HLX_CLIENTINFO other{};
+        DD_TIME time{};
+        const auto isRefused = [](bool bDone) { return !bDone && HLX_GetLastError() == HLX_OPER_NOPERMIT; };
+        const bool bAll = isRefused(HLX_StopLivePlay(handle)) && isRefused(HLX_Logout(id)) &&
+                          isRefused(HLX_Cleanup()) && isRefused(HLX_LivePlay(id, &other, nullptr, nullptr) > 0) &&
+                          isRefused(HLX_GetDeviceTime(id, &time));
+        bAllowed = HLX_MakeKeyFrame(id, 0);
+        refused = bAll ? 1 : -1;
+    };
+    const POINTERHANDLE handle = receiver.Play(id, 0);
+    EXPECT_TRUE(receiver.WaitForFrames(5));
+    EXPECT_EQ(1, refused);
+    EXPECT_TRUE(bAllowed);
+    EXPECT_TRUE(HLX_StopLivePlay(handle));
+}
+
+TEST_F(Live, AStuckCallbackHoldsUpItsOwnStreamOnly) {
+    StartRecorder(Fast(2, 4));
+    const LONG id = Login();
+    CReceiver stuck;
+    CReceiver free;
+    std::atomic<bool> bGo{false};
+    stuck.m_inCallback = [&](POINTERHANDLE, const HLX_FRAME_INFO&) { WaitUntil([&] { return bGo.load(); }); };
+    const POINTERHANDLE stuckHandle = stuck.Play(id, 0);
+    const POINTERHANDLE freeHandle = free.Play(id, 1);
+    EXPECT_TRUE(free.WaitForFrames(100));
+    EXPECT_EQ(0U, stuck.Count(DD_FRAME_TYPE_VIDEO));
+    std::thread stopping([&] { EXPECT_TRUE(HLX_StopLivePlay(stuckHandle)); });
+    EXPECT_TRUE(HLX_SetLiveDataCallBack(freeHandle, nullptr, nullptr)) << "other calls do not wait for the stop";
+    bGo = true;
+    stopping.join();
+}
+
+TEST_F(Live, ACutLinkEndsTheFramesAndNothingHangs) {
+    for (const SIM_CUT cut : {SIM_CUT::CLOSE, SIM_CUT::RESET}) {
+        CClassicRecorder& recorder = StartRecorder(Fast(2, 4));
+        const LONG id = Login();
+        CReceiver receiver;
+        const POINTERHANDLE handle = receiver.Play(id, 0);
+        EXPECT_TRUE(receiver.WaitForFrames(5));
+        recorder.CutLinks(cut);
+        EXPECT_TRUE(WaitUntil([&] { return !HLX_MakeKeyFrame(id, 0); }));
+        EXPECT_EQ(DWORD{HLX_NETWORK_NOT_CONNECT}, HLX_GetLastError());
+        CReceiver other;
+        EXPECT_EQ(-1, other.Play(id, 1));
+        EXPECT_EQ(DWORD{HLX_NETWORK_NOT_CONNECT}, HLX_GetLastError());
+        EXPECT_TRUE(HLX_StopLivePlay(handle));
+        EXPECT_TRUE(HLX_Logout(id));
+    }
+}
+
+TEST_F(Live, AKeyFrameOnDemandAndTheDevicesClock) {
+    CClassicRecorder& recorder = StartRecorder(Fast(1, 4));
+    const LONG id = Login();
+    CReceiver receiver;
+    ASSERT_GT(receiver.Play(id, 0), 0);
+    ASSERT_TRUE(receiver.WaitForFrames(2));
+    EXPECT_TRUE(HLX_MakeKeyFrame(id, 0));
+    EXPECT_TRUE(HLX_MakeKeyFrameEx(id, 0, HLX_MAIN_STREAM));
+    EXPECT_FALSE(HLX_MakeKeyFrameEx(id, 0, 9));
+    EXPECT_TRUE(WaitUntil([&] { return recorder.CommandCount(CMD_REQUEST_KEYFRAME) == 2; }));
+    DD_TIME time{};
+    EXPECT_TRUE(HLX_GetDeviceTime(id, &time));
+    EXPECT_GE(time.year, 120);  // years since 1900
+    EXPECT_LE(time.month, 11);
+    EXPECT_FALSE(HLX_GetDeviceTime(id, nullptr));
+}
+
+}  // namespace
