@@ -2,27 +2,21 @@
 //
 // Valid as C99 and C++11. Rules that hold for every function unless its own comment says otherwise:
 //
-// Results      A BOOL is 1 for success and 0 for failure; the number of the failure is then in HLX_GetLastError(). The
-// last
-//              error is one number for the whole process, shared by all threads. A function resets it to HLX_SUCCESS
-//              when it begins. Without HLX_Init it fails with HLX_NOINIT (3) and the failure value, which is 0 if
-//              nothing else is told.
-// Numbers      Functions that take a user id fail with HLX_PARAMETER_ERROR (20) when no such session exists; functions
-// that
-//              take a handle likewise. Null pointers where a pointer is needed fail with 20 too. Requests to a device
-//              fail with HLX_NETWORK_NOT_CONNECT (9) on a broken link, HLX_NETWORK_SEND_ERROR (10) when sending fails,
-//              HLX_NETWORK_RECV_TIMEOUT (12) when no answer comes, and HLX_NOSUPPORT (26) when this version or the
-//              device cannot do it. A device family that lacks an operation may also fail with the number left at 0.
-// Memory       Arguments are borrowed for the time of the call. What a handle stands for belongs to the library until
-// the
-//              matching close, stop or logout. Text arguments end with a zero byte.
-// Threads      Every function may be called from any thread at any time, except HLX_Init and HLX_Cleanup, which must
-// not run
-//              beside each other or any other call. Callbacks come on threads of the library, never on the caller's.
-// Blocking     "local" means no waiting for a device. "request" means that a device is asked: up to 10 s for its
-// answer, plus
-//              the time that requests of other threads take, for requests run one at a time. Anything else is told.
-// Channels     Counted from 0.
+// Results   A BOOL is 1 for success and 0 for failure; the number of the failure is then in HLX_GetLastError(). The last error is
+//           one number for the whole process, shared by all threads. A function resets it to HLX_SUCCESS when it begins.
+//           Without HLX_Init it fails with HLX_NOINIT (3) and the failure value, which is 0 if nothing else is told.
+// Numbers   Functions that take a user id fail with HLX_PARAMETER_ERROR (20) when no such session exists; functions that take a
+//           handle likewise. Null pointers where a pointer is needed fail with 20 too. Requests to a device fail with
+//           HLX_NETWORK_NOT_CONNECT (9) on a broken link, HLX_NETWORK_SEND_ERROR (10) when sending fails,
+//           HLX_NETWORK_RECV_TIMEOUT (12) when no answer comes, and HLX_NOSUPPORT (26) when this version or the device cannot
+//           do it. A device family that lacks an operation may also fail with the number left at 0.
+// Memory    Arguments are borrowed for the time of the call. What a handle stands for belongs to the library until the
+//           matching close, stop or logout. Text arguments end with a zero byte.
+// Threads   Every function may be called from any thread at any time, except HLX_Init and HLX_Cleanup, which must not run
+//           beside each other or any other call. Callbacks come on threads of the library, never on the caller's.
+// Blocking  "local" means no waiting for a device. "request" means that a device is asked: up to 10 s for its answer, plus the
+//           time that requests of other threads take, for requests run one at a time. Anything else is told.
+// Channels  Counted from 0.
 #ifndef HLX_H
 #define HLX_H
 
@@ -1097,7 +1091,8 @@ extern "C" {
 
 /// Starts the library. A second call is harmless: one HLX_Cleanup ends the session however often this was called.
 /// On failure nothing is left running and the call may be tried again.
-/// Errors: HLX_PROGRAM_EXCEPTION (78) a thread did not start; others as the failing part left them. Local.
+/// Errors: HLX_PROGRAM_EXCEPTION (78) a thread did not start, HLX_ALLOC_RESOURCE_ERROR (44) no memory; others as the
+/// failing part left them. HLX_GetErrorMsg reads the number, for HLX_GetLastError says HLX_NOINIT without a session.
 HLX_API BOOL HLX_Init(void);
 
 /// Ends the library: stops streams, logs out, joins all threads. The result is 1, also when nothing was started; the

@@ -33,23 +33,23 @@ HLX_WIRE_OFFSET(PACKED_HEAD, dwLen, 16);
 
 /// The 64 bytes that a device sends first on a new link, without a link frame around them.
 struct PRE_SEND_DATA {
-    tuint32 dwFlag;              //  0  SWL_HEADFLAG
-    tuint32 dwDevType;           //  4  family: 0 classic recorder, 2 camera, 3 newer recorder
-    tuint32 dwProductType;       //  8
-    tuint32 dwProtocolVer;       // 12
-    tuint32 dwConfigVer;         // 16
-    tuint32 dwID;                // 20  register id of a device that calls in
-    tuint32 dwEncryptType;       // 24
-    tuint32 dwEncryptParam;      // 28
-    tuint8 MAC[8];               // 32
-    tuint32 dwSoftwareVer;       // 40
-    tuint8 loginEncrypt;         // 44
-    tuint8 loginNonce[3];        // 45
-    tuint32 bSuportSoftEncrypt;  // 48  the spelling is the interface's
-    tuint8 transportEncryptType; // 52
-    tuint8 byReserve[3];         // 53
-    tuint8 byReserve2[6];        // 56
-    tint16 wProductSubID;        // 62  custom product sub-id
+    tuint32 dwFlag;               //  0  SWL_HEADFLAG
+    tuint32 dwDevType;            //  4  family: 0 classic recorder, 2 camera, 3 newer recorder
+    tuint32 dwProductType;        //  8
+    tuint32 dwProtocolVer;        // 12
+    tuint32 dwConfigVer;          // 16
+    tuint32 dwID;                 // 20  register id of a device that calls in
+    tuint32 dwEncryptType;        // 24
+    tuint32 dwEncryptParam;       // 28
+    tuint8 MAC[8];                // 32
+    tuint32 dwSoftwareVer;        // 40
+    tuint8 loginEncrypt;          // 44
+    tuint8 loginNonce[3];         // 45
+    tuint32 bSuportSoftEncrypt;   // 48  the spelling is the interface's
+    tuint8 transportEncryptType;  // 52
+    tuint8 byReserve[3];          // 53
+    tuint8 byReserve2[6];         // 56
+    tint16 wProductSubID;         // 62  custom product sub-id
 };
 #pragma pack(pop)
 HLX_WIRE_RECORD(PRE_SEND_DATA, 64);

@@ -18,6 +18,9 @@ const CClassicSession::COMMAND_ROW CClassicSession::COMMANDS[] = {
 
 namespace {
 
+/// A client that has logged out closes the link itself; one that does not loses it after this time.
+constexpr auto LOGOUT_GRACE = std::chrono::seconds(1);
+
 /// A text field of the client, which need not be terminated.
 template <size_t SIZE>
 std::string FieldText(const char (&field)[SIZE]) {
@@ -169,7 +172,7 @@ void CClassicSession::OnLogin(SIM_BYTE_VIEW body) {
 void CClassicSession::OnLogout(SIM_BYTE_VIEW) {
     Tell(SIM_EVENT_KIND::LOGOUT);
     EndSession();
-    m_link.CutWhenSent(SIM_CUT::CLOSE);
+    m_closeDue = m_now + LOGOUT_GRACE;
 }
 
 void CClassicSession::EndSession() {
@@ -253,7 +256,8 @@ SIM_TIME CClassicSession::OnDue(SIM_TIME now) {
         m_nextHeartbeat = now + m_state.config.heartbeat;
     }
     PumpFrames(now);
-    SIM_TIME due = std::min(m_nextHeartbeat, m_firstBlockDue);
+    if (now >= m_closeDue) m_link.CutWhenSent(SIM_CUT::CLOSE);
+    SIM_TIME due = std::min({m_nextHeartbeat, m_firstBlockDue, m_closeDue});
     for (const DELAYED& later : m_delayed) due = std::min(due, later.due);
     return m_bBlocked ? due : std::min(due, m_pump.NextDue());
 }

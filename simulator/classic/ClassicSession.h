@@ -63,6 +63,7 @@ private:
     SIM_TIME m_now;  // of the call that is being served
     SIM_TIME m_nextHeartbeat;
     SIM_TIME m_firstBlockDue = SIM_TIME::max();  // max once the block went out
+    SIM_TIME m_closeDue = SIM_TIME::max();       // after a logout
     SIM_PHASE m_phase = SIM_PHASE::CONNECT;
     std::vector<DELAYED> m_delayed;  // in the order of sending
     bool m_bLoggedIn = false;

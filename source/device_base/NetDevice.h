@@ -214,7 +214,7 @@ protected:
 
 /// Who may work on a session's link: the reconnect thread or the one that removes the session, never both.
 class CSessionGate {
-   public:
+public:
     /// False when the session is being removed.
     bool BeginReconnect() {
         std::lock_guard guard(m_lock);
@@ -236,7 +236,7 @@ class CSessionGate {
     }
     const std::atomic<bool>& Gone() const { return m_bGone; }
 
-   private:
+private:
     CPUB_Lock m_lock;  // leaf
     std::atomic<bool> m_bGone{false};
     bool m_bReconnecting = false;

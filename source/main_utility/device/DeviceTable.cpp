@@ -7,7 +7,7 @@
 
 /// Holds m_callbackLock for anyone but the engine's thread, which lets it go first.
 class CDeviceTable::CallbackTurn {
-   public:
+public:
     explicit CallbackTurn(CDeviceTable& table) : m_table(table) {
         ++m_table.m_waitingForCallbackLock;
         m_table.m_callbackLock.Lock();
@@ -17,17 +17,17 @@ class CDeviceTable::CallbackTurn {
     CallbackTurn(const CallbackTurn&) = delete;
     CallbackTurn& operator=(const CallbackTurn&) = delete;
 
-   private:
+private:
     CDeviceTable& m_table;
 };
 
 /// Holds the three locks in their order for one change of the lists.
 class CDeviceTable::Change {
-   public:
+public:
     explicit Change(CDeviceTable& table)
         : m_reconn(table.m_deviceReconnLock), m_comm(table.m_deviceCommLock), m_callback(table) {}
 
-   private:
+private:
     std::lock_guard<CPUB_Lock> m_reconn;
     std::lock_guard<CPUB_Lock> m_comm;
     CallbackTurn m_callback;

@@ -8,8 +8,8 @@
 #include <mutex>
 
 #include "netservice/ConnectProc.h"
-#include "sdk_common/TimeSource.h"
 #include "sdk_common/ThreadState.h"
+#include "sdk_common/TimeSource.h"
 
 namespace {
 

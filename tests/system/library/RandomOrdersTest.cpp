@@ -42,7 +42,7 @@ protected:
 };
 
 TEST_P(RandomOrders, NeitherHangNorLeak) {
-    StartRecorder(Fast(4, 0));
+    StartRecorder(Fast(4, 20));
     for (unsigned order = 0; order < ORDERS_PER_SEED; ++order) {
         // Receivers outlive the session; a stream that a logout met on its way up ends with the cleanup at the latest.
         static auto& s_receivers = *new std::vector<std::unique_ptr<CReceiver>>;

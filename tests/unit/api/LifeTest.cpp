@@ -13,7 +13,8 @@ struct HOLDINGS {
     int descriptors = OpenDescriptorCount();
 
     void ExpectUnchanged() const {
-        EXPECT_TRUE(WaitUntil([&] { return ThreadCount() == threads; })) << ThreadCount() << " threads";
+        EXPECT_TRUE(WaitUntil([&] { return ThreadCount() == threads; }, std::chrono::seconds(2)))
+            << ThreadCount() << " threads";
         EXPECT_EQ(OpenDescriptorCount(), descriptors);
     }
 };

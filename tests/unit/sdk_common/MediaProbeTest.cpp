@@ -61,12 +61,12 @@ TEST(VideoSize, OfRealAndMadeSets) {
          cif, 0},
         {"cycle of 255", FromHex("00 00 01 67 42 00 1e d3 00 80 20 58 25"), bad, 0},
         {"escaped zeroes", FromHex("00 00 01 67 42 00 1e d0 00 00 03 01 00 00 03 00 68 16 09 40"), cif, 0},
-        {"scaling list", FromHex("00 00 01 67 64 00 1e ad d8 f0 16 81 60 94"), cif, 0},
+        {"scaling lists", FromHex("00 00 01 67 64 00 1e ad ff ff ec 78 7f ff ff ff ff ff ff ff d6 81 60 94"), cif, 0},
         {"full chroma", FromHex("00 00 01 67 64 00 1e 91 a0 01 68 16 09 40"), cif, 0},
         {"profile 101", FromHex("00 00 01 67 65 00 1e da 05 82 50"), none, 0},
         {"too wide", FromHex("00 00 01 67 42 00 1e da 00 00 03 00 00 ff ff ff ff 09 40"), none, 0},
         {"number of 65 bits", FromHex("00 00 01 67 42 00 1e da 00 00 03 00 00 40 00 00 03 00 3f"), none, 0},
-        {"next unit begins", FromHex("00 00 01 67 42 c0 0d d9 00 00 01 67 42 c0 0d d9 01 60 96 c0"), none, 0},
+        {"next unit begins", FromHex("00 00 01 67 42 00 1e 80 00 00 01 67 42 c0 01 a0 58 25"), none, 0},
         {"no set", FromHex("00 00 01 65 88 84 00 00 00 01 68 ce 3c 80"), none, 0},
     };
     for (const auto& row : rows) ExpectSize(getvideosize, row);

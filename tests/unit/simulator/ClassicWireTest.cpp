@@ -91,7 +91,7 @@ TEST_F(ClassicWire, LoginIsRefusedWithTheWordForTheReason) {
     ASSERT_TRUE(reply);
     EXPECT_EQ(Word(reply->payload, 16), 3u);
     first.Command(258);  // logout makes room
-    EXPECT_TRUE(first.ReadsEnd());
+    ASSERT_TRUE(m_log.WaitFor(SIM_EVENT_KIND::LOGOUT, 1, PATIENCE));
     second.Command(257, LoginBody("admin", "secret"));
     EXPECT_TRUE(second.Next(0x10001));
 }
