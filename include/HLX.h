@@ -2,21 +2,20 @@
 //
 // Valid as C99 and C++11. Rules that hold for every function unless its own comment says otherwise:
 //
-// Results   A BOOL is 1 for success and 0 for failure; the number of the failure is then in HLX_GetLastError(). The last error is
-//           one number for the whole process, shared by all threads. A function resets it to HLX_SUCCESS when it begins.
-//           Without HLX_Init it fails with HLX_NOINIT (3) and the failure value, which is 0 if nothing else is told.
-// Numbers   Functions that take a user id fail with HLX_PARAMETER_ERROR (20) when no such session exists; functions that take a
-//           handle likewise. Null pointers where a pointer is needed fail with 20 too. Requests to a device fail with
-//           HLX_NETWORK_NOT_CONNECT (9) on a broken link, HLX_NETWORK_SEND_ERROR (10) when sending fails,
-//           HLX_NETWORK_RECV_TIMEOUT (12) when no answer comes, and HLX_NOSUPPORT (26) when this version or the device cannot
-//           do it. A device family that lacks an operation may also fail with the number left at 0.
-// Memory    Arguments are borrowed for the time of the call. What a handle stands for belongs to the library until the
-//           matching close, stop or logout. Text arguments end with a zero byte.
-// Threads   Every function may be called from any thread at any time, except HLX_Init and HLX_Cleanup, which must not run
-//           beside each other or any other call. Callbacks come on threads of the library, never on the caller's.
-// Blocking  "local" means no waiting for a device. "request" means that a device is asked: up to 10 s for its answer, plus the
-//           time that requests of other threads take, for requests run one at a time. Anything else is told.
-// Channels  Counted from 0.
+// Results   A BOOL is 1 for success and 0 for failure; the number of the failure is then in HLX_GetLastError(). The
+// last error is one number for the whole process, shared by all threads. A function resets it to HLX_SUCCESS when it
+// begins. Without HLX_Init it fails with HLX_NOINIT (3) and the failure value, which is 0 if nothing else is told.
+// Numbers   Functions that take a user id fail with HLX_PARAMETER_ERROR (20) when no such session exists; functions
+// that take a handle likewise. Null pointers where a pointer is needed fail with 20 too. Requests to a device fail with
+// HLX_NETWORK_NOT_CONNECT (9) on a broken link, HLX_NETWORK_SEND_ERROR (10) when sending fails,
+// HLX_NETWORK_RECV_TIMEOUT (12) when no answer comes, and HLX_NOSUPPORT (26) when this version or the device cannot do
+// it. A device family that lacks an operation may also fail with the number left at 0. Memory    Arguments are borrowed
+// for the time of the call. What a handle stands for belongs to the library until the matching close, stop or logout.
+// Text arguments end with a zero byte. Threads   Every function may be called from any thread at any time, except
+// HLX_Init and HLX_Cleanup, which must not run beside each other or any other call. Callbacks come on threads of the
+// library, never on the caller's. Blocking  "local" means no waiting for a device. "request" means that a device is
+// asked: up to 10 s for its answer, plus the time that requests of other threads take, for requests run one at a time.
+// Anything else is told. Channels  Counted from 0.
 #ifndef HLX_H
 #define HLX_H
 
@@ -1123,9 +1122,11 @@ HLX_API BOOL HLX_FormatTime(LONGLONG intTime, DD_TIME* lpTime);
 
 // -------------------------------------------------------------------------------------------------- login and session
 
-/// Logs in over TCP. `sDVRIP`: IPv4 or IPv6 text (brackets allowed) or a name, below 64 chars; user name and password below 36 chars; `lpDeviceInfo` (may be null) is filled. Result: the user id, 1 to 2097144, or -1 (also without HLX_Init). Errors:
-/// HLX_NETWORK_FAIL_CONNECT (8), HLX_VERSION_NOMATCH (7) unknown family, HLX_PASSWORD_ERROR (1) and the other refusals
-/// of the device, HLX_NETWORK_RECV_TIMEOUT (12). Blocks for the connect wait of HLX_SetConnectTime and up to 10 s more.
+/// Logs in over TCP. `sDVRIP`: IPv4 or IPv6 text (brackets allowed) or a name, below 64 chars; user name and password
+/// below 36 chars; `lpDeviceInfo` (may be null) is filled. Result: the user id, 1 to 2097144, or -1 (also without
+/// HLX_Init). Errors: HLX_NETWORK_FAIL_CONNECT (8), HLX_VERSION_NOMATCH (7) unknown family, HLX_PASSWORD_ERROR (1) and
+/// the other refusals of the device, HLX_NETWORK_RECV_TIMEOUT (12). Blocks for the connect wait of HLX_SetConnectTime
+/// and up to 10 s more.
 HLX_API LONG HLX_Login(const char* sDVRIP, WORD wDVRPort, const char* sUserName, const char* sPassword,
                        LPHLX_DEVICEINFO lpDeviceInfo);
 
@@ -1139,8 +1140,8 @@ HLX_API LONG HLX_LoginEx(const char* sDVRIP, WORD wDVRPort, const char* sUserNam
 /// HLX_OPER_NOPERMIT (16). Blocks until the session's threads have ended, up to about 2 s.
 HLX_API BOOL HLX_Logout(LONG lUserID);
 
-/// How long (`dwWaitTime`, ms, default 5000) and how often (`dwTryTimes`, default 1) a connection is tried; both at least 1. Does not
-/// reset the last error. Local.
+/// How long (`dwWaitTime`, ms, default 5000) and how often (`dwTryTimes`, default 1) a connection is tried; both at
+/// least 1. Does not reset the last error. Local.
 HLX_API BOOL HLX_SetConnectTime(DWORD dwWaitTime, DWORD dwTryTimes);
 
 /// Whether broken sessions are opened again (default 1), and every how many ms that is tried (`dwInterval`, default

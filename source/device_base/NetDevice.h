@@ -235,9 +235,13 @@ public:
         return !m_bReconnecting;
     }
     const std::atomic<bool>& Gone() const { return m_bGone; }
+    bool Reconnecting() const {
+        std::lock_guard guard(m_lock);
+        return m_bReconnecting;
+    }
 
 private:
-    CPUB_Lock m_lock;  // leaf
+    mutable CPUB_Lock m_lock;  // leaf
     std::atomic<bool> m_bGone{false};
     bool m_bReconnecting = false;
 };

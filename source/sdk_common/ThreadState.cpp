@@ -6,6 +6,16 @@
 #include <mutex>
 #include <new>
 
+namespace {
+
+thread_local CThreadState::OwnNumber* t_pOwnNumber = nullptr;
+
+}  // namespace
+
+CThreadState::OwnNumber::OwnNumber() { t_pOwnNumber = this; }
+
+CThreadState::OwnNumber::~OwnNumber() { t_pOwnNumber = nullptr; }
+
 CThreadState* CThreadState::Instance() {
     static CThreadState state;
     return &state;
@@ -16,6 +26,10 @@ CThreadState::CThreadState() { SetLastError(0); }
 CThreadState::~CThreadState() { delete[] m_pThreadState; }
 
 void CThreadState::SetLastError(DWORD lastError) {
+    if (t_pOwnNumber) {
+        t_pOwnNumber->m_number = lastError;
+        return;
+    }
     std::lock_guard guard(m_lock);
     if (THREAD_STATE* pState = Find(GetCurrThreadId())) {
         pState->lastError = lastError;
@@ -31,6 +45,7 @@ void CThreadState::SetLastError(DWORD lastError) {
 }
 
 DWORD CThreadState::GetLastError() {
+    if (t_pOwnNumber) return t_pOwnNumber->m_number;
     std::lock_guard guard(m_lock);
     const THREAD_STATE* pState = Find(GetCurrThreadId());
     return pState ? pState->lastError : 0;

@@ -25,6 +25,20 @@ public:
     /// The stored number, 0 if none.
     DWORD GetLastError();
 
+    /// While one of these lives on a thread, that thread's numbers go into it and not into the table: background work of the library
+    /// neither reads a number of an application thread nor overwrites it.
+    class OwnNumber {
+    public:
+        OwnNumber();
+        ~OwnNumber();
+        OwnNumber(const OwnNumber&) = delete;
+        OwnNumber& operator=(const OwnNumber&) = delete;
+
+    private:
+        friend class CThreadState;
+        DWORD m_number = 0;
+    };
+
     /// Writes the stored number to `*pErrorNo` if the pointer is not null and a number was ever stored. The result is
     /// always null: the library has no texts.
     char* GetErrorMsg(LONG* pErrorNo);

@@ -12,8 +12,8 @@ namespace {
 constexpr size_t PICTURE_SIZE = 2097152;            // bytes: no JPEG picture of a device is larger
 constexpr DWORD NO_VALUE = static_cast<DWORD>(-1);  // the value of a PTZ command that takes none
 
-/// Runs `action` under the live lock. From inside a frame callback it is refused before any lock: the thread that holds the
-/// lock may be waiting for that callback to end.
+/// Runs `action` under the live lock. From inside a frame callback it is refused before any lock: the thread that holds
+/// the lock may be waiting for that callback to end.
 template <class Result, class Action>
 Result WithLiveLock(CPUB_Lock& lock, Result failure, Action&& action) {
     if (CLiveMan::InFrameCallback()) return Failure(HLX_OPER_NOPERMIT, failure);

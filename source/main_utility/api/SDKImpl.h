@@ -28,9 +28,9 @@ bool Given(const Pointers*... pointers) {
     return (... && (pointers != nullptr)) || Failure(HLX_PARAMETER_ERROR);
 }
 
-/// One life of the library, from HLX_Init to HLX_Cleanup. The operations are those of the exported functions of the same
-/// name: HLX.h tells their arguments, results, numbers and times. They check what the managers do not check. Any thread,
-/// but Init and Quit.
+/// One life of the library, from HLX_Init to HLX_Cleanup. The operations are those of the exported functions of the
+/// same name: HLX.h tells their arguments, results, numbers and times. They check what the managers do not check. Any
+/// thread, but Init and Quit.
 class CSDKImpl {
 public:
     /// Switches the log off until SetLogToFile.
@@ -313,6 +313,6 @@ private:
     YLog4C* mYlog;
 };
 
-/// The session root; null while the library is not initialised. Only HLX_Init and HLX_Cleanup change it, and nothing else
-/// may run beside them.
+/// The session root; null while the library is not initialised. Only HLX_Init and HLX_Cleanup change it, and nothing
+/// else may run beside them.
 extern CSDKImpl* g_pSdkImpl;

@@ -20,18 +20,6 @@ bool FitsSession(const char* pText) { return pText && std::strlen(pText) < sizeo
 
 int CNetDeviceMan::s_deviceID = 1;
 
-/// A new link until the engine has it.
-struct CNetDeviceMan::LINK {
-    SWL_socket_t sock = -1;
-    PRE_SEND_DATA pre{};
-    int resultType = HLX_CONNECT_TCP;
-    CSWL_MultiNet* pEngine = nullptr;
-
-    ~LINK() {
-        if (sock != -1) SWL_CloseSocket(sock);
-    }
-};
-
 CNetDeviceMan* CNetDeviceMan::Instance() {
     static CNetDeviceMan instance;
     return &instance;
@@ -44,14 +32,29 @@ bool CNetDeviceMan::Initial() {
 
 bool CNetDeviceMan::Start() {
     m_connector.Interrupt(false);
+    if (!StartHealing()) return Failure(HLX_PROGRAM_EXCEPTION);
+    StartListener();
     return true;
 }
 
-void CNetDeviceMan::Stop() { m_connector.Interrupt(true); }
+void CNetDeviceMan::Stop() {
+    m_connector.Interrupt(true);
+    StopListener();
+    StopHealing();
+    {
+        std::lock_guard guard(m_LoginInfoLock);
+        m_pRegLoginInfo.clear();
+    }
+    SetReconnectCallback(nullptr, nullptr);  // these lead to the session root, which may go now
+    SetRegisterCallback(nullptr, nullptr);
+    SetUnRegisterCallback(nullptr, nullptr);
+}
 
 void CNetDeviceMan::Quit() {
     m_multiNetComm.Destroy();
     m_table.TakeAll();
+    std::lock_guard guard(m_breakLock);
+    m_disConnectedDeviceSet.clear();
 }
 
 BOOL CNetDeviceMan::SetConnectTime(DWORD dwWaitTime, DWORD dwTryTimes) {
@@ -72,13 +75,23 @@ void CNetDeviceMan::SetReconnectCallback(RECONNECT_CALLBACK pfnReconnCBFun, void
     m_pUser = pUser;
 }
 
-BOOL CNetDeviceMan::SetExceptionCallback(UINT, HWND, EXCEPTION_CALLBACK, void*) { return Failure(HLX_NOSUPPORT); }
+BOOL CNetDeviceMan::SetExceptionCallback(UINT nMessage, HWND hWnd, EXCEPTION_CALLBACK pfnExceptionCBFun, void* pUser) {
+    std::lock_guard guard(m_callbackPairLock);
+    m_exceptionMsg = nMessage;
+    m_exceptionHwnd = hWnd;
+    m_pfnExceptionCBFun = pfnExceptionCBFun;
+    m_exceptionUser = pUser;
+    return 1;
+}
+
+BOOL CNetDeviceMan::SetSubscribCallBack(SUBSCRIBE_CALLBACK fSubscribCallBack, void* pUser) {
+    std::lock_guard guard(m_callbackPairLock);
+    m_fSubscribCallBack = fSubscribCallBack;
+    m_SubscribCallBackUser = pUser;
+    return 1;
+}
+
 BOOL CNetDeviceMan::SetNat2Addr(const char*, WORD) { return Failure(HLX_NOSUPPORT); }
-BOOL CNetDeviceMan::SetRegisterPort(WORD, const REG_LOGIN_INFO*, int) { return Failure(HLX_NOSUPPORT); }
-BOOL CNetDeviceMan::AddRegisterDeviceInfo(const REG_LOGIN_INFO*, int) { return Failure(HLX_NOSUPPORT); }
-BOOL CNetDeviceMan::SetRegisterCallback(ACCEPT_REGISTER_CALLBACK, void*) { return Failure(HLX_NOSUPPORT); }
-BOOL CNetDeviceMan::SetUnRegisterCallback(ACCEPT_UNREGISTER_CALLBACK, void*) { return Failure(HLX_NOSUPPORT); }
-BOOL CNetDeviceMan::SetSubscribCallBack(SUBSCRIBE_CALLBACK, void*) { return Failure(HLX_NOSUPPORT); }
 
 LONG CNetDeviceMan::AddDevice(const char* sDVRIP, WORD wDVRPort, const char* sUserName, const char* sPassWord,
                               LPHLX_DEVICEINFO lpDeviceInfo, LONG lConnectType, const char* sDevSN, LONG luserId) {
@@ -105,11 +118,12 @@ LONG CNetDeviceMan::AddDevice(const char* sDVRIP, WORD wDVRPort, const char* sUs
 }
 
 /// NAT connects and their engines come with their own part of the library; until then such a device cannot be reached.
-bool CNetDeviceMan::ConnectDevice(const char* sDVRIP, WORD wDVRPort, LONG lConnectType, LINK& link) {
+bool CNetDeviceMan::ConnectDevice(const char* sDVRIP, WORD wDVRPort, LONG lConnectType, LINK& link,
+                                  const std::atomic<bool>* pbGone) {
     if (lConnectType < HLX_CONNECT_TCP || lConnectType >= HLX_CONNECT_END) return Failure(HLX_PARAMETER_ERROR);
     if (lConnectType != HLX_CONNECT_TCP) return Failure(HLX_NETWORK_FAIL_CONNECT);
     link.pEngine = &m_multiNetComm;
-    if (m_connector.ConnectServerUseTCP(sDVRIP, wDVRPort, link.sock, link.pre)) return true;
+    if (m_connector.ConnectServerUseTCP(sDVRIP, wDVRPort, link.sock, link.pre, pbGone)) return true;
     return Failure(HLX_NETWORK_FAIL_CONNECT);
 }
 
@@ -146,6 +160,13 @@ void CNetDeviceMan::AdvanceDeviceID() {
     if (++s_deviceID > MAX_DEVICE_ID) s_deviceID = 1;
 }
 
+/// An id that came to nothing is used again, unless another was taken behind it.
+void CNetDeviceMan::GiveBackDeviceID(int lHandle) {
+    std::lock_guard loginGuard(m_LoignFunLock);
+    const int next = lHandle == MAX_DEVICE_ID ? 1 : lHandle + 1;
+    if (s_deviceID == next) s_deviceID = lHandle;
+}
+
 /// Logs in with no lock held, so that logins to different devices overlap.
 bool CNetDeviceMan::LoginSession(const Session& session, LPHLX_DEVICEINFO lpDeviceInfo, LONG luserId) {
     if (!session->pNetDevice->Login(session->sUserName, session->sPassword, lpDeviceInfo)) return false;
@@ -174,9 +195,17 @@ bool CNetDeviceMan::RemoveDevice_Ex(LONG lHandle) {
     const Session session = m_table.TakeLoggedIn(lHandle);
     if (!session) return false;
     m_table.ForgetExtra(lHandle);
-    if (session->pNetDevice->GetDeviceStatus() != NET_DEVICE_STATUS_DISCONNECT) session->pNetDevice->Logout();
-    m_multiNetComm.RemoveComm(session->lHandle);
+    ForgetBreak(session->lHandle);
+    if (session->gate.BeginRemoval())
+        EndSession(*session);
+    else
+        session->pNetDevice->OnReceiveData(nullptr, -1);  // wakes the reconnect, which then ends the session
     return true;
+}
+
+void CNetDeviceMan::EndSession(NET_DEVICE_RES& session) {
+    if (session.pNetDevice->GetDeviceStatus() != NET_DEVICE_STATUS_DISCONNECT) session.pNetDevice->Logout();
+    m_multiNetComm.RemoveComm(session.lHandle);
 }
 
 int CNetDeviceMan::MultiNetCommCallback(int deviceID, void* pParam, const char* pBuf, int iLen) {

@@ -2,11 +2,17 @@
 #pragma once
 
 #include <atomic>
+#include <map>
+#include <set>
+#include <vector>
 
 #include "main_utility/device/DeviceFamilies.h"
 #include "main_utility/device/DeviceForward.h"
 #include "main_utility/device/TcpConnector.h"
+#include "netservice/ListenProc.h"
 #include "netservice/MultiNetComm.h"
+#include "sdk_common/PubThread.h"
+#include "sdk_common/WaitEvent.h"
 
 /// Tells that a session is back: `channel` -1 means all. Called on the reconnect thread with no lock held.
 using RECONNECT_CALLBACK = void (*)(LONG lLoginID, void* pUser, BOOL bIsK7KChannel, LONG channel, WORD videoInputNum);
@@ -38,8 +44,8 @@ public:
     void SetIsWifi(BOOL bWifi) { m_bWifi = bWifi; }
     BOOL SetNat2Addr(const char* sServerAddr, WORD wDVRPort);
 
-    BOOL SetRegisterPort(WORD wRegisterPort, const REG_LOGIN_INFO* pLoginInfo, int deviceNum);
-    BOOL AddRegisterDeviceInfo(const REG_LOGIN_INFO* pLoginInfo, int deviceNum);
+    BOOL SetRegisterPort(WORD wRegisterPort, const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum);
+    BOOL AddRegisterDeviceInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum);
     BOOL SetRegisterCallback(ACCEPT_REGISTER_CALLBACK fRegisterCBFun, void* pUser);
     BOOL SetUnRegisterCallback(ACCEPT_UNREGISTER_CALLBACK fUnRegisterCBFun, void* pUser);
     BOOL SetSubscribCallBack(SUBSCRIBE_CALLBACK fSubscribCallBack, void* pUser);
@@ -73,20 +79,67 @@ public:
 
 private:
     using Session = CDeviceTable::Session;
-    struct LINK;
+
+    /// A new link until the engine has it.
+    struct LINK {
+        SWL_socket_t sock = -1;
+        PRE_SEND_DATA pre{};
+        int resultType = HLX_CONNECT_TCP;
+        CSWL_MultiNet* pEngine = nullptr;
+
+        LINK() = default;
+        LINK(const LINK&) = delete;
+        LINK& operator=(const LINK&) = delete;
+        ~LINK() {
+            if (sock != -1) SWL_CloseSocket(sock);
+        }
+    };
 
     CNetDeviceMan() = default;
 
     static int MultiNetCommCallback(int deviceID, void* pParam, const char* pBuf, int iLen);
     bool OnLinkData(int deviceID, const char* pBuf, int iLen);
 
-    bool ConnectDevice(const char* sDVRIP, WORD wDVRPort, LONG lConnectType, LINK& link);
+    bool ConnectDevice(const char* sDVRIP, WORD wDVRPort, LONG lConnectType, LINK& link,
+                       const std::atomic<bool>* pbGone = nullptr);
     bool EnterSession(LINK& link, const Session& session, LONG luserId);
     bool HandLinkToEngine(LONG lHandle, LINK& link);
     void AdvanceDeviceID();
+    void GiveBackDeviceID(int lHandle);
     bool LoginSession(const Session& session, LPHLX_DEVICEINFO lpDeviceInfo, LONG luserId);
     void DropSession(const Session& session);
     bool RemoveDevice_Ex(LONG lHandle);
+    void EndSession(NET_DEVICE_RES& session);
+
+    // Healing (NetDeviceMan.Heal.cpp)
+    bool StartHealing();
+    void StopHealing();
+    void Pause(const bool& bRun, tuint32 milliseconds);
+    static void* CheckConnectThread(void* pParam);
+    static void* ReConnectThread(void* pParam);
+    static void* SubscribThread(void* pParam);
+    void CheckConnectProc();
+    void ReConnectProc();
+    void SubscribProc(std::vector<char>& buffer);
+    void ReconnectSession(const Session& session);
+    bool OpenAgain(NET_DEVICE_RES& session);
+    bool LoginAgain(NET_DEVICE_RES& session, HLX_DEVICEINFO& info);
+    bool IsBreakTold(int lHandle);
+    void NoteBreakTold(int lHandle);
+    void ForgetBreak(int lHandle);
+    void TellException(DWORD type, LONG lHandle);
+    bool NextSubscribMsg(const Session& session, DWORD& dwCommand, LONG& lChannel, std::vector<char>& buffer,
+                         int& length);
+
+    // Auto-register (NetDeviceMan.Register.cpp)
+    void KeepLoginInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum);
+    bool FindLoginInfo(DWORD deviceId, NET_DEVICE_RES& session);
+    void StartListener();
+    void StopListener();
+    static int AcceptLinkCallback(CLIENT_SOCK_INFO* pInfo, void* pParam, void* pReserved);
+    int OnGetAcceptLink(const CLIENT_SOCK_INFO& info);
+    int LoginCaller(const Session& session);
+    int RefuseCaller(const Session& session);
 
     CSWL_MultiNetComm m_multiNetComm;
     CTcpConnector m_connector;
@@ -98,7 +151,33 @@ private:
     std::atomic<DWORD> m_dwReconnInterval{3000};  // milliseconds
     std::atomic<bool> m_bEnableReconn{true};
 
-    CPUB_Lock m_callbackPairLock;  // leaf; guards the pairs below
+    CPUB_Lock m_callbackPairLock;  // leaf; guards the pairs
     RECONNECT_CALLBACK m_pfnReconnCBFun = nullptr;
     void* m_pUser = nullptr;
+    EXCEPTION_CALLBACK m_pfnExceptionCBFun = nullptr;
+    void* m_exceptionUser = nullptr;
+    UINT m_exceptionMsg = 0;  // with the window only stored
+    HWND m_exceptionHwnd = nullptr;
+    SUBSCRIBE_CALLBACK m_fSubscribCallBack = nullptr;
+    void* m_SubscribCallBackUser = nullptr;
+    ACCEPT_REGISTER_CALLBACK m_fRegisterCBFun = nullptr;
+    void* m_pRegisterCBFunParam = nullptr;
+    ACCEPT_UNREGISTER_CALLBACK m_fUnRegisterCBFun = nullptr;
+    void* m_pUnRegisterCBFunParam = nullptr;
+
+    CWaitEvent m_stopWait;  // closed at Stop: ends the pauses of the three threads
+    PUB_thread_t m_hReConnect = 0;
+    bool m_bReConnecting = false;
+    PUB_thread_t m_checkConnectThread = 0;
+    bool m_checkConnect = false;
+    PUB_thread_t m_hSubscrib = 0;
+    bool m_bSubscribing = false;
+    CPUB_Lock m_breakLock;                  // leaf
+    std::set<int> m_disConnectedDeviceSet;  // ids whose break was told; m_breakLock
+
+    CPUB_Lock m_LoginInfoLock;                        // leaf
+    std::map<DWORD, REG_LOGIN_INFO> m_pRegLoginInfo;  // devices that may call in; m_LoginInfoLock
+    std::atomic<DWORD> m_listenPort{0};
+    CPUB_Lock m_listenerLock;  // leaf; guards the pointer
+    std::shared_ptr<CSWL_ListenProcEx> m_pListenProc;
 };

@@ -14,7 +14,6 @@
 namespace {
 
 constexpr tint64 INTERRUPT_STEP = 200;  // milliseconds between looks at the interrupt flag
-constexpr tint64 CONNECT_STEP = 1000;
 constexpr int MAX_SOCKET_FAILURES = 3;  // in a row, then the system has no sockets
 
 tint64 NowMilliseconds() { return TimeSource().MonotonicMicroseconds() / 1000; }
@@ -48,14 +47,15 @@ void CTcpConnector::SetConnectTime(DWORD dwWaitTime, DWORD dwTryTimes) {
     m_dwConnTryTimes = dwTryTimes;
 }
 
-bool CTcpConnector::ConnectServerUseTCP(const char* sDVRIP, WORD wDVRPort, SWL_socket_t& sock, PRE_SEND_DATA& pre) {
+bool CTcpConnector::ConnectServerUseTCP(const char* sDVRIP, WORD wDVRPort, SWL_socket_t& sock, PRE_SEND_DATA& pre,
+                                        const std::atomic<bool>* pbGone) {
     const std::string host = WithoutBrackets(sDVRIP);
     const AddrList addresses = Resolve(host, wDVRPort);
-    const std::string target = PickTarget(host, addresses.get());
+    const std::string target = PickTarget(host, addresses.get(), pbGone);
     if (target.empty()) return Failure(HLX_NETWORK_FAIL_CONNECT);
-    sock = Connect(target, wDVRPort);
+    sock = Connect(target, wDVRPort, pbGone);
     if (sock == -1) return false;
-    if (ReadPreSendData(sock, pre, m_dwConnWaitTime)) return true;
+    if (ReadPreSendData(sock, pre, pbGone)) return true;
     SWL_CloseSocket(sock);
     sock = -1;
     return Failure(HLX_NETWORK_ERRORDATA);
@@ -78,10 +78,11 @@ CTcpConnector::AddrList CTcpConnector::Resolve(const std::string& host, WORD wDV
 }
 
 /// The text to connect to: the first IPv4 address that answers, else the host itself if one of its IPv6 addresses does.
-std::string CTcpConnector::PickTarget(const std::string& host, const addrinfo* pAddresses) {
+std::string CTcpConnector::PickTarget(const std::string& host, const addrinfo* pAddresses,
+                                      const std::atomic<bool>* pbGone) {
     for (const int family : {AF_INET, AF_INET6}) {
         for (const addrinfo* pAddress = pAddresses; pAddress; pAddress = pAddress->ai_next) {
-            if (pAddress->ai_family != family || !Probe(*pAddress)) continue;
+            if (pAddress->ai_family != family || !Probe(*pAddress, pbGone)) continue;
             return family == AF_INET ? NumericText(*pAddress) : "[" + host + "]";
         }
     }
@@ -89,7 +90,7 @@ std::string CTcpConnector::PickTarget(const std::string& host, const addrinfo* p
 }
 
 /// Connects and closes again, to see whether the address answers. Takes one connect wait at most.
-bool CTcpConnector::Probe(const addrinfo& address) {
+bool CTcpConnector::Probe(const addrinfo& address, const std::atomic<bool>* pbGone) {
     SWL_socket_t sock = -1;
     for (int failures = 0; sock == -1; ++failures) {
         if (failures == MAX_SOCKET_FAILURES) return false;
@@ -97,7 +98,7 @@ bool CTcpConnector::Probe(const addrinfo& address) {
     }
     const tint64 deadline = NowMilliseconds() + m_dwConnWaitTime;
     bool bAnswers = false;
-    for (bool bWaiting = true; bWaiting && !bAnswers && !m_bInteruptConnect;) {
+    for (bool bWaiting = true; bWaiting && !bAnswers && !Interrupted(pbGone);) {
         const int step = NextStep(deadline, INTERRUPT_STEP);
         const tint64 before = NowMilliseconds();
         bAnswers = SWL_Connect(sock, address.ai_addr, address.ai_addrlen, step) == 0;
@@ -108,14 +109,14 @@ bool CTcpConnector::Probe(const addrinfo& address) {
 }
 
 /// Makes the link. The wait of one try is cut into seconds, so that an interrupt ends it.
-SWL_socket_t CTcpConnector::Connect(const std::string& target, WORD wDVRPort) {
+SWL_socket_t CTcpConnector::Connect(const std::string& target, WORD wDVRPort, const std::atomic<bool>* pbGone) {
     const std::unique_ptr<CSWL_ConnectProcEx, DestroyConnect> connect(
         CSWL_ConnectProcEx::NewConnectProc(target.c_str(), wDVRPort));
     if (!connect) return Failure(HLX_PROGRAM_EXCEPTION, SWL_socket_t{-1});
     for (DWORD tries = m_dwConnTryTimes; tries > 0; --tries) {
         const tint64 deadline = NowMilliseconds() + m_dwConnWaitTime;
-        for (bool bWaiting = true; bWaiting && !m_bInteruptConnect;) {
-            const int step = NextStep(deadline, CONNECT_STEP);
+        for (bool bWaiting = true; bWaiting && !Interrupted(pbGone);) {
+            const int step = NextStep(deadline, INTERRUPT_STEP);
             const tint64 before = NowMilliseconds();
             const SWL_socket_t sock = connect->ConnectSynEx(step);
             if (sock != -1) return sock;
@@ -125,12 +126,12 @@ SWL_socket_t CTcpConnector::Connect(const std::string& target, WORD wDVRPort) {
     return Failure(HLX_NETWORK_FAIL_CONNECT, SWL_socket_t{-1});
 }
 
-bool CTcpConnector::ReadPreSendData(SWL_socket_t sock, PRE_SEND_DATA& pre, DWORD milliseconds) {
+bool CTcpConnector::ReadPreSendData(SWL_socket_t sock, PRE_SEND_DATA& pre, const std::atomic<bool>* pbGone) {
     char block[sizeof(PRE_SEND_DATA)];
     size_t received = 0;
-    const tint64 deadline = NowMilliseconds() + milliseconds;
+    const tint64 deadline = NowMilliseconds() + m_dwConnWaitTime;
     const auto wrongStart = [&] { return received >= sizeof(tuint32) && std::memcmp(block, "head", 4) != 0; };
-    while (received < sizeof(block) && !m_bInteruptConnect && !wrongStart()) {
+    while (received < sizeof(block) && !Interrupted(pbGone) && !wrongStart()) {
         const int got = SWL_Recv(sock, block + received, static_cast<int>(sizeof(block) - received), 0);
         if (got > 0) {
             received += static_cast<size_t>(got);

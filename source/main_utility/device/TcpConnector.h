@@ -26,11 +26,13 @@ public:
     /// A connected socket whose first 64 bytes are in `pre`; the caller owns it. `sDVRIP` is a name, an IPv4 text or an
     /// IPv6 text, bare or in brackets. On failure false, with HLX_NETWORK_FAIL_CONNECT (8) without a connection or
     /// HLX_NETWORK_ERRORDATA (13) without a valid first block.
-    bool ConnectServerUseTCP(const char* sDVRIP, WORD wDVRPort, SWL_socket_t& sock, PRE_SEND_DATA& pre);
+    /// Once `*pbGone` is true (it may be null) all waits end within 200 ms.
+    bool ConnectServerUseTCP(const char* sDVRIP, WORD wDVRPort, SWL_socket_t& sock, PRE_SEND_DATA& pre,
+                             const std::atomic<bool>* pbGone = nullptr);
 
-    /// Reads the first block of a link within `milliseconds`. False when the peer closes, sends something else or too
+    /// Reads the first block of a link within one connect wait. False when the peer closes, sends something else or too
     /// little.
-    bool ReadPreSendData(SWL_socket_t sock, PRE_SEND_DATA& pre, DWORD milliseconds);
+    bool ReadPreSendData(SWL_socket_t sock, PRE_SEND_DATA& pre, const std::atomic<bool>* pbGone = nullptr);
 
 private:
     struct FreeAddrInfo {
@@ -39,9 +41,10 @@ private:
     using AddrList = std::unique_ptr<addrinfo, FreeAddrInfo>;
 
     AddrList Resolve(const std::string& host, WORD wDVRPort);
-    bool Probe(const addrinfo& address);
-    std::string PickTarget(const std::string& host, const addrinfo* pAddresses);
-    SWL_socket_t Connect(const std::string& target, WORD wDVRPort);
+    bool Probe(const addrinfo& address, const std::atomic<bool>* pbGone);
+    std::string PickTarget(const std::string& host, const addrinfo* pAddresses, const std::atomic<bool>* pbGone);
+    SWL_socket_t Connect(const std::string& target, WORD wDVRPort, const std::atomic<bool>* pbGone);
+    bool Interrupted(const std::atomic<bool>* pbGone) const { return m_bInteruptConnect || (pbGone && *pbGone); }
 
     CPUB_Lock m_GetAddrInfoLock;  // leaf; name lookups alone, never a wait for a device
     std::atomic<DWORD> m_dwConnWaitTime{DEFAULT_WAIT};

@@ -14,8 +14,6 @@ namespace {
 constexpr LONG MAX_LIVE_CHANNEL = 255;   // a ring's id has room for no more
 constexpr int LIVE_RING_SIZE = 2097152;  // bytes
 
-bool FirstStream(DWORD streamType) { return streamType == HLX_MAIN_STREAM; }
-
 /// What a device may say of itself when it refuses a stream; any other number becomes "not connected".
 bool IsRefusal(DWORD error) {
     return error == HLX_DVR_NORESOURCE || error == HLX_CHANNEL_ERROR || error == HLX_NORESOURCE ||
@@ -30,9 +28,10 @@ bool CLiveMan::Initial() {
     return true;
 }
 
-bool CLiveMan::Start() { return true; }
+bool CLiveMan::Start() { return StartResuming(); }
 
 void CLiveMan::Stop() {
+    StopResuming();
     for (;;) {
         POINTERHANDLE lLiveHandle = 0;
         {
@@ -117,7 +116,7 @@ POINTERHANDLE CLiveMan::OpenStream(Stream stream) {
     if (!bOpen) {
         CThreadState::Instance()->SetLastError(HLX_NORESOURCE);
     } else {
-        bOpen = m_pDeviceMan->StartLiveChannel(opened.lDeviceHandle, opened.channel, FirstStream(opened.streamType),
+        bOpen = m_pDeviceMan->StartLiveChannel(opened.lDeviceHandle, opened.channel, IsFirstStream(opened.streamType),
                                                opened.bufferID, opened.streamType);
     }
     if (bOpen) return lLiveHandle;
@@ -135,7 +134,7 @@ POINTERHANDLE CLiveMan::OpenStream(Stream stream) {
 /// Ring first, so that the thread finds it.
 bool CLiveMan::StartStream(LIVE_STREAM_INFO& stream) {
     stream.bufferID = LIVE_BUFFER_ID(stream.lDeviceHandle, stream.channel, stream.streamType);
-    stream.tStreamDataLastTime = GetWallSeconds();
+    stream.tStreamDataLastTime = MonotonicSeconds();
     if (!m_pDataBufferMan->AddBuffer(stream.bufferID, LIVE_RING_SIZE, true)) return false;
     stream.hThreadCallBackData = PUB_CreateThread(LiveDataProcThread, &stream, &stream.bProcessing);
     return stream.hThreadCallBackData != 0;
@@ -154,7 +153,7 @@ void CLiveMan::CloseSession(const LIVE_STREAM_INFO& stream) {
 }
 
 void CLiveMan::StopDeviceSide(const LIVE_STREAM_INFO& stream) {
-    const bool bFirstStream = FirstStream(stream.streamType);
+    const bool bFirstStream = IsFirstStream(stream.streamType);
     const bool bShared = std::any_of(m_streamInfoArray.begin(), m_streamInfoArray.end(), [&](const Stream& other) {
         return other.get() != &stream && other->lDeviceHandle == stream.lDeviceHandle &&
                other->channel == stream.channel && other->streamType == stream.streamType;
@@ -193,17 +192,6 @@ BOOL CLiveMan::RemoveDevice(LONG lUserID) {
     }
     for (const POINTERHANDLE handle : handles) StopLivePlay(handle);
     return 1;
-}
-
-void CLiveMan::ResumeOnReconnection(LONG lUserID, BOOL, LONG channel, WORD) {
-    if (!m_pDeviceMan->IsEnableReconn()) return;
-    std::lock_guard guard(m_streamLock);
-    for (const Stream& stream : m_streamInfoArray) {
-        if (stream->lDeviceHandle != lUserID || (channel >= 0 && stream->channel != channel)) continue;
-        const bool bFirstStream = FirstStream(stream->streamType);
-        m_pDeviceMan->StopLiveChannel(lUserID, stream->channel, bFirstStream, stream->streamType);
-        m_pDeviceMan->StartLiveChannel(lUserID, stream->channel, bFirstStream, stream->bufferID, stream->streamType);
-    }
 }
 
 /// Runs `action` on a known stream under m_streamLock and gives its result; an unknown handle is HLX_PARAMETER_ERROR.
@@ -273,7 +261,7 @@ BOOL CLiveMan::MakeKeyFrameSub(LONG lUserID, LONG lChannel) {
 BOOL CLiveMan::MakeKeyFrameEx(LONG lUserID, LONG lChannel, LONG lStreamType) {
     if (lStreamType < HLX_MAIN_STREAM || lStreamType > HLX_FOURTH_STREAM) return Failure(HLX_PARAMETER_ERROR);
     const auto streamType = static_cast<DWORD>(lStreamType);
-    return m_pDeviceMan->RequestKeyFrame(lUserID, lChannel, FirstStream(streamType), streamType);
+    return m_pDeviceMan->RequestKeyFrame(lUserID, lChannel, IsFirstStream(streamType), streamType);
 }
 
 BOOL CLiveMan::GetDvrCurrentTime(LONG lUserID, DD_TIME* pTime) {
@@ -285,7 +273,7 @@ BOOL CLiveMan::GetDvrCurrentTime(LONG lUserID, DD_TIME* pTime) {
 BOOL CLiveMan::PTZCtrl(POINTERHANDLE lLiveHandle, DWORD dwPTZCommand, DWORD dwValue, DWORD dwSpeed, BOOL bFlag) {
     return WithStream(lLiveHandle, [&](LIVE_STREAM_INFO& stream) {
         return m_pDeviceMan->PTZControl(stream.lDeviceHandle, stream.channel, dwPTZCommand, dwValue, dwSpeed, bFlag,
-                                        FirstStream(stream.streamType));
+                                        IsFirstStream(stream.streamType));
     });
 }
 

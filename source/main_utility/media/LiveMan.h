@@ -3,12 +3,15 @@
 
 #include <atomic>
 #include <ctime>
+#include <functional>
+#include <list>
 #include <memory>
 #include <vector>
 
 #include "HLX.h"
 #include "sdk_common/PubLock.h"
 #include "sdk_common/PubThread.h"
+#include "sdk_common/WaitEvent.h"
 
 class CNetDeviceMan;
 class CMultiNetDataBufferMan;
@@ -45,9 +48,23 @@ struct LIVE_STREAM_INFO {
     bool bExtraStream = false;   // the stream has a session of its own
     PUB_thread_t hThreadCallBackData = 0;
     bool bProcessing = false;                    // run flag of the thread
-    std::atomic<time_t> tStreamDataLastTime{0};  // seconds since 1970 of the stream's last frame
+    std::atomic<time_t> tStreamDataLastTime{0};  // MonotonicSeconds() of the stream's last frame
     CLiveMan* pUser = nullptr;
 };
+
+/// Streams of a session that came back.
+struct ST_ResumeOnReconnection {
+    LONG lUserID;
+    BOOL bIsK7KChannel;
+    LONG channel;               // -1 means all
+    POINTERHANDLE lLiveHandle;  // 0 means any
+    bool operator==(const ST_ResumeOnReconnection&) const = default;
+};
+
+inline bool IsFirstStream(DWORD streamType) { return streamType == HLX_MAIN_STREAM; }
+
+/// Seconds of a clock that nobody sets.
+inline time_t MonotonicSeconds() { return static_cast<time_t>(TimeSource().MonotonicMicroseconds() / 1000000); }
 
 /// All live streams of the process.
 ///
@@ -125,6 +142,17 @@ private:
     void EndStream(LIVE_STREAM_INFO& stream);
     Stream TakeStream(POINTERHANDLE lLiveHandle);
 
+    // Resuming (LiveResume.cpp)
+    bool StartResuming();
+    void StopResuming();
+    static void* ResumeOnReconnectionThread(void* pParam);
+    void ResumeOnReconnectionProc();
+    bool Pause(tuint32 milliseconds);
+    void ResumeFront();
+    void RestartSilent();
+    bool Restart(const std::vector<POINTERHANDLE>& handles);
+    std::vector<POINTERHANDLE> Choose(const std::function<bool(const LIVE_STREAM_INFO&)>& wanted);
+
     // Stream's thread
     static void* LiveDataProcThread(void* pParam);
     void LiveDataProc(LIVE_STREAM_INFO& stream);
@@ -137,6 +165,11 @@ private:
     CPUB_Lock m_streamLock;
     std::vector<Stream> m_streamInfoArray;           // guarded by m_streamLock
     std::atomic<POINTERHANDLE> m_curAudioHandle{0};  // the stream whose sound was opened
+    PUB_thread_t m_hThreadResumeOnReconnection = 0;
+    bool m_bResumeOnReconnectionProcessing = false;
+    CWaitEvent m_resumeWait;                                        // told of new entries; closed at Stop
+    CPUB_Lock m_listResumeOnReconnectionLock;                       // leaf
+    std::list<ST_ResumeOnReconnection> m_listResumeOnReconnection;  // m_listResumeOnReconnectionLock
     CNetDeviceMan* m_pDeviceMan = nullptr;
     CMultiNetDataBufferMan* m_pDataBufferMan = nullptr;
 };

@@ -4,7 +4,6 @@
 
 #include "main_utility/media/LiveMan.h"
 #include "netservice/MultiNetDataBufferMan.h"
-#include "sdk_common/PubTime.h"
 #include "sdk_common/RunFlag.h"
 
 namespace {
@@ -71,7 +70,7 @@ void CLiveMan::WalkRun(LIVE_STREAM_INFO& stream, const unsigned char* pRun, size
         if (recordSize > length - position) return;
         if (frame.deviceID == static_cast<DWORD>(stream.lDeviceHandle) &&
             frame.channel == static_cast<DWORD>(stream.channel))
-            stream.tStreamDataLastTime = GetWallSeconds();
+            stream.tStreamDataLastTime = MonotonicSeconds();
         if (BelongsTo(stream, frame)) ProcessFrame(stream, frame, pRun + position);
         position += recordSize;
     }

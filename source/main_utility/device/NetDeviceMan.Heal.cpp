@@ -1,0 +1,205 @@
+// Sessions that heal: breaks are told, links opened again, logins repeated; subscription messages are polled.
+#include <cstdio>
+#include <vector>
+
+#include "main_utility/device/NetDeviceMan.h"
+#include "sdk_common/PubTime.h"
+#include "sdk_common/RunFlag.h"
+
+namespace {
+
+constexpr tuint32 CHECK_CONNECT_INTERVAL = 500;  // milliseconds
+constexpr tuint32 SUBSCRIB_INTERVAL = 500;       // milliseconds
+constexpr size_t SUBSCRIB_BUFFER = 2097152;      // bytes of one subscription message
+constexpr time_t WRONG_PASSWORD_PAUSE = 310;     // seconds without a login try
+
+}  // namespace
+
+bool CNetDeviceMan::StartHealing() {
+    m_stopWait.CreateWaitEvent();
+    m_hReConnect = PUB_CreateThread(ReConnectThread, this, &m_bReConnecting);
+    m_checkConnectThread = PUB_CreateThread(CheckConnectThread, this, &m_checkConnect);
+    m_hSubscrib = PUB_CreateThread(SubscribThread, this, &m_bSubscribing);
+    return m_hReConnect && m_checkConnectThread && m_hSubscrib;
+}
+
+/// Ends the three threads. A reconnect that waits for its device is woken.
+void CNetDeviceMan::StopHealing() {
+    for (bool* pRun : {&m_bReConnecting, &m_checkConnect, &m_bSubscribing}) SetRunFlag(*pRun, false);
+    m_stopWait.Close();
+    for (const Session& session : m_table.Snapshot()) {
+        if (session->gate.Reconnecting()) session->pNetDevice->OnReceiveData(nullptr, -1);
+    }
+    PUB_ExitThread(&m_hReConnect, &m_bReConnecting);
+    PUB_ExitThread(&m_checkConnectThread, &m_checkConnect);
+    PUB_ExitThread(&m_hSubscrib, &m_bSubscribing);
+}
+
+/// Waits, or less when the manager stops.
+void CNetDeviceMan::Pause(const bool& bRun, tuint32 milliseconds) {
+    m_stopWait.WaitForCond(milliseconds, [&] { return !RunFlagSet(bRun); });
+}
+
+void* CNetDeviceMan::CheckConnectThread(void* pParam) {
+    auto& man = *static_cast<CNetDeviceMan*>(pParam);
+    while (RunFlagSet(man.m_checkConnect)) {
+        man.CheckConnectProc();
+        man.Pause(man.m_checkConnect, CHECK_CONNECT_INTERVAL);
+    }
+    return nullptr;
+}
+
+/// Tells each new break once. The callback runs with the session pinned and no lock held, so it may call anything.
+void CNetDeviceMan::CheckConnectProc() {
+    for (const Session& session : m_table.Snapshot()) {
+        if (!RunFlagSet(m_checkConnect)) return;
+        const bool bNew = session->wCanReconnect && !IsBreakTold(session->lHandle) &&
+                          session->pNetDevice->GetDeviceStatus() == NET_DEVICE_STATUS_DISCONNECT;
+        if (!bNew || !m_table.IsListed(session)) continue;
+        if (session->bAutoRegisterMode) {
+            // It must call in again by itself.
+            m_table.Take(session);
+            m_multiNetComm.RemoveComm(session->lHandle);
+            TellException(NETWORK_DISCONNECT, session->lHandle);
+            return;
+        }
+        TellException(NETWORK_DISCONNECT, session->lHandle);
+        if (m_table.IsListed(session)) NoteBreakTold(session->lHandle);
+    }
+}
+
+bool CNetDeviceMan::IsBreakTold(int lHandle) {
+    std::lock_guard guard(m_breakLock);
+    return m_disConnectedDeviceSet.count(lHandle) != 0;
+}
+
+void CNetDeviceMan::NoteBreakTold(int lHandle) {
+    std::lock_guard guard(m_breakLock);
+    m_disConnectedDeviceSet.insert(lHandle);
+}
+
+void CNetDeviceMan::ForgetBreak(int lHandle) {
+    std::lock_guard guard(m_breakLock);
+    m_disConnectedDeviceSet.erase(lHandle);
+}
+
+void CNetDeviceMan::TellException(DWORD type, LONG lHandle) {
+    EXCEPTION_CALLBACK pfnException = nullptr;
+    void* pUser = nullptr;
+    {
+        std::lock_guard guard(m_callbackPairLock);
+        pfnException = m_pfnExceptionCBFun;
+        pUser = m_exceptionUser;
+    }
+    if (pfnException) pfnException(type, lHandle, 0, pUser);
+}
+
+void* CNetDeviceMan::ReConnectThread(void* pParam) {
+    auto& man = *static_cast<CNetDeviceMan*>(pParam);
+    const CThreadState::OwnNumber ownNumber;
+    while (RunFlagSet(man.m_bReConnecting)) {
+        man.ReConnectProc();
+        man.Pause(man.m_bReConnecting, man.m_dwReconnInterval);
+    }
+    return nullptr;
+}
+
+/// One walk over all sessions. Those whose break was told are opened again; the others wait for the next walk.
+void CNetDeviceMan::ReConnectProc() {
+    for (const Session& session : m_table.Snapshot()) {
+        if (!RunFlagSet(m_bReConnecting) || !m_bEnableReconn) return;
+        const bool bBroken = session->wCanReconnect && !session->bAutoRegisterMode && IsBreakTold(session->lHandle) &&
+                             session->pNetDevice->GetDeviceStatus() == NET_DEVICE_STATUS_DISCONNECT;
+        if (bBroken && session->gate.BeginReconnect()) ReconnectSession(session);
+    }
+}
+
+/// The session's gate is taken. A removal meanwhile interrupts the waits and leaves the end of the session to this thread.
+void CNetDeviceMan::ReconnectSession(const Session& session) {
+    HLX_DEVICEINFO info{};
+    const bool bBack = OpenAgain(*session) && LoginAgain(*session, info);
+    if (session->gate.EndReconnect()) {
+        EndSession(*session);
+        return;
+    }
+    if (!bBack) return;
+    RECONNECT_CALLBACK pfnReconnect = nullptr;
+    void* pUser = nullptr;
+    {
+        std::lock_guard guard(m_callbackPairLock);
+        pfnReconnect = m_pfnReconnCBFun;
+        pUser = m_pUser;
+    }
+    if (pfnReconnect) pfnReconnect(session->lHandle, pUser, session->eDVRVer == NVR_VER_K7700, -1, info.videoInputNum);
+    TellException(NETWORK_RECONNECT, session->lHandle);
+    ForgetBreak(session->lHandle);  // behind the callback, so that the next break is told after this return
+}
+
+bool CNetDeviceMan::OpenAgain(NET_DEVICE_RES& session) {
+    m_multiNetComm.RemoveComm(session.lHandle);
+    LINK link;
+    if (!ConnectDevice(session.sDeviceIP, session.wDevicePort, session.lConnectType, link, &session.gate.Gone()))
+        return false;
+    session.pNetDevice->SetEncryptInfo(link.pre);
+    session.pNetDevice->SetNetHandle(link.pEngine);
+    return HandLinkToEngine(session.lHandle, link);
+}
+
+/// After a wrong password no login is tried for a while; the link stays until the next walk.
+bool CNetDeviceMan::LoginAgain(NET_DEVICE_RES& session, HLX_DEVICEINFO& info) {
+    CNetDevice& device = *session.pNetDevice;
+    const auto wrongTime = static_cast<time_t>(device.GetLastWrongPswTime());
+    const time_t passed = GetWallSeconds() - wrongTime;
+    if (wrongTime != 0 && passed >= 0 && passed < WRONG_PASSWORD_PAUSE) {
+        std::printf("%lld\n", static_cast<long long>(passed));
+        return false;
+    }
+    const bool bStopping = session.gate.Gone() || !RunFlagSet(m_bReConnecting);
+    if (!bStopping && device.Login(session.sUserName, session.sPassword, &info)) {
+        device.SetLastWrongPswTime(0);
+        return true;
+    }
+    if (!bStopping && CThreadState::Instance()->GetLastError() == HLX_PASSWORD_ERROR)
+        device.SetLastWrongPswTime(static_cast<ULONGLONG>(GetWallSeconds()));
+    m_multiNetComm.RemoveComm(session.lHandle);
+    return false;
+}
+
+void* CNetDeviceMan::SubscribThread(void* pParam) {
+    auto& man = *static_cast<CNetDeviceMan*>(pParam);
+    std::vector<char> buffer;
+    while (RunFlagSet(man.m_bSubscribing)) {
+        man.SubscribProc(buffer);
+        man.Pause(man.m_bSubscribing, SUBSCRIB_INTERVAL);
+    }
+    return nullptr;
+}
+
+/// Hands out the messages that devices hold for a subscription, each with no lock held. The buffer is made with the first receiver.
+void CNetDeviceMan::SubscribProc(std::vector<char>& buffer) {
+    SUBSCRIBE_CALLBACK fSubscrib = nullptr;
+    void* pUser = nullptr;
+    {
+        std::lock_guard guard(m_callbackPairLock);
+        fSubscrib = m_fSubscribCallBack;
+        pUser = m_SubscribCallBackUser;
+    }
+    if (!fSubscrib) return;
+    buffer.resize(SUBSCRIB_BUFFER);
+    for (const Session& session : m_table.Snapshot()) {
+        DWORD dwCommand = 0;
+        LONG lChannel = 0;
+        int length = 0;
+        while (RunFlagSet(m_bSubscribing) && NextSubscribMsg(session, dwCommand, lChannel, buffer, length))
+            fSubscrib(session->lHandle, dwCommand, buffer.data(), static_cast<DWORD>(length), pUser);
+    }
+}
+
+bool CNetDeviceMan::NextSubscribMsg(const Session& session, DWORD& dwCommand, LONG& lChannel, std::vector<char>& buffer,
+                                    int& length) {
+    std::lock_guard guard(m_table.m_deviceCommLock);
+    if (!m_table.Find(session->lHandle)) return false;
+    length = static_cast<int>(buffer.size());
+    return session->pNetDevice->GetSmartSubscribMsg(&dwCommand, &lChannel, buffer.data(), &length) && length >= 0 &&
+           static_cast<size_t>(length) <= buffer.size();
+}

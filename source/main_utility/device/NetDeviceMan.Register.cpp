@@ -1,0 +1,136 @@
+// Devices that call in by themselves.
+#include <arpa/inet.h>
+
+#include "main_utility/device/NetDeviceMan.h"
+#include "sdk_common/WireReader.h"
+
+namespace {
+
+constexpr DWORD NO_REGISTER_PORT = 65535;  // and above: none
+
+}  // namespace
+
+BOOL CNetDeviceMan::SetRegisterPort(WORD wRegisterPort, const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum) {
+    KeepLoginInfo(pLoginInfo, deviceNum);
+    if (m_listenPort.exchange(wRegisterPort) == wRegisterPort) return 1;
+    StopListener();
+    if (wRegisterPort != 0) StartListener();
+    return 1;
+}
+
+BOOL CNetDeviceMan::AddRegisterDeviceInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum) {
+    if (!pLoginInfo || deviceNum == 0) return Failure(HLX_PARAMETER_ERROR);
+    KeepLoginInfo(pLoginInfo, deviceNum);
+    return 1;
+}
+
+BOOL CNetDeviceMan::SetRegisterCallback(ACCEPT_REGISTER_CALLBACK fRegisterCBFun, void* pUser) {
+    std::lock_guard guard(m_callbackPairLock);
+    m_fRegisterCBFun = fRegisterCBFun;
+    m_pRegisterCBFunParam = pUser;
+    return 1;
+}
+
+BOOL CNetDeviceMan::SetUnRegisterCallback(ACCEPT_UNREGISTER_CALLBACK fUnRegisterCBFun, void* pUser) {
+    std::lock_guard guard(m_callbackPairLock);
+    m_fUnRegisterCBFun = fUnRegisterCBFun;
+    m_pUnRegisterCBFunParam = pUser;
+    return 1;
+}
+
+void CNetDeviceMan::KeepLoginInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum) {
+    std::lock_guard guard(m_LoginInfoLock);
+    for (DWORD index = 0; pLoginInfo && index < deviceNum; ++index)
+        m_pRegLoginInfo[pLoginInfo[index].deviceId] = pLoginInfo[index];
+}
+
+/// Starting may wait for a port in use; the pointer's lock is not held then, so that another thread can stop it.
+void CNetDeviceMan::StartListener() {
+    const DWORD port = m_listenPort;
+    if (port == 0 || port >= NO_REGISTER_PORT) return;
+    const auto listener = std::make_shared<CSWL_ListenProcEx>(AcceptLinkCallback, this);
+    {
+        std::lock_guard guard(m_listenerLock);
+        m_pListenProc = listener;
+    }
+    listener->StartListen(static_cast<unsigned short>(port));
+}
+
+void CNetDeviceMan::StopListener() {
+    std::shared_ptr<CSWL_ListenProcEx> listener;
+    {
+        std::lock_guard guard(m_listenerLock);
+        listener.swap(m_pListenProc);
+    }
+    if (listener) listener->StopListen();
+}
+
+int CNetDeviceMan::AcceptLinkCallback(CLIENT_SOCK_INFO* pInfo, void* pParam, void*) {
+    return static_cast<CNetDeviceMan*>(pParam)->OnGetAcceptLink(*pInfo);
+}
+
+/// On the listener's thread: the next caller waits until this one is through.
+int CNetDeviceMan::OnGetAcceptLink(const CLIENT_SOCK_INFO& info) {
+    const CThreadState::OwnNumber ownNumber;
+    LINK link;
+    link.sock = info.pTcpSock;
+    link.pEngine = &m_multiNetComm;
+    if (!m_connector.ReadPreSendData(link.sock, link.pre)) return 0;
+
+    const auto session = std::make_shared<NET_DEVICE_RES>();
+    in_addr address{};
+    address.s_addr = info.dwIP;
+    CopyText(session->sDeviceIP, inet_ntoa(address));
+    session->wDevicePort = info.nPort;  // as accepted, in network order
+    session->lRegisterID = static_cast<int>(link.pre.dwID);
+    session->bAutoRegisterMode = 1;
+    const bool bKnown = FindLoginInfo(link.pre.dwID, *session);
+    if (!EnterSession(link, session, 0)) return 0;
+    session->pNetDevice->SetAutoRegisterMode(1);
+    return bKnown ? LoginCaller(session) : RefuseCaller(session);
+}
+
+bool CNetDeviceMan::FindLoginInfo(DWORD deviceId, NET_DEVICE_RES& session) {
+    std::lock_guard guard(m_LoginInfoLock);
+    const auto found = m_pRegLoginInfo.find(deviceId);
+    if (found == m_pRegLoginInfo.end()) return false;
+    CWireReader reader(&found->second, sizeof(REG_LOGIN_INFO));
+    reader.Skip(offsetof(REG_LOGIN_INFO, m_szUserName));
+    CopyText(session.sUserName, reader.Text(sizeof(REG_LOGIN_INFO::m_szUserName)).c_str());
+    CopyText(session.sPassword, reader.Text(sizeof(REG_LOGIN_INFO::m_szPasswd)).c_str());
+    return true;
+}
+
+int CNetDeviceMan::LoginCaller(const Session& session) {
+    HLX_DEVICEINFO deviceInfo{};
+    if (!LoginSession(session, &deviceInfo, 0)) {
+        DropSession(session);
+        GiveBackDeviceID(session->lHandle);
+        return 0;
+    }
+    ACCEPT_REGISTER_CALLBACK fRegister = nullptr;
+    void* pUser = nullptr;
+    {
+        std::lock_guard guard(m_callbackPairLock);
+        fRegister = m_fRegisterCBFun;
+        pUser = m_pRegisterCBFunParam;
+    }
+    if (fRegister) fRegister(session->lHandle, session->lRegisterID, &deviceInfo, pUser);
+    return 1;
+}
+
+/// Tells that an unknown device called in, then lets it go; its user id is used again.
+int CNetDeviceMan::RefuseCaller(const Session& session) {
+    HLX_DEVICEINFO empty{};
+    ACCEPT_UNREGISTER_CALLBACK fUnRegister = nullptr;
+    void* pUser = nullptr;
+    {
+        std::lock_guard guard(m_callbackPairLock);
+        fUnRegister = m_fUnRegisterCBFun;
+        pUser = m_pUnRegisterCBFunParam;
+    }
+    if (fUnRegister) fUnRegister(session->lHandle, session->lRegisterID, &empty, pUser);
+    DropSession(session);
+    GiveBackDeviceID(session->lHandle);
+    return 0;
+}
