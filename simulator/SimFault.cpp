@@ -25,6 +25,7 @@ constexpr SIM_FAULT_ROW FAULT_TABLE[] = {
     {KIND::SHORT_REPLY, "short-reply", 0, "cut the body of replies to so many bytes"},
     {KIND::REPLY_DELAY, "reply-delay", 500, "send replies so many milliseconds late"},
     {KIND::NO_RESOURCE, "no-resource", 1002, "word that answers the question for the last stream error"},
+    {KIND::STREAM_STOP, "stream-stop", 0, "stop the streams of this channel until streams are asked for anew"},
     {KIND::GARBAGE, "garbage", 50, "put eight bytes of garbage behind every nth frame"},
     {KIND::FRAME_LENGTH, "frame-length", 50, "every nth frame claims a million bytes too many"},
     {KIND::LINK_LENGTH, "link-length", 50, "after so many frames promise a message of two gigabytes"},

@@ -35,6 +35,7 @@ enum class SIM_FAULT_KIND {
     SHORT_REPLY,    // bodies of replies are cut to so many bytes
     REPLY_DELAY,    // replies come so many milliseconds late
     NO_RESOURCE,    // word of the last stream error
+    STREAM_STOP,    // the streams of this channel stop until streams are asked for anew
     GARBAGE,        // eight bytes that are no link head, behind every nth frame
     FRAME_LENGTH,   // every nth frame claims a million bytes more than it has
     LINK_LENGTH,    // after so many frames a link head promises two gigabytes

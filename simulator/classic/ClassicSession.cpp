@@ -197,6 +197,7 @@ void CClassicSession::OnStreamStart(SIM_BYTE_VIEW body) {
 void CClassicSession::OnStreamStop(SIM_BYTE_VIEW) { SetMasks({}); }
 
 void CClassicSession::SetMasks(const CLASSIC_STREAM_MASKS& masks) {
+    m_masks = masks;
     m_pump.SetMasks(masks, m_now);
     m_state.Tell({SIM_EVENT_KIND::STREAMS, m_link.Id(), 0, masks.first, masks.second, masks.sound, {}});
 }
@@ -237,7 +238,17 @@ void CClassicSession::SendDelayed(SIM_TIME now) {
     });
 }
 
+void CClassicSession::StopStreamsByFault() {
+    const auto channel = m_state.faults.Peek(SIM_FAULT_KIND::STREAM_STOP);
+    if (!channel || *channel < 0 || *channel > 63) return;
+    const tuint64 bit = tuint64{1} << *channel;
+    if (((m_masks.first | m_masks.second) & bit) == 0) return;
+    TakeFault(SIM_FAULT_KIND::STREAM_STOP, SIM_PHASE::ANY);
+    SetMasks({m_masks.first & ~bit, m_masks.second & ~bit, m_masks.sound & ~bit});
+}
+
 void CClassicSession::PumpFrames(SIM_TIME now) {
+    StopStreamsByFault();
     CLASSIC_FRAME frame;
     m_bBlocked = false;
     while (m_link.IsUsable()) {

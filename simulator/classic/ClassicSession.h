@@ -53,12 +53,14 @@ private:
     void Reply(tuint32 cmdType, SIM_BYTE_VIEW body);
     void SendDelayed(SIM_TIME now);
     void PumpFrames(SIM_TIME now);
+    void StopStreamsByFault();
     void Tell(SIM_EVENT_KIND kind, std::uint64_t value = 0, const std::string& sText = {});
     std::optional<std::int64_t> TakeFault(SIM_FAULT_KIND kind, SIM_PHASE phase);
 
     CSimLink& m_link;
     CLASSIC_STATE& m_state;
     CStreamPump m_pump;
+    CLASSIC_STREAM_MASKS m_masks;  // what is being sent
     CFrameSender m_sender;
     SIM_TIME m_now;  // of the call that is being served
     SIM_TIME m_nextHeartbeat;

@@ -151,7 +151,7 @@ bool CNetDeviceMan::LoginAgain(NET_DEVICE_RES& session, HLX_DEVICEINFO& info) {
     const auto wrongTime = static_cast<time_t>(device.GetLastWrongPswTime());
     const time_t passed = GetWallSeconds() - wrongTime;
     if (wrongTime != 0 && passed >= 0 && passed < WRONG_PASSWORD_PAUSE) {
-        std::printf("%lld\n", static_cast<long long>(passed));
+        std::fprintf(stderr, "%lld\n", static_cast<long long>(passed));
         return false;
     }
     const bool bStopping = session.gate.Gone() || !RunFlagSet(m_bReConnecting);

@@ -1,83 +1,8 @@
-#include "main_utility/device/NetDeviceMan.h"
-
-#include <gtest/gtest.h>
-
-#include <functional>
 #include <future>
 
-#include "main_utility/device/classic/DVRNetDevice_V3.h"
-#include "ScriptedPeer.h"
-#include "support/TestSupport.h"
+#include "TestFamily.h"
 
 namespace {
-
-/// A device family for these tests: its login does what the test says, and it counts its objects.
-class CTestDevice : public CDVRNetDevice_V3 {
-public:
-    using LoginBody = std::function<BOOL(CTestDevice&)>;
-
-    CTestDevice() { ++s_alive; }
-    ~CTestDevice() override { --s_alive; }
-
-    BOOL Login(char*, char*, LPHLX_DEVICEINFO lpDeviceInfo) override {
-        lpDeviceInfo->videoInputNum = 7;
-        m_bConnected = !s_login || s_login(*this);
-        return m_bConnected;
-    }
-    BOOL Logout() override {
-        ++s_logouts;
-        m_bConnected = false;
-        return 1;
-    }
-    int GetDeviceStatus() override { return m_bConnected ? NET_DEVICE_STATUS_CONNECTED : NET_DEVICE_STATUS_DISCONNECT; }
-    LONG ID() const { return m_deviceID; }
-
-    static inline std::atomic<int> s_alive{0};
-    static inline std::atomic<int> s_logouts{0};
-    static inline LoginBody s_login;
-
-private:
-    std::atomic<bool> m_bConnected{false};
-};
-
-bool MakeTestDevice(const PRE_SEND_DATA& pre, NET_DEVICE_RES& res) {
-    if (pre.dwDevType != 77) return MakeDevice(pre, res);
-    res.pNetDevice = std::make_unique<CTestDevice>();
-    res.eDVRVer = NVR_VER_K7700;
-    return true;
-}
-
-class NetDeviceMan : public testing::Test {
-protected:
-    void SetUp() override {
-        CTestDevice::s_login = nullptr;
-        CTestDevice::s_logouts = 0;
-        m_man.SetDeviceMaker(MakeTestDevice);
-        ASSERT_TRUE(m_man.Initial());
-        ASSERT_TRUE(m_man.Start());
-    }
-    void TearDown() override {
-        m_man.Stop();
-        m_man.Quit();
-        EXPECT_EQ(0, CTestDevice::s_alive);
-    }
-
-    LONG Login(LONG lConnectType = HLX_CONNECT_TCP, LONG lParent = 0) {
-        CThreadState::Instance()->SetLastError(HLX_SUCCESS);
-        return m_man.AddDevice("127.0.0.1", m_peer.Port(), "admin", "secret", nullptr, lConnectType, "", lParent);
-    }
-    static DWORD LastError() { return CThreadState::Instance()->GetLastError(); }
-
-    CNetDeviceMan& m_man = *CNetDeviceMan::Instance();
-    std::string m_block = FirstBlock(77, 1);
-    std::atomic<int> m_links{0};
-    CScriptedPeer m_peer{[this](int sock) {
-        ++m_links;
-        SendAll(sock, m_block);
-        m_peer.AwaitClose(sock);
-        --m_links;
-    }};
-};
 
 TEST_F(NetDeviceMan, TellsTheFamilyAndRefusesTheOthers) {
     struct {

@@ -49,12 +49,13 @@ public:
     unsigned short Port() const { return m_port; }
     bool Ending() const { return m_bEnd; }
 
-    /// Blocks until the other side has closed or the peer ends.
-    void AwaitClose(int sock) const {
+    /// Blocks until the other side has closed, the peer ends or `enough` says so.
+    void AwaitClose(
+        int sock, const std::function<bool()>& enough = [] { return false; }) const {
         char scrap[256];
-        while (!m_bEnd) {
+        while (!m_bEnd && !enough()) {
             pollfd readable{sock, POLLIN, 0};
-            if (poll(&readable, 1, 20) > 0 && recv(sock, scrap, sizeof(scrap), 0) <= 0) return;
+            if (poll(&readable, 1, 5) > 0 && recv(sock, scrap, sizeof(scrap), 0) <= 0) return;
         }
     }
 

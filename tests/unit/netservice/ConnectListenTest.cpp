@@ -131,7 +131,9 @@ TEST(Connect, WaitIsBoundedAndEndedByDestroy) {
         ++*static_cast<std::atomic<int>*>(pParam);
         return 0;
     };
+    const int descriptors = OpenDescriptorCount();
     ASSERT_TRUE(pConnect->ConnectAsynEx(onConnect, &results, 3600000));
+    EXPECT_TRUE(WaitUntil([&] { return OpenDescriptorCount() > descriptors; })) << "it has begun";
     EXPECT_FALSE(pConnect->ConnectAsynEx(onConnect, &results, 1000)) << "one try at a time";
     const tint64 start = TimeSource().MonotonicMicroseconds();
     pConnect->Destroy();

@@ -1,0 +1,198 @@
+#include <arpa/inet.h>
+
+#include <mutex>
+
+#include "TestFamily.h"
+
+namespace {
+
+/// What the exception callback was told: type and user id, in order.
+struct TOLD {
+    void Add(DWORD type, LONG id) {
+        std::lock_guard guard(lock);
+        calls.emplace_back(type, id);
+    }
+    size_t Count(DWORD type) {
+        std::lock_guard guard(lock);
+        size_t count = 0;
+        for (const auto& call : calls) count += call.first == type;
+        return count;
+    }
+    std::mutex lock;
+    std::vector<std::pair<DWORD, LONG>> calls;  // lock
+    std::function<void(DWORD, LONG)> inCallback;
+};
+
+class Healing : public NetDeviceMan {
+protected:
+    void SetUp() override {
+        NetDeviceMan::SetUp();
+        m_man.SetReconnect(20, true);
+        m_man.SetExceptionCallback(0, nullptr, OnException, &m_told);
+    }
+    void TearDown() override {
+        NetDeviceMan::TearDown();
+        m_man.SetExceptionCallback(0, nullptr, nullptr, nullptr);
+        m_man.SetReconnect(3000, true);
+    }
+    static void OnException(DWORD type, LONG id, LONG, void* pUser) {
+        auto& told = *static_cast<TOLD*>(pUser);
+        if (told.inCallback) told.inCallback(type, id);
+        told.Add(type, id);
+    }
+    void Cut() { ++m_cuts; }
+
+    TOLD m_told;
+};
+
+TEST_F(Healing, ABreakIsToldOnceAndThenTheReturnOnce) {
+    const LONG id = Login();
+    for (size_t round = 1; round <= 3; ++round) {
+        Cut();
+        EXPECT_TRUE(WaitUntil([&] { return m_told.Count(NETWORK_RECONNECT) == round; }));
+        EXPECT_EQ(round, m_told.Count(NETWORK_DISCONNECT));
+        EXPECT_EQ(NET_DEVICE_STATUS_CONNECTED, m_man.GetDeviceStatus(id));
+    }
+    for (size_t at = 0; at < m_told.calls.size(); ++at) {
+        EXPECT_EQ(at % 2 == 0 ? NETWORK_DISCONNECT : NETWORK_RECONNECT, static_cast<int>(m_told.calls[at].first)) << at;
+        EXPECT_EQ(id, m_told.calls[at].second);
+    }
+}
+
+TEST_F(Healing, ALogoutFromTheCallbackEndsTheSessionForGood) {
+    const LONG id = Login();
+    m_told.inCallback = [&](DWORD, LONG brokenId) { EXPECT_TRUE(m_man.RemoveDevice(brokenId)); };
+    Cut();
+    EXPECT_TRUE(WaitUntil([&] { return m_told.Count(NETWORK_DISCONNECT) == 1 && CTestDevice::s_alive == 0; }));
+    EXPECT_EQ(nullptr, m_man.GetDeviceResByUserID(id));
+    EXPECT_EQ(0U, m_told.Count(NETWORK_RECONNECT));
+}
+
+TEST_F(Healing, ALogoutDuringAReconnectDoesNotWaitForIt) {
+    const LONG id = Login();
+    std::atomic<bool> bInLogin{false};
+    CTestDevice::s_login = [&](CTestDevice& device) {
+        bInLogin = true;
+        WaitUntil([&] { return device.m_bWoken.load(); });
+        return BOOL{0};
+    };
+    Cut();
+    EXPECT_TRUE(WaitUntil([&] { return bInLogin.load(); }));
+    EXPECT_TRUE(m_man.RemoveDevice(id));
+    EXPECT_TRUE(WaitUntil([&] { return CTestDevice::s_alive == 0 && m_links == 0; }));
+    EXPECT_EQ(0U, m_told.Count(NETWORK_RECONNECT));
+}
+
+TEST_F(Healing, AWrongPasswordRestsTheLoginsForThreeHundredAndTenSeconds) {
+    CMovedTime& clock = *new CMovedTime;  // threads wait on it to the end of the process
+    Login();
+    std::atomic<int> tries{0};
+    CTestDevice::s_login = [&](CTestDevice&) { return ++tries < 2 ? Failure(HLX_PASSWORD_ERROR) : BOOL{1}; };
+    CThreadState::Instance()->SetLastError(HLX_BUSY);
+    Cut();
+    EXPECT_TRUE(WaitUntil([&] { return tries == 1; }));
+    const int links = m_accepted;
+    EXPECT_TRUE(WaitUntil([&] { return m_accepted > links + 4; })) << "connects go on";
+    clock.Advance(300 * 1000);
+    EXPECT_TRUE(WaitUntil([&] { return m_accepted > links + 8; }));
+    EXPECT_EQ(1, tries);
+    EXPECT_EQ(DWORD{HLX_BUSY}, LastError()) << "background work leaves the application's number alone";
+    clock.Advance(11 * 1000);
+    EXPECT_TRUE(WaitUntil([&] { return m_told.Count(NETWORK_RECONNECT) == 1; }));
+}
+
+TEST_F(Healing, WithoutReconnectABreakIsOnlyTold) {
+    Login();
+    m_man.SetReconnect(20, false);
+    Cut();
+    EXPECT_TRUE(WaitUntil([&] { return m_told.Count(NETWORK_DISCONNECT) == 1 && m_links == 0; }));
+    const int links = m_accepted;
+    m_man.SetReconnect(20, true);
+    EXPECT_TRUE(WaitUntil([&] { return m_told.Count(NETWORK_RECONNECT) == 1; }));
+    EXPECT_TRUE(WaitUntil([&] { return m_accepted == links + 2; })) << "one probe and one link, none while it was off";
+}
+
+/// A device that calls in, and what the application is told of it.
+class AutoRegister : public Healing {
+protected:
+    struct CALLERS {
+        std::mutex lock;
+        std::vector<std::pair<LONG, LONG>> known, unknown;  // lock; user id and register id
+    };
+
+    void SetUp() override {
+        Healing::SetUp();
+        m_man.SetRegisterCallback(
+            [](LONG id, LONG registerId, LPHLX_DEVICEINFO pInfo, void* pUser) {
+                EXPECT_EQ(7, pInfo->videoInputNum);
+                auto& callers = *static_cast<CALLERS*>(pUser);
+                std::lock_guard guard(callers.lock);
+                callers.known.emplace_back(id, registerId);
+            },
+            &m_callers);
+        m_man.SetUnRegisterCallback(
+            [](LONG id, LONG registerId, LPHLX_DEVICEINFO, void* pUser) {
+                auto& callers = *static_cast<CALLERS*>(pUser);
+                std::lock_guard guard(callers.lock);
+                callers.unknown.emplace_back(id, registerId);
+            },
+            &m_callers);
+        m_port = CScriptedPeer([](int) {}).Port();  // free again by now
+    }
+    void TearDown() override {
+        m_man.SetRegisterPort(0, nullptr, 0);
+        for (const int sock : m_socks) close(sock);
+        Healing::TearDown();
+    }
+
+    /// Connects as a device with that register id; false when nobody listens.
+    bool CallIn(tuint32 registerId) {
+        const int sock = socket(AF_INET, SOCK_STREAM, 0);
+        m_socks.push_back(sock);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(m_port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) return false;
+        std::string block = FirstBlock(77, 1);
+        std::memcpy(&block[20], &registerId, 4);
+        SendAll(sock, block);
+        return true;
+    }
+    size_t Known() {
+        std::lock_guard guard(m_callers.lock);
+        return m_callers.known.size();
+    }
+
+    CALLERS m_callers;
+    unsigned short m_port = 0;
+    std::vector<int> m_socks;
+};
+
+TEST_F(AutoRegister, KnownDevicesAreLoggedInAndUnknownOnesTold) {
+    REG_LOGIN_INFO known{};
+    known.deviceId = 4711;
+    EXPECT_FALSE(m_man.AddRegisterDeviceInfo(nullptr, 1));
+    EXPECT_TRUE(m_man.SetRegisterPort(m_port, &known, 1));
+    EXPECT_TRUE(CallIn(1));
+    EXPECT_TRUE(CallIn(4711));
+    EXPECT_TRUE(WaitUntil([&] { return Known() == 1; }));
+    ASSERT_EQ(1U, m_callers.unknown.size());
+    EXPECT_EQ(1, m_callers.unknown[0].second);
+    EXPECT_EQ(m_callers.unknown[0].first, m_callers.known[0].first) << "an unknown caller's id is used again";
+    const LONG id = m_callers.known[0].first;
+    EXPECT_EQ(1, m_man.GetDeviceResByUserID(id)->bAutoRegisterMode);
+
+    close(m_socks.back());  // it must call in again by itself
+    m_socks.pop_back();
+    EXPECT_TRUE(WaitUntil([&] { return m_told.Count(NETWORK_DISCONNECT) == 1; }));
+    EXPECT_EQ(nullptr, m_man.GetDeviceResByUserID(id));
+    EXPECT_TRUE(CallIn(4711));
+    EXPECT_TRUE(WaitUntil([&] { return Known() == 2; }));
+    EXPECT_EQ(0U, m_told.Count(NETWORK_RECONNECT));
+
+    EXPECT_TRUE(m_man.SetRegisterPort(0, nullptr, 0));
+    EXPECT_FALSE(CallIn(4711));
+}
+
+}  // namespace
