@@ -1042,7 +1042,7 @@ typedef void (*EXCEPTION_CALLBACK)(DWORD dwType, LONG lUserID, LONG lHandle, voi
 typedef void (*DRAW_FUN_CALLBACK)(POINTERHANDLE lHandle, HDC hDC, void* pUser);
 
 /// One live frame, on the stream's own thread. Format frames (types 5 and 6) come before the first frame that needs
-/// them and again when a format changes. The payload is padded to a multiple of 4 bytes with zero bytes. HLX_LivePlay,
+/// them, that of the video (5) again when it changes. The payload is padded to a multiple of 4 bytes with zero bytes. HLX_LivePlay,
 /// HLX_LivePlayEx, HLX_StopLivePlay, HLX_GetDeviceTime, HLX_Logout and HLX_Cleanup are refused in it with
 /// HLX_OPER_NOPERMIT (16).
 typedef void (*LIVE_DATA_CALLBACK)(POINTERHANDLE lLiveHandle, HLX_FRAME_INFO frameInfo, BYTE* pBuffer, void* pUser);
@@ -1137,7 +1137,8 @@ HLX_API LONG HLX_LoginEx(const char* sDVRIP, WORD wDVRPort, const char* sUserNam
                          LPHLX_DEVICEINFO lpDeviceInfo, LONG lConnectType, const char* sDevSN);
 
 /// Ends a session with all its streams. An id below 1 fails without a number. From inside a live frame callback:
-/// HLX_OPER_NOPERMIT (16). Blocks until the session's threads have ended, up to about 2 s.
+/// HLX_OPER_NOPERMIT (16). Blocks until the session's threads have ended: for frame callbacks in progress, and, while
+/// the session has live streams, for a request to a device that is under way in another thread.
 HLX_API BOOL HLX_Logout(LONG lUserID);
 
 /// How long (`dwWaitTime`, ms, default 5000) and how often (`dwTryTimes`, default 1) a connection is tried; both at
@@ -1145,11 +1146,13 @@ HLX_API BOOL HLX_Logout(LONG lUserID);
 HLX_API BOOL HLX_SetConnectTime(DWORD dwWaitTime, DWORD dwTryTimes);
 
 /// Whether broken sessions are opened again (default 1), and every how many ms that is tried (`dwInterval`, default
-/// 3000). Local.
+/// 3000, at least 100). The streams of a session that is back run again about a second later. Local.
 HLX_API BOOL HLX_SetReconnect(DWORD dwInterval, BOOL bEnableRecon);
 
-/// Sets the callback for breaks and returns of sessions; null takes it off. `nMessage` and `hWnd` are stored only.
-/// Local.
+/// Sets the callback for breaks and returns of sessions, those that carry further viewers of a channel among them; null
+/// takes it off, as HLX_Cleanup does. It comes on a thread of the library with no lock held, and may call anything but
+/// HLX_Cleanup. A session broken by its link is told with NETWORK_DISCONNECT once, and once with NETWORK_RECONNECT when it
+/// is logged in again. `nMessage` and `hWnd` are stored only. Local.
 HLX_API BOOL HLX_SetSDKMessageCallBack(UINT nMessage, HWND hWnd, EXCEPTION_CALLBACK fExceptionCallBack, void* pUser);
 
 /// Starts the client of the second NAT way with its server. Only the first call has an effect. Local.
@@ -1162,7 +1165,8 @@ HLX_API LONG HLX_GetProductSubID(const char* sDVRIP, WORD wDVRPort);
 // ------------------------------------------------------------------------------------------------------ auto-register
 
 /// Listens on `wRegisterPort` for devices that call in; 0 stops listening. The `deviceNum` records of `pLoginInfo` (may
-/// be null) are added to the known devices. Local.
+/// be null) are added to the known devices. The result is 1 also when the port cannot be had. Blocks while the port is in
+/// use, up to two minutes, or until another thread sets another port. May be called from the two callbacks below.
 HLX_API BOOL HLX_SetRegisterPort(WORD wRegisterPort, const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum);
 
 /// Adds known devices. Errors: HLX_PARAMETER_ERROR (20) null or none. Local.
@@ -1208,7 +1212,7 @@ HLX_API DWORD HLX_SupportStreamNum(LONG lUserID, LONG lChannel);
 HLX_API BOOL HLX_GetRtspUrl(LONG lUserID, LONG lChannel, LONG lStreamType, char* sRtspUrl);
 
 /// Digest of `inLen` bytes with the session's secret: text to `pOut` of `outLen` bytes, its length to `*pOutLen`.
-/// Result: 0 or above done, -1 failed. Local.
+/// Result: 0 or above done, -1 failed; 0 with HLX_NOINIT (3) without HLX_Init. Local.
 HLX_API int HLX_GetSha1Encrypt(LONG lUserID, const void* pIn, int inLen, void* pOut, int outLen, int* pOutLen);
 
 /// Has a vehicle camera read its vehicle settings again. Request.

@@ -23,8 +23,10 @@ enum DEVICE_VERSION { DVR_VER_V3 = 0, DVR_VER_V4 = 1, IPC_VER_V3 = 2, NVR_VER_K7
 /// One device of any family. Order of one session: SetEncryptInfo, SetNetHandle, SetDeviceID, SetDeviceIp, Login, any
 /// others, Logout unless the status is NET_DEVICE_STATUS_DISCONNECT, destructor.
 ///
-/// Threads: all operations but OnReceiveData and the first Login come with the device manager's m_deviceCommLock held,
-/// one at a time. OnReceiveData comes on the engine's thread, at any time after SetNetHandle, with m_callbackLock held.
+/// Threads: requests of the application come one at a time, with the device manager's m_deviceCommLock held. Login, Logout,
+/// SetEncryptInfo, SetNetHandle and the wrong-password times come without it, from the one thread that the session's gate
+/// lets in, maybe beside a request: a Logout or a broken link ends that request at once. OnReceiveData comes with
+/// m_callbackLock held, at any time after SetNetHandle. GetDeviceStatus and InterruptWait come from any thread.
 /// The bodies given here are what a family without the feature does: no result, and no last error set.
 class CNetDevice {
 public:
@@ -55,6 +57,8 @@ public:
     virtual BOOL OnReceiveData(const char* pBuf, int iLen) = 0;
     /// A NET_DEVICE_STATUS value. Any thread.
     virtual int GetDeviceStatus() = 0;
+    /// Ends the wait of a request that is under way with HLX_NETWORK_NOT_CONNECT; the session goes on.
+    virtual void InterruptWait() {}
     virtual void SetEncryptInfo(PRE_SEND_DATA&) {}
     virtual void SetAutoRegisterMode(int) {}
 
@@ -249,9 +253,9 @@ private:
 /// One session: a device with its parser and what is needed to connect again. Held by shared pointers: the table's, and
 /// one for whoever works on the session without a table lock (a pin). The device goes with the last of them.
 struct NET_DEVICE_RES {
-    int lHandle = 0;         // the user id
-    WORD wDevicePort = 0;    // also used to reconnect
-    WORD wCanReconnect = 0;  // 1 once a login has succeeded
+    int lHandle = 0;                     // the user id
+    WORD wDevicePort = 0;                // also used to reconnect
+    std::atomic<WORD> wCanReconnect{0};  // 1 once a login has succeeded
     std::unique_ptr<CNetDevice> pNetDevice;
     std::unique_ptr<CConfigParser> pConfigParser;  // null for a family or version without one
     char sDeviceIP[64] = {};                       // address or name given at login
@@ -264,4 +268,7 @@ struct NET_DEVICE_RES {
     char sDevSN[64] = {};
     int lProtocolVer = 0;
     CSessionGate gate;
+    std::atomic<tuint64> linkSerial{
+        0};  // tells the links of one session apart; what an older link still says is dropped
+    std::atomic<bool> bBreakTold{false};  // the break was told to the application, the return not yet
 };

@@ -34,6 +34,14 @@ void CReplyWaiter::Break() {
     m_recvEvent.Close();
 }
 
+void CReplyWaiter::Interrupt() {
+    {
+        std::lock_guard guard(m_lstReplyLock);
+        m_bInterrupted = m_bAsking;
+    }
+    m_recvEvent.SetEvent();
+}
+
 bool CReplyWaiter::WaitForBreak(tuint32 ms) {
     m_recvEvent.WaitForCond(ms, [this] { return IsBroken(); });
     return IsBroken();
@@ -102,16 +110,17 @@ bool CReplyWaiter::TakeReply(std::span<const tuint32> accepted, REPLY_CMD_DATA& 
 void CReplyWaiter::SetAsking(bool bAsking) {
     std::lock_guard guard(m_lstReplyLock);
     m_bAsking = bAsking;
+    m_bInterrupted = false;
     m_replyCmdList.clear();
     m_replyBytes = 0;
 }
 
 bool CReplyWaiter::HasNews() {
     std::lock_guard guard(m_lstReplyLock);
-    return m_bClosed || !m_replyCmdList.empty();
+    return m_bClosed || m_bInterrupted || !m_replyCmdList.empty();
 }
 
 bool CReplyWaiter::HasFallen() {
     std::lock_guard guard(m_lstReplyLock);
-    return m_bClosed;
+    return m_bClosed || m_bInterrupted;
 }

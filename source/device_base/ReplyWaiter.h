@@ -45,6 +45,9 @@ public:
     /// The link fell. As Close, until NewLink.
     void Break();
 
+    /// Ends the wait that is under way, if there is one, with HLX_NETWORK_NOT_CONNECT. Any thread.
+    void Interrupt();
+
     /// True if the link falls within `ms` milliseconds or has fallen.
     bool WaitForBreak(tuint32 ms);
 
@@ -73,6 +76,7 @@ private:
     std::list<REPLY_CMD_DATA> m_replyCmdList;  // in order of arrival
     size_t m_replyBytes = 0;                   // bodies in m_replyCmdList
     bool m_bAsking = false;
+    bool m_bInterrupted = false;  // the request under way
     bool m_bClosed = true;
     bool m_bBroken = false;
 };

@@ -15,7 +15,8 @@ bool FitsAccount(const char* pText) { return strnlen(pText, ACCOUNT_TEXT_SIZE) <
 
 LONG CSDKImpl::Login(const char* sDVRIP, WORD wDVRPort, const char* sUserName, const char* sPassword,
                      LPHLX_DEVICEINFO lpDeviceInfo, LONG lConnectType, const char* sDevSN) {
-    if (!Given(sDVRIP, sUserName, sPassword, sDevSN)) return -1;
+    if (!Given(sDVRIP, sUserName, sPassword)) return -1;
+    if (lConnectType != HLX_CONNECT_TCP && !Given(sDevSN)) return -1;
     if (!FitsAccount(sUserName) || !FitsAccount(sPassword)) return Failure(HLX_PARAMETER_ERROR, LONG{-1});
     const LONG lUserID =
         m_pDeviceMan->AddDevice(sDVRIP, wDVRPort, sUserName, sPassword, lpDeviceInfo, lConnectType, sDevSN, 0);
@@ -30,7 +31,11 @@ BOOL CSDKImpl::Logout(LONG lUserID) {
     m_playbackMan.RemoveDevice(lUserID);
     m_liveMan.RemoveDevice(lUserID);
     m_downloadMan.RemoveDevice(lUserID);
-    return m_pDeviceMan->RemoveDevice(lUserID);
+    const BOOL bRemoved = m_pDeviceMan->RemoveDevice(lUserID);
+    const DWORD error = m_pThreadState->GetLastError();
+    m_liveMan.RemoveDevice(lUserID);  // a stream that was opened meanwhile by another thread
+    m_pThreadState->SetLastError(error);
+    return bRemoved;
 }
 
 BOOL CSDKImpl::SetConnectTime(DWORD dwWaitTime, DWORD dwTryTimes) {
@@ -51,10 +56,10 @@ LONG CSDKImpl::GetProductSubID(const char* sDVRIP, WORD wDVRPort) {
 }
 
 BOOL CSDKImpl::SetRegisterPort(WORD wRegisterPort, const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum) {
-    return m_pDeviceMan->SetRegisterPort(wRegisterPort, pLoginInfo, static_cast<int>(pLoginInfo ? deviceNum : 0));
+    return m_pDeviceMan->SetRegisterPort(wRegisterPort, pLoginInfo, pLoginInfo ? deviceNum : 0);
 }
 BOOL CSDKImpl::AddRegisterDeviceInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum) {
-    return Given(pLoginInfo) && m_pDeviceMan->AddRegisterDeviceInfo(pLoginInfo, static_cast<int>(deviceNum));
+    return Given(pLoginInfo) && m_pDeviceMan->AddRegisterDeviceInfo(pLoginInfo, deviceNum);
 }
 
 BOOL CSDKImpl::SetRegisterCallback(ACCEPT_REGISTER_CALLBACK fRegisterCallBack, void* pUser) {

@@ -304,17 +304,19 @@ protected:
     template <class Result, class... Params, class... Args>
     Result Forward(Result failure, Result (CNetDevice::*operation)(Params...), LONG lUserID, Args&&... args) {
         std::lock_guard guard(m_table.m_deviceCommLock);
-        NET_DEVICE_RES* pRes = m_table.Find(lUserID);
-        if (!pRes) return Failure(HLX_PARAMETER_ERROR, failure);
-        return (pRes->pNetDevice.get()->*operation)(std::forward<Args>(args)...);
+        const CDeviceTable::Session session = m_table.Pin(lUserID);
+        if (!session) return Failure(HLX_PARAMETER_ERROR, failure);
+        return (session->pNetDevice.get()->*operation)(std::forward<Args>(args)...);
     }
 
     template <class... Params, class... Args>
     void ForwardVoid(void (CNetDevice::*operation)(Params...), LONG lUserID, Args&&... args) {
         std::lock_guard guard(m_table.m_deviceCommLock);
-        NET_DEVICE_RES* pRes = m_table.Find(lUserID);
-        if (!pRes) return static_cast<void>(Failure(HLX_PARAMETER_ERROR));
-        (pRes->pNetDevice.get()->*operation)(std::forward<Args>(args)...);
+        const CDeviceTable::Session session = m_table.Pin(lUserID);
+        if (!session)
+            CThreadState::Instance()->SetLastError(HLX_PARAMETER_ERROR);
+        else
+            (session->pNetDevice.get()->*operation)(std::forward<Args>(args)...);
     }
 
     CDeviceTable m_table;

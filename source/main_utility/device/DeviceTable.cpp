@@ -21,15 +21,13 @@ private:
     CDeviceTable& m_table;
 };
 
-/// Holds the three locks in their order for one change of the lists.
+/// Holds both table locks in their order for one change of the lists.
 class CDeviceTable::Change {
 public:
-    explicit Change(CDeviceTable& table)
-        : m_reconn(table.m_deviceReconnLock), m_comm(table.m_deviceCommLock), m_callback(table) {}
+    explicit Change(CDeviceTable& table) : m_reconn(table.m_deviceReconnLock), m_callback(table) {}
 
 private:
     std::lock_guard<CPUB_Lock> m_reconn;
-    std::lock_guard<CPUB_Lock> m_comm;
     CallbackTurn m_callback;
 };
 
@@ -109,7 +107,7 @@ std::list<CDeviceTable::Session> CDeviceTable::TakeAll() {
 }
 
 CDeviceTable::Session CDeviceTable::Pin(LONG lUserID) {
-    std::lock_guard guard(m_deviceCommLock);
+    CallbackTurn turn(*this);
     const auto found = std::find_if(m_deviceList.begin(), m_deviceList.end(),
                                     [&](const Session& session) { return session->lHandle == lUserID; });
     return found == m_deviceList.end() ? nullptr : *found;
@@ -119,4 +117,9 @@ NET_DEVICE_RES* CDeviceTable::Find(LONG lUserID) const {
     for (const auto& session : m_deviceList)
         if (session->lHandle == lUserID) return session.get();
     return nullptr;
+}
+
+void CDeviceTable::TellBroken(NET_DEVICE_RES& session) {
+    CallbackTurn turn(*this);
+    session.pNetDevice->OnReceiveData(nullptr, -1);
 }

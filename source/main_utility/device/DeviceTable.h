@@ -16,9 +16,9 @@ struct EXTRA_STREAM_ID {
     int lExtraStreamID;
 };
 
-/// All sessions by user id. A change of the lists holds all three locks, taken in the order of their declaration, so a
-/// reader needs only one of them: the reconnect thread holds the first, forwarding calls the second, the engine's
-/// callback the third.
+/// All sessions by user id. A change of the lists holds m_deviceReconnLock and m_callbackLock, so a reader needs only one of them. Neither
+/// is ever held while a device is waited for: requests are serial under m_deviceCommLock, which guards no list, and work on a pin.
+/// Order: m_deviceReconnLock, m_deviceCommLock, m_callbackLock.
 class CDeviceTable {
 public:
     using Session = std::shared_ptr<NET_DEVICE_RES>;
@@ -42,7 +42,7 @@ public:
     /// Marks a session as logged in, once it is still wanted: false for a further session whose parent left meanwhile.
     bool Confirm(const Session& session, LONG lParent);
 
-    /// Pins on all sessions. Does not wait for requests that are under way.
+    /// Pins on all sessions.
     std::vector<Session> Snapshot();
 
     /// True while the session stands in the table.
@@ -51,11 +51,14 @@ public:
     /// Takes everything out.
     std::list<Session> TakeAll();
 
-    /// A pin on a session, null for an unknown id. Takes m_deviceCommLock for the lookup.
+    /// A pin on a session, null for an unknown id. Short: does not wait for requests.
     Session Pin(LONG lUserID);
 
-    /// The session of an id, null for an unknown one. The caller holds one of the three locks.
+    /// The session of an id, null for an unknown one. The caller holds m_callbackLock, or m_deviceReconnLock.
     NET_DEVICE_RES* Find(LONG lUserID) const;
+
+    /// Tells a session's device that its link is broken, as the engine would. The session may have left the table.
+    void TellBroken(NET_DEVICE_RES& session);
 
     /// Holds m_callbackLock for one message. Lets a waiting change go first: the engine's thread takes the lock again
     /// at once after each message, and while a full ring makes it slow a change would hardly ever come in.

@@ -1,5 +1,7 @@
 // Sessions that heal: breaks are told, links opened again, logins repeated; subscription messages are polled.
+#include <algorithm>
 #include <cstdio>
+#include <new>
 #include <vector>
 
 #include "main_utility/device/NetDeviceMan.h"
@@ -11,7 +13,9 @@ namespace {
 constexpr tuint32 CHECK_CONNECT_INTERVAL = 500;  // milliseconds
 constexpr tuint32 SUBSCRIB_INTERVAL = 500;       // milliseconds
 constexpr size_t SUBSCRIB_BUFFER = 2097152;      // bytes of one subscription message
-constexpr time_t WRONG_PASSWORD_PAUSE = 310;     // seconds without a login try
+constexpr tuint32 SHORTEST_RECONNECT = 100;      // milliseconds
+constexpr tuint32 LONGEST_RECONNECT = 0xFFFFFFFE;
+constexpr time_t WRONG_PASSWORD_PAUSE = 310;  // seconds without a login try
 
 }  // namespace
 
@@ -28,8 +32,9 @@ void CNetDeviceMan::StopHealing() {
     for (bool* pRun : {&m_bReConnecting, &m_checkConnect, &m_bSubscribing}) SetRunFlag(*pRun, false);
     m_stopWait.Close();
     for (const Session& session : m_table.Snapshot()) {
-        if (session->gate.Reconnecting()) session->pNetDevice->OnReceiveData(nullptr, -1);
+        if (session->gate.Reconnecting()) m_table.TellBroken(*session);
     }
+    InterruptRequests();
     PUB_ExitThread(&m_hReConnect, &m_bReConnecting);
     PUB_ExitThread(&m_checkConnectThread, &m_checkConnect);
     PUB_ExitThread(&m_hSubscrib, &m_bSubscribing);
@@ -40,10 +45,17 @@ void CNetDeviceMan::Pause(const bool& bRun, tuint32 milliseconds) {
     m_stopWait.WaitForCond(milliseconds, [&] { return !RunFlagSet(bRun); });
 }
 
+void CNetDeviceMan::InterruptRequests() {
+    for (const Session& session : m_table.Snapshot()) session->pNetDevice->InterruptWait();
+}
+
 void* CNetDeviceMan::CheckConnectThread(void* pParam) {
     auto& man = *static_cast<CNetDeviceMan*>(pParam);
     while (RunFlagSet(man.m_checkConnect)) {
-        man.CheckConnectProc();
+        try {
+            man.CheckConnectProc();
+        } catch (const std::bad_alloc&) {  // the next walk does it
+        }
         man.Pause(man.m_checkConnect, CHECK_CONNECT_INTERVAL);
     }
     return nullptr;
@@ -53,34 +65,17 @@ void* CNetDeviceMan::CheckConnectThread(void* pParam) {
 void CNetDeviceMan::CheckConnectProc() {
     for (const Session& session : m_table.Snapshot()) {
         if (!RunFlagSet(m_checkConnect)) return;
-        const bool bNew = session->wCanReconnect && !IsBreakTold(session->lHandle) &&
+        const bool bNew = session->wCanReconnect && !session->bBreakTold &&
                           session->pNetDevice->GetDeviceStatus() == NET_DEVICE_STATUS_DISCONNECT;
         if (!bNew || !m_table.IsListed(session)) continue;
         if (session->bAutoRegisterMode) {
             // It must call in again by itself.
             m_table.Take(session);
             m_multiNetComm.RemoveComm(session->lHandle);
-            TellException(NETWORK_DISCONNECT, session->lHandle);
-            return;
         }
         TellException(NETWORK_DISCONNECT, session->lHandle);
-        if (m_table.IsListed(session)) NoteBreakTold(session->lHandle);
+        session->bBreakTold = true;
     }
-}
-
-bool CNetDeviceMan::IsBreakTold(int lHandle) {
-    std::lock_guard guard(m_breakLock);
-    return m_disConnectedDeviceSet.count(lHandle) != 0;
-}
-
-void CNetDeviceMan::NoteBreakTold(int lHandle) {
-    std::lock_guard guard(m_breakLock);
-    m_disConnectedDeviceSet.insert(lHandle);
-}
-
-void CNetDeviceMan::ForgetBreak(int lHandle) {
-    std::lock_guard guard(m_breakLock);
-    m_disConnectedDeviceSet.erase(lHandle);
 }
 
 void CNetDeviceMan::TellException(DWORD type, LONG lHandle) {
@@ -96,10 +91,13 @@ void CNetDeviceMan::TellException(DWORD type, LONG lHandle) {
 
 void* CNetDeviceMan::ReConnectThread(void* pParam) {
     auto& man = *static_cast<CNetDeviceMan*>(pParam);
-    const CThreadState::OwnNumber ownNumber;
     while (RunFlagSet(man.m_bReConnecting)) {
-        man.ReConnectProc();
-        man.Pause(man.m_bReConnecting, man.m_dwReconnInterval);
+        try {
+            man.ReConnectProc();
+        } catch (const std::bad_alloc&) {  // the next walk does it
+        }
+        man.Pause(man.m_bReConnecting,
+                  std::clamp<tuint32>(man.m_dwReconnInterval, SHORTEST_RECONNECT, LONGEST_RECONNECT));
     }
     return nullptr;
 }
@@ -108,7 +106,7 @@ void* CNetDeviceMan::ReConnectThread(void* pParam) {
 void CNetDeviceMan::ReConnectProc() {
     for (const Session& session : m_table.Snapshot()) {
         if (!RunFlagSet(m_bReConnecting) || !m_bEnableReconn) return;
-        const bool bBroken = session->wCanReconnect && !session->bAutoRegisterMode && IsBreakTold(session->lHandle) &&
+        const bool bBroken = session->wCanReconnect && !session->bAutoRegisterMode && session->bBreakTold &&
                              session->pNetDevice->GetDeviceStatus() == NET_DEVICE_STATUS_DISCONNECT;
         if (bBroken && session->gate.BeginReconnect()) ReconnectSession(session);
     }
@@ -117,7 +115,11 @@ void CNetDeviceMan::ReConnectProc() {
 /// The session's gate is taken. A removal meanwhile interrupts the waits and leaves the end of the session to this thread.
 void CNetDeviceMan::ReconnectSession(const Session& session) {
     HLX_DEVICEINFO info{};
-    const bool bBack = OpenAgain(*session) && LoginAgain(*session, info);
+    bool bBack = false;
+    {
+        const CThreadState::OwnNumber ownNumber;
+        bBack = OpenAgain(*session) && LoginAgain(*session, info);
+    }
     if (session->gate.EndReconnect()) {
         EndSession(*session);
         return;
@@ -132,7 +134,7 @@ void CNetDeviceMan::ReconnectSession(const Session& session) {
     }
     if (pfnReconnect) pfnReconnect(session->lHandle, pUser, session->eDVRVer == NVR_VER_K7700, -1, info.videoInputNum);
     TellException(NETWORK_RECONNECT, session->lHandle);
-    ForgetBreak(session->lHandle);  // behind the callback, so that the next break is told after this return
+    session->bBreakTold = false;  // behind the callback, so that the next break is told after this return
 }
 
 bool CNetDeviceMan::OpenAgain(NET_DEVICE_RES& session) {
@@ -142,7 +144,7 @@ bool CNetDeviceMan::OpenAgain(NET_DEVICE_RES& session) {
         return false;
     session.pNetDevice->SetEncryptInfo(link.pre);
     session.pNetDevice->SetNetHandle(link.pEngine);
-    return HandLinkToEngine(session.lHandle, link);
+    return HandLinkToEngine(session, link);
 }
 
 /// After a wrong password no login is tried for a while; the link stays until the next walk.
@@ -155,6 +157,7 @@ bool CNetDeviceMan::LoginAgain(NET_DEVICE_RES& session, HLX_DEVICEINFO& info) {
         return false;
     }
     const bool bStopping = session.gate.Gone() || !RunFlagSet(m_bReConnecting);
+    CThreadState::Instance()->SetLastError(HLX_SUCCESS);
     if (!bStopping && device.Login(session.sUserName, session.sPassword, &info)) {
         device.SetLastWrongPswTime(0);
         return true;
@@ -169,7 +172,10 @@ void* CNetDeviceMan::SubscribThread(void* pParam) {
     auto& man = *static_cast<CNetDeviceMan*>(pParam);
     std::vector<char> buffer;
     while (RunFlagSet(man.m_bSubscribing)) {
-        man.SubscribProc(buffer);
+        try {
+            man.SubscribProc(buffer);
+        } catch (const std::bad_alloc&) {  // the next walk does it
+        }
         man.Pause(man.m_bSubscribing, SUBSCRIB_INTERVAL);
     }
     return nullptr;
@@ -198,7 +204,8 @@ void CNetDeviceMan::SubscribProc(std::vector<char>& buffer) {
 bool CNetDeviceMan::NextSubscribMsg(const Session& session, DWORD& dwCommand, LONG& lChannel, std::vector<char>& buffer,
                                     int& length) {
     std::lock_guard guard(m_table.m_deviceCommLock);
-    if (!m_table.Find(session->lHandle)) return false;
+    if (!m_table.IsListed(session)) return false;
+    const CThreadState::OwnNumber ownNumber;
     length = static_cast<int>(buffer.size());
     return session->pNetDevice->GetSmartSubscribMsg(&dwCommand, &lChannel, buffer.data(), &length) && length >= 0 &&
            static_cast<size_t>(length) <= buffer.size();

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr DWORD NO_REGISTER_PORT = 65535;  // and above: none
+thread_local bool t_bAccepting = false;  // on the listener's thread, inside its callback
 
 }  // namespace
 
@@ -14,7 +14,7 @@ BOOL CNetDeviceMan::SetRegisterPort(WORD wRegisterPort, const REG_LOGIN_INFO* pL
     KeepLoginInfo(pLoginInfo, deviceNum);
     if (m_listenPort.exchange(wRegisterPort) == wRegisterPort) return 1;
     StopListener();
-    if (wRegisterPort != 0) StartListener();
+    StartListener();
     return 1;
 }
 
@@ -44,38 +44,55 @@ void CNetDeviceMan::KeepLoginInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD device
         m_pRegLoginInfo[pLoginInfo[index].deviceId] = pLoginInfo[index];
 }
 
-/// Starting may wait for a port in use; the pointer's lock is not held then, so that another thread can stop it.
+/// Starting may wait for a port in use; the pointer's lock is not held then, so that another thread can stop it. A port that cannot
+/// be had is forgotten, so that it can be asked for again.
 void CNetDeviceMan::StartListener() {
-    const DWORD port = m_listenPort;
-    if (port == 0 || port >= NO_REGISTER_PORT) return;
+    DWORD port = m_listenPort;
+    if (port == 0) return;
+    m_bListenerStopping = false;
     const auto listener = std::make_shared<CSWL_ListenProcEx>(AcceptLinkCallback, this);
     {
         std::lock_guard guard(m_listenerLock);
         m_pListenProc = listener;
     }
-    listener->StartListen(static_cast<unsigned short>(port));
+    if (listener->StartListen(static_cast<unsigned short>(port)) != CSWL_ListenProcEx::LISTEN_OK)
+        m_listenPort.compare_exchange_strong(port, 0);
 }
 
+/// Wakes a caller's login that is under way. From inside a register callback the listener is only retired, since it runs that callback.
 void CNetDeviceMan::StopListener() {
     std::shared_ptr<CSWL_ListenProcEx> listener;
+    std::vector<std::shared_ptr<CSWL_ListenProcEx>> retired;
+    Session caller;
+    m_bListenerStopping = true;
     {
         std::lock_guard guard(m_listenerLock);
         listener.swap(m_pListenProc);
+        caller = m_caller;
+        if (t_bAccepting && listener) m_retiredListeners.push_back(listener);
+        if (!t_bAccepting) retired.swap(m_retiredListeners);
     }
+    if (caller && !t_bAccepting) m_table.TellBroken(*caller);
     if (listener) listener->StopListen();
 }
 
 int CNetDeviceMan::AcceptLinkCallback(CLIENT_SOCK_INFO* pInfo, void* pParam, void*) {
-    return static_cast<CNetDeviceMan*>(pParam)->OnGetAcceptLink(*pInfo);
+    t_bAccepting = true;
+    int result = 0;
+    try {
+        result = static_cast<CNetDeviceMan*>(pParam)->OnGetAcceptLink(*pInfo);
+    } catch (const std::bad_alloc&) {  // the caller may try again
+    }
+    t_bAccepting = false;
+    return result;
 }
 
 /// On the listener's thread: the next caller waits until this one is through.
 int CNetDeviceMan::OnGetAcceptLink(const CLIENT_SOCK_INFO& info) {
-    const CThreadState::OwnNumber ownNumber;
     LINK link;
     link.sock = info.pTcpSock;
     link.pEngine = &m_multiNetComm;
-    if (!m_connector.ReadPreSendData(link.sock, link.pre)) return 0;
+    if (!m_connector.ReadPreSendData(link.sock, link.pre, &m_bListenerStopping)) return 0;
 
     const auto session = std::make_shared<NET_DEVICE_RES>();
     in_addr address{};
@@ -85,7 +102,10 @@ int CNetDeviceMan::OnGetAcceptLink(const CLIENT_SOCK_INFO& info) {
     session->lRegisterID = static_cast<int>(link.pre.dwID);
     session->bAutoRegisterMode = 1;
     const bool bKnown = FindLoginInfo(link.pre.dwID, *session);
-    if (!EnterSession(link, session, 0)) return 0;
+    {
+        const CThreadState::OwnNumber ownNumber;
+        if (!EnterSession(link, session, 0)) return 0;
+    }
     session->pNetDevice->SetAutoRegisterMode(1);
     return bKnown ? LoginCaller(session) : RefuseCaller(session);
 }
@@ -103,7 +123,7 @@ bool CNetDeviceMan::FindLoginInfo(DWORD deviceId, NET_DEVICE_RES& session) {
 
 int CNetDeviceMan::LoginCaller(const Session& session) {
     HLX_DEVICEINFO deviceInfo{};
-    if (!LoginSession(session, &deviceInfo, 0)) {
+    if (!LoginAsCaller(session, deviceInfo)) {
         DropSession(session);
         GiveBackDeviceID(session->lHandle);
         return 0;
@@ -117,6 +137,20 @@ int CNetDeviceMan::LoginCaller(const Session& session) {
     }
     if (fRegister) fRegister(session->lHandle, session->lRegisterID, &deviceInfo, pUser);
     return 1;
+}
+
+/// The login of a device that called in; a listener that is being stopped ends it.
+bool CNetDeviceMan::LoginAsCaller(const Session& session, HLX_DEVICEINFO& deviceInfo) {
+    const CThreadState::OwnNumber ownNumber;
+    SetCaller(session);
+    const bool bDone = !m_bListenerStopping && LoginSession(session, &deviceInfo, 0);
+    SetCaller(nullptr);
+    return bDone;
+}
+
+void CNetDeviceMan::SetCaller(const Session& session) {
+    std::lock_guard guard(m_listenerLock);
+    m_caller = session;
 }
 
 /// Tells that an unknown device called in, then lets it go; its user id is used again.

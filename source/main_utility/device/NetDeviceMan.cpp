@@ -11,6 +11,7 @@ namespace {
 
 constexpr int LINK_SEND_BUFFER = 262144;  // bytes
 constexpr int MAX_DEVICE_ID = 2097144;    // the id behind it is 1 again
+constexpr DWORD MAX_KEPT_PORT = 65535;    // a kept register port at or above is not listened on
 constexpr int RTSP_URL_SIZE = 256;        // bytes that GetRtspUrl may write
 
 /// A text that the session keeps for a reconnect must fit whole.
@@ -33,7 +34,7 @@ bool CNetDeviceMan::Initial() {
 bool CNetDeviceMan::Start() {
     m_connector.Interrupt(false);
     if (!StartHealing()) return Failure(HLX_PROGRAM_EXCEPTION);
-    StartListener();
+    if (m_listenPort < MAX_KEPT_PORT) StartListener();
     return true;
 }
 
@@ -48,13 +49,13 @@ void CNetDeviceMan::Stop() {
     SetReconnectCallback(nullptr, nullptr);  // these lead to the session root, which may go now
     SetRegisterCallback(nullptr, nullptr);
     SetUnRegisterCallback(nullptr, nullptr);
+    SetExceptionCallback(0, nullptr, nullptr, nullptr);  // and the application may go with it
+    SetSubscribCallBack(nullptr, nullptr);
 }
 
 void CNetDeviceMan::Quit() {
     m_multiNetComm.Destroy();
     m_table.TakeAll();
-    std::lock_guard guard(m_breakLock);
-    m_disConnectedDeviceSet.clear();
 }
 
 BOOL CNetDeviceMan::SetConnectTime(DWORD dwWaitTime, DWORD dwTryTimes) {
@@ -143,17 +144,20 @@ bool CNetDeviceMan::EnterSession(LINK& link, const Session& session, LONG luserI
     device.SetDeviceIp(session->sDeviceIP);
     if (!m_table.Append(session, luserId)) return Failure(HLX_PARAMETER_ERROR);
     AdvanceDeviceID();
-    if (HandLinkToEngine(session->lHandle, link)) return true;
+    if (HandLinkToEngine(*session, link)) return true;
     DropSession(session);
     return Failure(HLX_ALLOC_RESOURCE_ERROR);
 }
 
-bool CNetDeviceMan::HandLinkToEngine(LONG lHandle, LINK& link) {
-    const int deviceID = static_cast<int>(lHandle);
-    if (link.pEngine->AddNewComm(deviceID, link.sock) != 0) return false;
+/// The link's serial travels as the callback's parameter, so that what an older link of the session still says, or one of an id that was
+/// given back, reaches nobody.
+bool CNetDeviceMan::HandLinkToEngine(NET_DEVICE_RES& session, LINK& link) {
+    if (link.pEngine->AddNewComm(session.lHandle, link.sock) != 0) return false;
     link.sock = -1;
-    link.pEngine->SetAutoRecvCallback(deviceID, MultiNetCommCallback, this);
-    link.pEngine->SetRecvMode(deviceID, true);
+    session.linkSerial = ++m_lastLinkSerial;
+    void* pSerial = reinterpret_cast<void*>(session.linkSerial.load());
+    link.pEngine->SetAutoRecvCallback(session.lHandle, MultiNetCommCallback, pSerial);
+    link.pEngine->SetRecvMode(session.lHandle, true);
     return true;
 }
 
@@ -196,11 +200,10 @@ bool CNetDeviceMan::RemoveDevice_Ex(LONG lHandle) {
     const Session session = m_table.TakeLoggedIn(lHandle);
     if (!session) return false;
     m_table.ForgetExtra(lHandle);
-    ForgetBreak(session->lHandle);
     if (session->gate.BeginRemoval())
         EndSession(*session);
     else
-        session->pNetDevice->OnReceiveData(nullptr, -1);  // wakes the reconnect, which then ends the session
+        m_table.TellBroken(*session);  // wakes the reconnect, which then ends the session
     return true;
 }
 
@@ -210,14 +213,14 @@ void CNetDeviceMan::EndSession(NET_DEVICE_RES& session) {
 }
 
 int CNetDeviceMan::MultiNetCommCallback(int deviceID, void* pParam, const char* pBuf, int iLen) {
-    return static_cast<CNetDeviceMan*>(pParam)->OnLinkData(deviceID, pBuf, iLen) ? 0 : -1;
+    return Instance()->OnLinkData(deviceID, reinterpret_cast<tuint64>(pParam), pBuf, iLen) ? 0 : -1;
 }
 
 /// All messages of all links, on the engine's thread.
-bool CNetDeviceMan::OnLinkData(int deviceID, const char* pBuf, int iLen) {
+bool CNetDeviceMan::OnLinkData(int deviceID, tuint64 linkSerial, const char* pBuf, int iLen) {
     CDeviceTable::CallbackGuard guard(m_table);
     NET_DEVICE_RES* pRes = m_table.Find(deviceID);
-    return pRes && pRes->pNetDevice->OnReceiveData(pBuf, iLen);
+    return pRes && pRes->linkSerial == linkSerial && pRes->pNetDevice->OnReceiveData(pBuf, iLen);
 }
 
 int CNetDeviceMan::GetCustomID(const char* sDVRIP, WORD wDVRPort) {
@@ -236,12 +239,10 @@ BOOL CNetDeviceMan::GetRtspUrl(LONG lUserID, LONG lChannel, LONG lStreamType, ch
 }
 
 BOOL CNetDeviceMan::GetDeviceInfo(LONG lUserID, LPHLX_DEVICEINFO lpDeviceInfo) {
-    if (!lpDeviceInfo) return Failure(HLX_PARAMETER_ERROR);
-    std::lock_guard guard(m_table.m_deviceCommLock);
-    NET_DEVICE_RES* pRes = m_table.Find(lUserID);
-    if (!pRes) return Failure(HLX_PARAMETER_ERROR);
-    if (!pRes->pNetDevice->GetDeviceInfo(lpDeviceInfo)) return 0;
-    lpDeviceInfo->devicePort = pRes->wDevicePort;
+    const Session session = m_table.Pin(lUserID);
+    if (!session || !lpDeviceInfo) return Failure(HLX_PARAMETER_ERROR);
+    if (!session->pNetDevice->GetDeviceInfo(lpDeviceInfo)) return 0;
+    lpDeviceInfo->devicePort = session->wDevicePort;
     return 1;
 }
 

@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <map>
-#include <set>
 #include <vector>
 
 #include "main_utility/device/DeviceFamilies.h"
@@ -19,7 +18,7 @@ using RECONNECT_CALLBACK = void (*)(LONG lLoginID, void* pUser, BOOL bIsK7KChann
 
 /// All device sessions of the process. Any thread may call any operation.
 ///
-/// Lock order: m_LoignFunLock, then the table's m_deviceReconnLock, m_deviceCommLock, m_callbackLock. Forwarded
+/// Lock order: m_LoignFunLock, then m_deviceReconnLock, m_deviceCommLock, m_callbackLock. Forwarded
 /// operations run with m_deviceCommLock held, so that one device's slow request holds up the others; Login alone runs
 /// without a lock.
 class CNetDeviceMan : public CDeviceForward {
@@ -71,6 +70,9 @@ public:
     /// An HLX_DEVICE_FIRMWARE_TYPE value, HLX_DEVICE_FIRMWARE_OTHER for an unknown id.
     int GetDeviceFirmwareType(LONG lUserID);
 
+    /// Ends the waits of all requests that are under way, with HLX_NETWORK_NOT_CONNECT. For those who stop a thread that may be in one.
+    void InterruptRequests();
+
     /// Puts another maker of device families in force, for families that are made for a test. Before any login.
     void SetDeviceMaker(MAKE_DEVICE fMakeDevice) { m_fMakeDevice = fMakeDevice; }
 
@@ -98,12 +100,12 @@ private:
     CNetDeviceMan() = default;
 
     static int MultiNetCommCallback(int deviceID, void* pParam, const char* pBuf, int iLen);
-    bool OnLinkData(int deviceID, const char* pBuf, int iLen);
+    bool OnLinkData(int deviceID, tuint64 linkSerial, const char* pBuf, int iLen);
 
     bool ConnectDevice(const char* sDVRIP, WORD wDVRPort, LONG lConnectType, LINK& link,
                        const std::atomic<bool>* pbGone = nullptr);
     bool EnterSession(LINK& link, const Session& session, LONG luserId);
-    bool HandLinkToEngine(LONG lHandle, LINK& link);
+    bool HandLinkToEngine(NET_DEVICE_RES& session, LINK& link);
     void AdvanceDeviceID();
     void GiveBackDeviceID(int lHandle);
     bool LoginSession(const Session& session, LPHLX_DEVICEINFO lpDeviceInfo, LONG luserId);
@@ -124,9 +126,6 @@ private:
     void ReconnectSession(const Session& session);
     bool OpenAgain(NET_DEVICE_RES& session);
     bool LoginAgain(NET_DEVICE_RES& session, HLX_DEVICEINFO& info);
-    bool IsBreakTold(int lHandle);
-    void NoteBreakTold(int lHandle);
-    void ForgetBreak(int lHandle);
     void TellException(DWORD type, LONG lHandle);
     bool NextSubscribMsg(const Session& session, DWORD& dwCommand, LONG& lChannel, std::vector<char>& buffer,
                          int& length);
@@ -140,11 +139,14 @@ private:
     int OnGetAcceptLink(const CLIENT_SOCK_INFO& info);
     int LoginCaller(const Session& session);
     int RefuseCaller(const Session& session);
+    bool LoginAsCaller(const Session& session, HLX_DEVICEINFO& deviceInfo);
+    void SetCaller(const Session& session);
 
     CSWL_MultiNetComm m_multiNetComm;
     CTcpConnector m_connector;
     CPUB_Lock m_LoignFunLock;  // spelled so; guards s_deviceID and the order of table entries
     static int s_deviceID;
+    std::atomic<tuint64> m_lastLinkSerial{0};
     MAKE_DEVICE m_fMakeDevice = MakeDevice;
 
     std::atomic<bool> m_bWifi{true};
@@ -172,12 +174,14 @@ private:
     bool m_checkConnect = false;
     PUB_thread_t m_hSubscrib = 0;
     bool m_bSubscribing = false;
-    CPUB_Lock m_breakLock;                  // leaf
-    std::set<int> m_disConnectedDeviceSet;  // ids whose break was told; m_breakLock
 
     CPUB_Lock m_LoginInfoLock;                        // leaf
     std::map<DWORD, REG_LOGIN_INFO> m_pRegLoginInfo;  // devices that may call in; m_LoginInfoLock
     std::atomic<DWORD> m_listenPort{0};
     CPUB_Lock m_listenerLock;  // leaf; guards the pointer
     std::shared_ptr<CSWL_ListenProcEx> m_pListenProc;
+    std::vector<std::shared_ptr<CSWL_ListenProcEx>>
+        m_retiredListeners;  // stopped from inside their own callback; m_listenerLock
+    Session m_caller;        // being logged in; m_listenerLock
+    std::atomic<bool> m_bListenerStopping{false};
 };

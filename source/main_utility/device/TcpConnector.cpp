@@ -108,7 +108,7 @@ bool CTcpConnector::Probe(const addrinfo& address, const std::atomic<bool>* pbGo
     return bAnswers;
 }
 
-/// Makes the link. The wait of one try is cut into seconds, so that an interrupt ends it.
+/// Makes the link. The wait of one try is cut into steps, so that an interrupt ends it.
 SWL_socket_t CTcpConnector::Connect(const std::string& target, WORD wDVRPort, const std::atomic<bool>* pbGone) {
     const std::unique_ptr<CSWL_ConnectProcEx, DestroyConnect> connect(
         CSWL_ConnectProcEx::NewConnectProc(target.c_str(), wDVRPort));

@@ -11,8 +11,7 @@
 
 namespace {
 
-constexpr LONG MAX_LIVE_CHANNEL = 255;   // a ring's id has room for no more
-constexpr int LIVE_RING_SIZE = 2097152;  // bytes
+constexpr LONG MAX_LIVE_CHANNEL = 255;  // a ring's id has room for no more
 
 /// What a device may say of itself when it refuses a stream; any other number becomes "not connected".
 bool IsRefusal(DWORD error) {
@@ -73,7 +72,7 @@ POINTERHANDLE CLiveMan::LivePlay(LONG lUserID, const HLX_CLIENTINFO* pInfo, LIVE
         return Failure(HLX_PARAMETER_ERROR, POINTERHANDLE{-1});
     if (pInfo->lChannel < 0 || pInfo->lChannel > MAX_LIVE_CHANNEL) return Failure(HLX_CHANNEL_ERROR, POINTERHANDLE{-1});
 
-    auto stream = std::make_unique<LIVE_STREAM_INFO>();
+    auto stream = std::make_shared<LIVE_STREAM_INFO>();
     stream->lLiveHandle = reinterpret_cast<POINTERHANDLE>(stream.get());
     stream->lPrimalDeviceHandle = lUserID;
     stream->channel = pInfo->lChannel;

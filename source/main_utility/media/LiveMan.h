@@ -58,8 +58,13 @@ struct ST_ResumeOnReconnection {
     BOOL bIsK7KChannel;
     LONG channel;               // -1 means all
     POINTERHANDLE lLiveHandle;  // 0 means any
-    bool operator==(const ST_ResumeOnReconnection&) const = default;
+    tint64 notBefore;           // microseconds of the monotonic clock; 0: at once
+    bool IsSame(const ST_ResumeOnReconnection& other) const {
+        return lUserID == other.lUserID && channel == other.channel && lLiveHandle == other.lLiveHandle;
+    }
 };
+
+constexpr int LIVE_RING_SIZE = 2097152;  // bytes
 
 inline bool IsFirstStream(DWORD streamType) { return streamType == HLX_MAIN_STREAM; }
 
@@ -125,7 +130,7 @@ public:
     void ResumeOnReconnection(LONG lUserID, BOOL bIsK7KChannel, LONG channel, WORD videoInputNum);
 
 private:
-    using Stream = std::unique_ptr<LIVE_STREAM_INFO>;
+    using Stream = std::shared_ptr<LIVE_STREAM_INFO>;
 
     // m_streamLock held
     LIVE_STREAM_INFO* Find(POINTERHANDLE lLiveHandle) const;
@@ -148,10 +153,14 @@ private:
     static void* ResumeOnReconnectionThread(void* pParam);
     void ResumeOnReconnectionProc();
     bool Pause(tuint32 milliseconds);
-    void ResumeFront();
+    void Enlist(const ST_ResumeOnReconnection& entry);
+    bool TakeDue(ST_ResumeOnReconnection& entry);
+    tint64 NextDue();
+    void Resume(ST_ResumeOnReconnection entry);
     void RestartSilent();
-    bool Restart(const std::vector<POINTERHANDLE>& handles);
-    std::vector<POINTERHANDLE> Choose(const std::function<bool(const LIVE_STREAM_INFO&)>& wanted);
+    std::vector<Stream> Restart(const std::vector<Stream>& streams);
+    bool StartAgain(const Stream& stream);
+    std::vector<Stream> Choose(const std::function<bool(const LIVE_STREAM_INFO&)>& wanted);
 
     // Stream's thread
     static void* LiveDataProcThread(void* pParam);
@@ -168,6 +177,7 @@ private:
     PUB_thread_t m_hThreadResumeOnReconnection = 0;
     bool m_bResumeOnReconnectionProcessing = false;
     CWaitEvent m_resumeWait;                                        // told of new entries; closed at Stop
+    std::atomic<bool> m_bResumeEnded{true};                         // the thread is past its last request
     CPUB_Lock m_listResumeOnReconnectionLock;                       // leaf
     std::list<ST_ResumeOnReconnection> m_listResumeOnReconnection;  // m_listResumeOnReconnectionLock
     CNetDeviceMan* m_pDeviceMan = nullptr;

@@ -1,32 +1,47 @@
 // Streams that come back: after their session did, or after they fell silent with the link up.
 #include <algorithm>
 #include <mutex>
+#include <new>
 
 #include "main_utility/device/NetDeviceMan.h"
 #include "main_utility/media/LiveMan.h"
+#include "netservice/MultiNetDataBufferMan.h"
+#include "sdk_common/PubTime.h"
 #include "sdk_common/RunFlag.h"
 
 namespace {
 
-constexpr tuint32 FIRST_PAUSE = 3000;    // milliseconds before the first look, as the next ones
-constexpr tuint32 RESTART_PAUSE = 1000;  // between stop and start, for the device's sake
-constexpr tuint32 SILENCE_INTERVAL = 16000;
-constexpr tuint32 SILENCE_PAUSE = 2000;  // before silent streams are looked for
-constexpr time_t SILENT_AFTER = 15;      // seconds without a frame
+constexpr tuint32 FIRST_PAUSE = 3000;        // milliseconds before the first look, as the next ones
+constexpr tuint32 RESTART_PAUSE = 1000;      // between stop and start, for the device's sake
+constexpr tuint32 RETRY_PAUSE = 5000;        // before a stream that could not be started is tried again
+constexpr tuint32 SILENCE_INTERVAL = 16000;  // between looks for silent streams
+constexpr tuint32 SILENCE_PAUSE = 2000;      // before such a look
+constexpr time_t SILENT_AFTER = 15;          // seconds without a frame
+constexpr tint64 SLOW_START = 5000000;  // microseconds; a device that takes longer is not asked for the next stream now
+
+tint64 Monotonic() { return TimeSource().MonotonicMicroseconds(); }
 
 }  // namespace
 
 bool CLiveMan::StartResuming() {
     if (m_hThreadResumeOnReconnection) return true;
     m_resumeWait.CreateWaitEvent();
+    m_bResumeEnded = false;
     m_hThreadResumeOnReconnection =
         PUB_CreateThread(ResumeOnReconnectionThread, this, &m_bResumeOnReconnectionProcessing);
-    return m_hThreadResumeOnReconnection || Failure(HLX_PROGRAM_EXCEPTION);
+    if (m_hThreadResumeOnReconnection) return true;
+    m_bResumeEnded = true;
+    return Failure(HLX_PROGRAM_EXCEPTION);
 }
 
+/// Ends the thread. A request to a silent device that it waits for is ended, too.
 void CLiveMan::StopResuming() {
     SetRunFlag(m_bResumeOnReconnectionProcessing, false);
     m_resumeWait.Close();
+    while (!m_bResumeEnded) {
+        m_pDeviceMan->InterruptRequests();
+        PUB_Sleep(10);
+    }
     PUB_ExitThread(&m_hThreadResumeOnReconnection, &m_bResumeOnReconnectionProcessing);
     std::lock_guard guard(m_listResumeOnReconnectionLock);
     m_listResumeOnReconnection.clear();
@@ -38,29 +53,32 @@ void CLiveMan::ResumeOnReconnection(LONG lUserID, BOOL bIsK7KChannel, LONG chann
     const bool bEachChannel = bIsK7KChannel && channel == -1;
     const LONG first = bEachChannel ? 0 : channel;
     const LONG last = bEachChannel ? LONG{videoInputNum} - 1 : channel;
-    {
-        std::lock_guard guard(m_listResumeOnReconnectionLock);
-        for (LONG entryChannel = first; entryChannel <= last; ++entryChannel) {
-            const ST_ResumeOnReconnection entry{lUserID, bIsK7KChannel, entryChannel, 0};
-            m_listResumeOnReconnection.remove(entry);
-            m_listResumeOnReconnection.push_back(entry);
-        }
-    }
+    for (LONG entryChannel = first; entryChannel <= last; ++entryChannel)
+        Enlist({lUserID, bIsK7KChannel, entryChannel, 0, 0});
     m_resumeWait.SetEvent();
 }
 
+/// An entry for the same streams takes the place of an older one.
+void CLiveMan::Enlist(const ST_ResumeOnReconnection& entry) {
+    std::lock_guard guard(m_listResumeOnReconnectionLock);
+    m_listResumeOnReconnection.remove_if([&](const auto& other) { return other.IsSame(entry); });
+    m_listResumeOnReconnection.push_back(entry);
+}
+
 void* CLiveMan::ResumeOnReconnectionThread(void* pParam) {
+    auto& man = *static_cast<CLiveMan*>(pParam);
     const CThreadState::OwnNumber ownNumber;
-    static_cast<CLiveMan*>(pParam)->ResumeOnReconnectionProc();
+    man.ResumeOnReconnectionProc();
+    man.m_bResumeEnded = true;
     return nullptr;
 }
 
 /// True when the whole time passed, false when the manager stops.
 bool CLiveMan::Pause(tuint32 milliseconds) {
     const auto stopping = [&] { return !RunFlagSet(m_bResumeOnReconnectionProcessing); };
-    const tint64 end = TimeSource().MonotonicMicroseconds() + tint64{milliseconds} * 1000;
+    const tint64 end = Monotonic() + tint64{milliseconds} * 1000;
     while (!stopping()) {
-        const tint64 left = end - TimeSource().MonotonicMicroseconds();
+        const tint64 left = end - Monotonic();
         if (left <= 0) return true;
         m_resumeWait.WaitForCond(static_cast<tuint32>(left / 1000 + 1), stopping);  // woken by a new entry as well
     }
@@ -69,78 +87,106 @@ bool CLiveMan::Pause(tuint32 milliseconds) {
 
 void CLiveMan::ResumeOnReconnectionProc() {
     if (!Pause(FIRST_PAUSE)) return;
-    tint64 nextLook = TimeSource().MonotonicMicroseconds() + tint64{SILENCE_INTERVAL} * 1000;
-    const auto hasEntry = [&] {
-        std::lock_guard guard(m_listResumeOnReconnectionLock);
-        return !m_listResumeOnReconnection.empty();
-    };
+    tint64 nextLook = Monotonic() + tint64{SILENCE_INTERVAL} * 1000;
     while (RunFlagSet(m_bResumeOnReconnectionProcessing)) {
-        const tint64 left = (nextLook - TimeSource().MonotonicMicroseconds()) / 1000;
-        if (left > 0) m_resumeWait.WaitForCond(static_cast<tuint32>(left), hasEntry);
-        if (hasEntry()) ResumeFront();
-        if (TimeSource().MonotonicMicroseconds() < nextLook) continue;
-        if (Pause(SILENCE_PAUSE)) RestartSilent();
-        nextLook = TimeSource().MonotonicMicroseconds() + tint64{SILENCE_INTERVAL} * 1000;
+        const tint64 left = std::min(nextLook, NextDue()) - Monotonic();
+        if (left > 0)
+            m_resumeWait.WaitForCond(static_cast<tuint32>(left / 1000 + 1), [&] { return NextDue() <= Monotonic(); });
+        try {
+            ST_ResumeOnReconnection entry{};
+            if (TakeDue(entry)) Resume(entry);
+            if (Monotonic() < nextLook) continue;
+            if (Pause(SILENCE_PAUSE)) RestartSilent();
+        } catch (const std::bad_alloc&) {  // the next look for silent streams finds them
+        }
+        nextLook = Monotonic() + tint64{SILENCE_INTERVAL} * 1000;
     }
 }
 
-/// The streams that the session carries; what failed is tried again behind the others.
-void CLiveMan::ResumeFront() {
-    ST_ResumeOnReconnection entry{};
-    {
-        std::lock_guard guard(m_listResumeOnReconnectionLock);
-        if (m_listResumeOnReconnection.empty()) return;
-        entry = m_listResumeOnReconnection.front();
-        m_listResumeOnReconnection.pop_front();
-    }
-    auto handles = Choose([&](const LIVE_STREAM_INFO& stream) {
+/// When the next entry is due; far away without one.
+tint64 CLiveMan::NextDue() {
+    std::lock_guard guard(m_listResumeOnReconnectionLock);
+    tint64 due = Monotonic() + tint64{SILENCE_INTERVAL} * 1000;
+    for (const auto& entry : m_listResumeOnReconnection) due = std::min(due, entry.notBefore);
+    return due;
+}
+
+bool CLiveMan::TakeDue(ST_ResumeOnReconnection& entry) {
+    std::lock_guard guard(m_listResumeOnReconnectionLock);
+    const auto due = std::find_if(m_listResumeOnReconnection.begin(), m_listResumeOnReconnection.end(),
+                                  [](const auto& candidate) { return candidate.notBefore <= Monotonic(); });
+    if (due == m_listResumeOnReconnection.end()) return false;
+    entry = *due;
+    m_listResumeOnReconnection.erase(due);
+    return true;
+}
+
+/// The streams that the session carries. One that could not be started is tried again by itself after a while, unless the session is
+/// gone again: its next return makes a new entry.
+void CLiveMan::Resume(ST_ResumeOnReconnection entry) {
+    auto streams = Choose([&](const LIVE_STREAM_INFO& stream) {
         return stream.lDeviceHandle == entry.lUserID && (entry.channel < 0 || stream.channel == entry.channel) &&
                (entry.lLiveHandle == 0 || stream.lLiveHandle == entry.lLiveHandle);
     });
-    if (entry.bIsK7KChannel && !handles.empty()) {
-        handles.resize(1);
-        entry.lLiveHandle = handles.front();
+    if (entry.bIsK7KChannel && streams.size() > 1) streams.resize(1);
+    for (const Stream& failed : Restart(streams)) {
+        if (m_pDeviceMan->GetDeviceStatus(failed->lDeviceHandle) != NET_DEVICE_STATUS_CONNECTED) continue;
+        Enlist({entry.lUserID, entry.bIsK7KChannel, failed->channel, failed->lLiveHandle,
+                Monotonic() + tint64{RETRY_PAUSE} * 1000});
     }
-    if (handles.empty() || Restart(handles)) return;
-    std::lock_guard guard(m_listResumeOnReconnectionLock);
-    m_listResumeOnReconnection.push_back(entry);
 }
 
+/// A stream whose ring still holds frames is not silent, its reader is slow.
 void CLiveMan::RestartSilent() {
     const time_t now = MonotonicSeconds();
-    const auto handles = Choose([&](const LIVE_STREAM_INFO& stream) {
+    Restart(Choose([&](const LIVE_STREAM_INFO& stream) {
         return now - stream.tStreamDataLastTime > SILENT_AFTER && stream.streamType != HLX_THIRD_STREAM &&
+               m_pDataBufferMan->GetFreeBufferSize(stream.bufferID) == LIVE_RING_SIZE &&
                m_pDeviceMan->GetDeviceStatus(stream.lDeviceHandle) == NET_DEVICE_STATUS_CONNECTED;
-    });
-    if (!handles.empty()) Restart(handles);
+    }));
 }
 
-std::vector<POINTERHANDLE> CLiveMan::Choose(const std::function<bool(const LIVE_STREAM_INFO&)>& wanted) {
-    std::vector<POINTERHANDLE> handles;
+std::vector<CLiveMan::Stream> CLiveMan::Choose(const std::function<bool(const LIVE_STREAM_INFO&)>& wanted) {
+    std::vector<Stream> streams;
     std::lock_guard guard(m_streamLock);
     for (const Stream& stream : m_streamInfoArray)
-        if (wanted(*stream)) handles.push_back(stream->lLiveHandle);
-    return handles;
+        if (wanted(*stream)) streams.push_back(stream);
+    return streams;
 }
 
-/// Stops all, waits once, starts all. m_streamLock is held for one stream at a time, so that a stop by the application waits for one
-/// request at most. The device forgets the old receivers before the new ones are told, so that each frame arrives once.
-bool CLiveMan::Restart(const std::vector<POINTERHANDLE>& handles) {
-    for (const POINTERHANDLE handle : handles) {
+/// Stops all, waits once, starts all; gives those that could not be started. The device forgets the old receivers before the new ones are
+/// told, so that each frame arrives once. A device that is slow to answer is not asked for the rest now.
+std::vector<CLiveMan::Stream> CLiveMan::Restart(const std::vector<Stream>& streams) {
+    for (const Stream& stream : streams) {
         std::lock_guard guard(m_streamLock);
-        if (const LIVE_STREAM_INFO* pStream = Find(handle)) StopDeviceSide(*pStream);
+        if (Find(stream->lLiveHandle) == stream.get()) StopDeviceSide(*stream);
     }
-    if (!Pause(RESTART_PAUSE)) return true;
-    bool bAll = true;
-    for (const POINTERHANDLE handle : handles) {
-        if (!RunFlagSet(m_bResumeOnReconnectionProcessing)) return true;
+    std::vector<Stream> failed;
+    if (streams.empty() || !Pause(RESTART_PAUSE)) return failed;
+    bool bSlow = false;
+    for (const Stream& stream : streams) {
+        if (!RunFlagSet(m_bResumeOnReconnectionProcessing)) return {};
+        const tint64 before = Monotonic();
+        if (bSlow || !StartAgain(stream)) failed.push_back(stream);
+        bSlow = bSlow || Monotonic() - before > SLOW_START;
+    }
+    return failed;
+}
+
+/// The request goes out with no lock of ours held, so that a stop by the application does not wait for it; what was stopped meanwhile is
+/// taken back from the device.
+bool CLiveMan::StartAgain(const Stream& stream) {
+    const auto isListed = [&] { return Find(stream->lLiveHandle) == stream.get(); };
+    {
         std::lock_guard guard(m_streamLock);
-        const LIVE_STREAM_INFO* pStream = Find(handle);
-        if (!pStream) continue;
-        bAll =
-            m_pDeviceMan->StartLiveChannel(pStream->lDeviceHandle, pStream->channel, IsFirstStream(pStream->streamType),
-                                           pStream->bufferID, pStream->streamType) &&
-            bAll;
+        if (!isListed()) return true;
     }
-    return bAll;
+    const bool bStarted =
+        m_pDeviceMan->StartLiveChannel(stream->lDeviceHandle, stream->channel, IsFirstStream(stream->streamType),
+                                       stream->bufferID, stream->streamType);
+    if (bStarted) stream->tStreamDataLastTime = MonotonicSeconds();
+    std::lock_guard guard(m_streamLock);
+    if (isListed()) return bStarted;
+    StopDeviceSide(*stream);
+    return true;
 }

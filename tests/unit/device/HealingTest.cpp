@@ -195,4 +195,37 @@ TEST_F(AutoRegister, KnownDevicesAreLoggedInAndUnknownOnesTold) {
     EXPECT_FALSE(CallIn(4711));
 }
 
+TEST_F(AutoRegister, ThePortMayBeChangedFromTheCallbackAndASilentCallerDoesNotHoldUpTheStop) {
+    m_man.SetUnRegisterCallback(
+        [](LONG, LONG, LPHLX_DEVICEINFO, void* pUser) {
+            CNetDeviceMan::Instance()->SetRegisterPort(0, nullptr, 0);
+            auto& callers = *static_cast<CALLERS*>(pUser);
+            std::lock_guard guard(callers.lock);
+            callers.unknown.emplace_back(0, 0);
+        },
+        &m_callers);
+    REG_LOGIN_INFO known{};
+    known.deviceId = 4711;
+    EXPECT_TRUE(m_man.SetRegisterPort(m_port, &known, 1));
+    EXPECT_TRUE(CallIn(1));
+    EXPECT_TRUE(WaitUntil([&] {
+        std::lock_guard guard(m_callers.lock);
+        return m_callers.unknown.size() == 1;
+    }));
+    EXPECT_TRUE(WaitUntil([&] { return !CallIn(1); }));
+
+    std::atomic<bool> bInLogin{false};
+    CTestDevice::s_login = [&](CTestDevice& device) {
+        bInLogin = true;
+        WaitUntil([&] { return device.m_bWoken.load(); });
+        return BOOL{0};
+    };
+    EXPECT_TRUE(m_man.SetRegisterPort(m_port, nullptr, 0));
+    EXPECT_TRUE(CallIn(4711));
+    EXPECT_TRUE(WaitUntil([&] { return bInLogin.load(); }));
+    const auto start = std::chrono::steady_clock::now();
+    m_man.SetRegisterPort(0, nullptr, 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+}
+
 }  // namespace

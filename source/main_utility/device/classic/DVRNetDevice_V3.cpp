@@ -100,11 +100,13 @@ public:
         std::lock_guard guard(m_device.m_loginLock);
         m_bEntered = !m_device.m_bLogining;
         m_device.m_bLogining = true;
+        if (m_bEntered) m_device.m_loginThread = std::this_thread::get_id();
     }
     ~CLoginScope() {
         if (!m_bEntered) return;
         std::lock_guard guard(m_device.m_loginLock);
         m_device.m_bLogining = false;
+        m_device.m_loginThread = std::thread::id{};
     }
     CLoginScope(const CLoginScope&) = delete;
     CLoginScope& operator=(const CLoginScope&) = delete;
@@ -187,7 +189,9 @@ HLX_ERROR CDVRNetDevice_V3::BeginSession(const PRODUCT_INFO& product) {
     // A recorder that does not tell its disks can be used all the same.
     if (!SearchDiskInfo(disks, MAX_DISKS_ASKED, uDiskNum)) CThreadState::Instance()->SetLastError(HLX_SUCCESS);
     m_diskNum = uDiskNum;
-    return m_deviceStatus == NET_DEVICE_STATUS_CONNECTED ? HLX_SUCCESS : HLX_NETWORK_NOT_CONNECT;
+    // The break wakes a waiter before it changes the status, so both are asked.
+    const bool bStands = m_deviceStatus == NET_DEVICE_STATUS_CONNECTED && !m_replies.IsBroken();
+    return bStands ? HLX_SUCCESS : HLX_NETWORK_NOT_CONNECT;
 }
 
 BOOL CDVRNetDevice_V3::Logout() {
@@ -238,6 +242,9 @@ bool CDVRNetDevice_V3::SendRequestCmd(tuint32 dwCmdType, Body body) {
 
 HLX_ERROR CDVRNetDevice_V3::AskQuietly(tuint32 dwCmdType, Body body, std::initializer_list<tuint32> accepted,
                                        REPLY_CMD_DATA& reply) {
+    // A request of the application does not wait behind a login: until that is through the session is not there.
+    const std::thread::id loginThread = m_loginThread;
+    if (loginThread != std::thread::id{} && loginThread != std::this_thread::get_id()) return HLX_NETWORK_NOT_CONNECT;
     return m_replies.Ask([&] { return SendConnected(dwCmdType, body); }, {accepted.begin(), accepted.size()}, reply);
 }
 

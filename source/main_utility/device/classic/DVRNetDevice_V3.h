@@ -5,6 +5,7 @@
 #include <atomic>
 #include <initializer_list>
 #include <optional>
+#include <thread>
 #include <vector>
 
 #include "device_base/NetDevice.h"
@@ -48,6 +49,7 @@ public:
     BOOL Login(char* sUserName, char* sPassword, LPHLX_DEVICEINFO lpDeviceInfo) override;
     BOOL Logout() override;
     BOOL OnReceiveData(const char* pBuf, int iLen) override;
+    void InterruptWait() override { m_replies.Interrupt(); }
     int GetDeviceStatus() override { return m_deviceStatus; }
 
     // Facts
@@ -225,8 +227,9 @@ private:
     std::atomic<unsigned int> m_diskNum{0};
 
     CPUB_Lock m_loginLock;
-    bool m_bLogining = false;          // guarded by m_loginLock
-    HLX_DEVICEINFO m_deviceinfo = {};  // guarded by m_loginLock
+    bool m_bLogining = false;                      // guarded by m_loginLock
+    std::atomic<std::thread::id> m_loginThread{};  // the thread that logs in, whose requests alone go out meanwhile
+    HLX_DEVICEINFO m_deviceinfo = {};              // guarded by m_loginLock
 
     // Channel masks of the streams that are open. Changed under m_streamLock, but a fallen link zeroes them without it.
     CPUB_Lock m_streamLock;
