@@ -1,5 +1,5 @@
-// Any bytes as a link's stream, in pieces of any size, with stretches read raw between messages: the reader must give what a plain
-// decoder gives that has the whole stream at once. The first two bytes of the input choose the pieces and the raw stretches.
+// Any bytes as a link's stream, in pieces of any size: the reader must give what a plain decoder gives that has the whole
+// stream at once. The first two bytes of the input choose the pieces.
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
@@ -10,19 +10,13 @@
 
 namespace {
 
-constexpr size_t RAW_STRETCH = 5;
-
-void Note(std::string& log, char kind, const char* pData, size_t length) {
-    log += kind;
-    log += std::to_string(length) + ":";
-    log.append(pData, length);
+void NoteMessage(std::string& log, const std::string& message) {
+    log += "M" + std::to_string(message.size()) + ":" + message;
 }
-
-bool RawFollows(size_t message, tuint8 rawEvery) { return rawEvery != 0 && message % rawEvery == 0; }
 
 class CPlainDecoder {
 public:
-    CPlainDecoder(const std::string& stream, tuint8 rawEvery) : m_stream(stream), m_rawEvery(rawEvery) {}
+    explicit CPlainDecoder(const std::string& stream) : m_stream(stream) {}
 
     std::string Decode() {
         while (m_stream.size() - m_at >= sizeof(LINK_FRAME_HEAD) && DecodeFrame()) continue;
@@ -52,27 +46,19 @@ private:
 
     bool Message(const std::string& prefix, size_t length) {
         if (m_stream.size() - m_at < length) return false;
-        const std::string message = prefix + m_stream.substr(m_at, length);
+        NoteMessage(m_log, prefix + m_stream.substr(m_at, length));
         m_at += length;
-        Note(m_log, 'M', message.data(), message.size());
-        if (!RawFollows(++m_messages, m_rawEvery)) return true;
-        const std::string raw = m_stream.substr(m_at, RAW_STRETCH);
-        m_at += raw.size();
-        Note(m_log, 'R', raw.data(), raw.size());
         return true;
     }
 
     const std::string& m_stream;
-    const tuint8 m_rawEvery;
     size_t m_at = 0;
-    size_t m_messages = 0;
     std::string m_log;
 };
 
 class CPiecewiseReader {
 public:
-    CPiecewiseReader(const std::string& stream, tuint8 pieces, tuint8 rawEvery)
-        : m_stream(stream), m_random(pieces + 1u), m_rawEvery(rawEvery) {}
+    CPiecewiseReader(const std::string& stream, tuint32 seed) : m_stream(stream), m_random(seed) {}
 
     std::string Read() {
         while (m_at < m_stream.size() && !m_bBroken) {
@@ -116,30 +102,15 @@ private:
                     m_bBroken = true;
                     return;
                 case CLinkReader::MESSAGE:
-                    Note(m_log, 'M', m_reader.Message().data(), m_reader.Message().size());
-                    if (RawFollows(++m_messages, m_rawEvery)) TakeRaw();
+                    NoteMessage(m_log, {m_reader.Message().data(), m_reader.Message().size()});
                     break;
             }
         }
     }
 
-    // What was read ahead first, then from the stream itself, as a link in manual mode does.
-    void TakeRaw() {
-        if (m_messages % 2 && !m_reader.KeepAhead()) std::abort();
-        char raw[RAW_STRETCH];
-        size_t count = static_cast<size_t>(m_reader.TakeRaw(raw, RAW_STRETCH));
-        const size_t more = std::min(RAW_STRETCH - count, m_stream.size() - m_at);
-        std::copy_n(m_stream.begin() + static_cast<std::ptrdiff_t>(m_at), more, raw + count);
-        m_at += more;
-        count += more;
-        Note(m_log, 'R', raw, count);
-    }
-
     const std::string& m_stream;
     tuint32 m_random;
-    const tuint8 m_rawEvery;
     size_t m_at = 0;
-    size_t m_messages = 0;
     bool m_bBroken = false;
     std::string m_piece;
     std::string m_log;
@@ -152,7 +123,7 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const tuint8* pData, size_t size) {
     if (size < 2) return 0;
     const std::string stream(reinterpret_cast<const char*>(pData) + 2, size - 2);
-    const tuint8 rawEvery = pData[1] % 8;
-    if (CPiecewiseReader(stream, pData[0], rawEvery).Read() != CPlainDecoder(stream, rawEvery).Decode()) std::abort();
+    const tuint32 seed = pData[0] + 256u * pData[1] + 1;
+    if (CPiecewiseReader(stream, seed).Read() != CPlainDecoder(stream).Decode()) std::abort();
     return 0;
 }

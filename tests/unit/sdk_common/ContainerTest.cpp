@@ -34,17 +34,6 @@ TEST(MyList, ActsAsASequence) {
     }
 }
 
-TEST(MyList, RemembersPositions) {
-    CMyList<int> list;
-    const auto first = list.AddTail(5), second = list.AddTail(6), third = list.AddTail(5);
-    EXPECT_TRUE(list.GetHead() == 5 && list.GetLastReadPosition() == first && list.GetLastInsertPosition() == third);
-    EXPECT_TRUE(list.Find(5) == first && list.Find(5, second) == third && list.Find(6, third) == nullptr);
-    list.RemoveAt(second);
-    EXPECT_EQ(list.GetLastInsert() + list.GetLastRead(), 10);
-    EXPECT_EQ(list.RemoveTail() + list.RemoveHead(), 10);
-    EXPECT_TRUE(!list.GetLastInsertPosition() && !list.GetLastReadPosition() && list.IsEmpty());
-}
-
 TEST(Guid, TextAndBack) {
     const GUID guid{0x1A, 0xBC, 0xFFFF, {0, 1, 2, 0xDE, 0xAD, 0xBE, 0xEF, 9}};
     const std::string text = "{0000001A-00BC-FFFF-0001-02DEADBEEF09}";

@@ -80,11 +80,4 @@ TEST(Thread, NoThreadNoFlag) {
     EXPECT_TRUE(worker.bRun);  // of a thread that does not exist the flag is left alone
 }
 
-TEST(LastError, IsOneNumberForTheProcess) {
-    std::jthread([] { EXPECT_FALSE(Failure(HLX_NOSUPPORT)); });
-    LONG number = -1;
-    EXPECT_EQ(CThreadState::Instance()->GetErrorMsg(&number), nullptr);
-    EXPECT_TRUE(number == 26 && CThreadState::Instance()->GetLastError() == 26);
-}
-
 }  // namespace
