@@ -97,6 +97,7 @@ int RunClassic(CLASSIC_COMMAND_OPTIONS options) {
 
     const sigset_t signals = BlockSignals();
     CClassicRecorder recorder(config);
+    if (!recorder.CheckConfig(sError)) return Fail(SIM_EXIT_USAGE, sError);
     if (!recorder.Start(sError)) return Fail(SIM_EXIT_FAILURE, sError);
     PrintLine({{"event", "ready"},
                {"family", "classic"},

@@ -14,6 +14,7 @@ struct CLASSIC_COMMAND_OPTIONS {
     double seconds = 0;  // ends by itself after so long; 0: never
 };
 
-/// Runs a recorder until SIGINT or SIGTERM, or until its time is over, and gives the program's exit code. One JSON line on
-/// standard output tells that it is ready; with bEvents one for each event follows. Blocks both signals in all threads.
+/// Runs a recorder until SIGINT or SIGTERM, or until its time is over, and gives the program's exit code. One JSON line
+/// on standard output tells that it is ready; with bEvents one for each event follows. Blocks both signals in all
+/// threads.
 int RunClassic(CLASSIC_COMMAND_OPTIONS options);

@@ -39,6 +39,6 @@ private:
     std::int64_t m_frameTime = 40000;
 };
 
-/// The folder with the clips: `sChosen` when it is given; else the environment's HLX_MEDIA; else the first that exists of
-/// share/hlx/media beside the program's bin folder, the installed one and the one in the source tree.
+/// The folder with the clips: `sChosen` when it is given; else the environment's HLX_MEDIA; else the first that exists
+/// of share/hlx/media beside the program's bin folder, the installed one and the one in the source tree.
 std::filesystem::path FindMediaFolder(const std::string& sChosen);

@@ -48,7 +48,8 @@ struct SIM_FAULT {
     SIM_FAULT_KIND kind = SIM_FAULT_KIND::CLOSE;
     SIM_PHASE phase = SIM_PHASE::ANY;
     std::int64_t value = 0;
-    // Acts so many times; 0 for always. Before the client's first bytes each link counts, also one that only comes and goes.
+    // Acts so many times; 0 for always. Before the client's first bytes each link counts, also one that only comes and
+    // goes.
     unsigned times = 0;
 };
 
@@ -61,8 +62,8 @@ struct SIM_FAULT_ROW {
 };
 std::span<const SIM_FAULT_ROW> FaultTable();
 
-/// Reads a fault from the text kind[@phase][=value][*times], for instance "refuse=2" or "close@login*3". A kind or phase
-/// that is not known, or a number that is none, gives nothing and a sentence in `sError`.
+/// Reads a fault from the text kind[@phase][=value][*times], for instance "refuse=2" or "close@login*3". A kind or
+/// phase that is not known, or a number that is none, gives nothing and a sentence in `sError`.
 std::optional<SIM_FAULT> ParseFault(const std::string& sText, std::string& sError);
 
 /// The faults in force. May be asked and changed from any thread.

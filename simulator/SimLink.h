@@ -15,7 +15,8 @@ enum class SIM_CUT {
 /// What CSimLink::NextMessage found.
 enum class SIM_INPUT { NONE, MESSAGE, HEARTBEAT, BAD };
 
-/// A non-blocking socket with a queue of bytes to be sent and a cutter of link frames. Used by the server's thread only.
+/// A non-blocking socket with a queue of bytes to be sent and a cutter of link frames. Used by the server's thread
+/// only.
 class CSimLink {
 public:
     /// Takes the socket over.

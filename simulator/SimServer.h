@@ -51,8 +51,8 @@ public:
     CSimServer(const CSimServer&) = delete;
     CSimServer& operator=(const CSimServer&) = delete;
 
-    /// Listens on the numeric IPv4 or IPv6 address and port (0: any free one) and starts the thread. `maker` is called on
-    /// it for each link. A server that runs already gives true. False with a sentence in `sError`.
+    /// Listens on the numeric IPv4 or IPv6 address and port (0: any free one) and starts the thread. `maker` is called
+    /// on it for each link. A server that runs already gives true. False with a sentence in `sError`.
     bool Start(const std::string& sBind, std::uint16_t port, SESSION_MAKER maker, std::string& sError);
 
     /// Closes all links and ends the thread. May be called repeatedly; not from the thread itself.

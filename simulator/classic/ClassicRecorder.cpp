@@ -16,7 +16,10 @@ bool CClassicRecorder::CheckConfig(std::string& sError) const {
         const char* pSentence;
     };
     const CLASSIC_RECORDER_CONFIG& config = m_pState->config;
+    // The fields of a login hold 36 bytes with the end of the text.
     const RULE rules[] = {
+        {config.sUser.size() <= 35, "A user name has at most 35 bytes."},
+        {config.sPassword.size() <= 35, "A password has at most 35 bytes."},
         {config.channels >= 1 && config.channels <= 64, "A recorder has 1 to 64 channels."},
         {config.soundUnits >= 1 && config.soundUnits <= 25, "A sound frame has 1 to 25 units."},
         {config.packLimit >= 1024, "Pieces of less than 1024 bytes are not sent."},

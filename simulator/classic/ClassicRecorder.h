@@ -9,8 +9,8 @@
 #include "simulator/classic/ClassicState.h"
 #include "simulator/SimServer.h"
 
-/// Listens on a port and serves any number of clients: login, device facts, live streams from clips. One thread does it all;
-/// no thread and no descriptor is left after Stop() or destruction.
+/// Listens on a port and serves any number of clients: login, device facts, live streams from clips. One thread does it
+/// all; no thread and no descriptor is left after Stop() or destruction.
 class CClassicRecorder {
 public:
     explicit CClassicRecorder(CLASSIC_RECORDER_CONFIG config);
@@ -18,11 +18,15 @@ public:
     CClassicRecorder(const CClassicRecorder&) = delete;
     CClassicRecorder& operator=(const CClassicRecorder&) = delete;
 
-    /// Loads the clips, listens and starts the thread. A recorder that runs gives true. False with a sentence in `sError`.
+    /// Whether the config can be served at all; a sentence in `sError` if not. Start() asks it too.
+    bool CheckConfig(std::string& sError) const;
+
+    /// Loads the clips, listens and starts the thread. A recorder that runs gives true. False with a sentence in
+    /// `sError`.
     bool Start(std::string& sError);
 
-    /// Closes all links at once and ends the thread. May be called repeatedly; not from the observer. A stopped recorder may
-    /// be started again, also on the same port.
+    /// Closes all links at once and ends the thread. May be called repeatedly; not from the observer. A stopped
+    /// recorder may be started again, also on the same port.
     void Stop();
 
     /// The port listened on; 0 when stopped.
@@ -52,7 +56,6 @@ public:
     std::vector<CLASSIC_SENT_FRAME> TakeSentFrames();
 
 private:
-    bool CheckConfig(std::string& sError) const;
     bool LoadSources(std::string& sError);
     bool LoadClips(const std::vector<std::string>& names, bool bSound,
                    std::vector<std::shared_ptr<const CSimClip>>& clips, std::string& sError) const;

@@ -102,8 +102,8 @@ void CClassicSession::ArmByteCut(bool bSpoken) {
     static constexpr std::pair<SIM_FAULT_KIND, SIM_CUT> CUTS[] = {{SIM_FAULT_KIND::CLOSE_AFTER, SIM_CUT::CLOSE},
                                                                   {SIM_FAULT_KIND::SILENT_AFTER, SIM_CUT::SILENT}};
     for (const auto& [kind, cut] : CUTS) {
-        // A limit beyond the first block waits for the client's first word, so that a link that only comes and goes does
-        // not use the fault up.
+        // A limit beyond the first block waits for the client's first word, so that a link that only comes and goes
+        // does not use the fault up.
         const auto bytes = m_state.faults.Peek(kind, SIM_PHASE::CONNECT);
         const bool bBeyondHead = bytes && *bytes > static_cast<std::int64_t>(sizeof(PRE_SEND_DATA));
         if (!bytes || bBeyondHead != bSpoken) continue;

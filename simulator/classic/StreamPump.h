@@ -31,9 +31,9 @@ struct CLASSIC_FRAME {
     SIM_BYTE_VIEW data;
 };
 
-/// Each wanted channel and stream is a track that walks round its clip. Tracks share one media clock in microseconds, which
-/// follows real time (times the speed) or, at speed 0, the frames taken. Every track begins with a format frame and a key
-/// frame; frame numbers go on when a track is stopped and started again. Used by one thread.
+/// Each wanted channel and stream is a track that walks round its clip. Tracks share one media clock in microseconds,
+/// which follows real time (times the speed) or, at speed 0, the frames taken. Every track begins with a format frame
+/// and a key frame; frame numbers go on when a track is stopped and started again. Used by one thread.
 class CStreamPump {
 public:
     /// `sources` must outlive the pump.

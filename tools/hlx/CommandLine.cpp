@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <CLI/CLI.hpp>
+#include <cstring>
 #include <sstream>
 
 #include "HLX.h"
@@ -29,11 +30,18 @@ CLI::Option* AddDuration(CLI::App& app, const std::string& strName, std::chrono:
     return app.add_option_function<std::string>(strName, fnTake, strDescription)->type_name("TIME");
 }
 
+void RefuseLonger(const char* sWhat, const std::string& strText, size_t nLongest) {
+    if (strText.size() > nLongest) {
+        throw CLI::ValidationError(fmt::format("{} is longer than {} bytes", sWhat, nLongest));
+    }
+}
+
 void DeclareConnect(CLI::App& app, OPTIONS& options) {
     CONNECT_OPTIONS& connect = options.connect;
     const auto fnEndpoint = [&connect](const std::string& strText) {
         const auto endpoint = ParseEndpoint(strText);
         if (!endpoint) throw CLI::ValidationError(fmt::format("{}: not a host or host:port", strText));
+        RefuseLonger("the host", endpoint->strHost, LONGEST_HOST);
         connect.endpoint = *endpoint;
     };
     app.add_option_function<std::string>(
@@ -42,7 +50,11 @@ void DeclareConnect(CLI::App& app, OPTIONS& options) {
                        DEFAULT_DEVICE_PORT))
         ->required()
         ->type_name("HOST[:PORT]");
-    app.add_option("-u,--user", connect.strUser, "user name (admin)")->type_name("NAME");
+    const auto fnUser = [&connect](const std::string& strText) {
+        RefuseLonger("the user name", strText, LONGEST_USER);
+        connect.strUser = strText;
+    };
+    app.add_option_function<std::string>("-u,--user", fnUser, "user name (admin)")->type_name("NAME");
     app.add_option("--password-file", connect.strPasswordFile,
                    "read the password from the first line of FILE, - for standard input; "
                    "otherwise it is taken from HLX_PASSWORD or asked for on a terminal")
@@ -125,14 +137,13 @@ void Declare(CLI::App& app, COMMAND_LINE& line) {
 }
 
 // Help, or the sentence about what is wrong, from the parser.
-EXIT_CODE AnswerParseEnd(const CLI::App& app, const CLI::ParseError& error) {
+EXIT_CODE AnswerParseEnd(const CLI::App& app, const CLI::ParseError& error, bool bJson) {
     std::ostringstream out;
     std::ostringstream err;
     if (app.exit(error, out, err) == 0) return PrintedExit(PrintData(out.str()));
     std::string strText = err.str();
     while (!strText.empty() && strText.back() == '\n') strText.pop_back();
-    Fail(false, strText, EXIT_USAGE);
-    return EXIT_USAGE;
+    return Fail(bJson, strText, EXIT_USAGE);
 }
 
 }  // namespace
@@ -142,18 +153,20 @@ std::optional<COMMAND_LINE> ReadCommandLine(int argc, char** argv, EXIT_CODE& eE
     CLI::App app("Talks to network video recorders and IP cameras.");
     Declare(app, line);
     const std::string strFirst = argc > 1 ? argv[1] : "";
+    // The parser may fail before it comes to the flag.
+    const bool bJson = std::any_of(argv, argv + argc, [](const char* sWord) { return strcmp(sWord, "--json") == 0; });
     if (strFirst == "--version" || strFirst == "--man") {
         eExit = PrintedExit(PrintData(strFirst == "--man" ? ManPageText(app) : VersionText()));
         return {};
     }
     if (IsUnknownCommand(strFirst)) {
-        eExit = Fail(false, strFirst + ": no such command; see hlx --help", EXIT_USAGE);
+        eExit = Fail(bJson, strFirst + ": no such command; see hlx --help", EXIT_USAGE);
         return {};
     }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        eExit = AnswerParseEnd(app, error);
+        eExit = AnswerParseEnd(app, error, bJson);
         return {};
     }
     return line;

@@ -11,8 +11,8 @@ constexpr EXIT_CODE_ROW EXIT_CODES[] = {
     {EXIT_UNREACHABLE, "no connection to the device"},
     {EXIT_REFUSED, "the device refused, or user name or password are wrong"},
     {EXIT_TIMED_OUT, "the device did not answer or stopped sending"},
-    {EXIT_INTERRUPTED, "ended by SIGINT (Ctrl-C), after logging out and closing files"},
-    {EXIT_TERMINATED, "ended by SIGTERM, after logging out and closing files"},
+    {EXIT_INTERRUPTED, "ended by SIGINT (Ctrl-C), after logging out and closing files; during the login at once"},
+    {EXIT_TERMINATED, "ended by SIGTERM, after logging out and closing files; during the login at once"},
 };
 
 }  // namespace

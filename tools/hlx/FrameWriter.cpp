@@ -10,12 +10,13 @@
 
 namespace {
 
-// A write to a ready pipe blocks if it is longer than PIPE_BUF; a file takes any length.
-size_t PieceOf(int nFd) {
+bool IsFile(int nFd) {
     struct stat status {};
-    const bool bFile = fstat(nFd, &status) == 0 && S_ISREG(status.st_mode);
-    return bFile ? size_t{1} << 20 : PIPE_BUF;
+    return fstat(nFd, &status) == 0 && S_ISREG(status.st_mode);
 }
+
+// A write to a ready pipe blocks if it is longer than PIPE_BUF; a file takes any length.
+size_t PieceOf(int nFd) { return IsFile(nFd) ? size_t{1} << 20 : PIPE_BUF; }
 
 constexpr int GIVE_UP_CHECK_MILLISECONDS = 100;
 
@@ -80,9 +81,16 @@ int CFrameWriter::WriteBlock(const std::vector<uint8_t>& block) const {
     return 0;
 }
 
+// What stood in the file stays until there is something to take its place. 0, or the errno.
+int CFrameWriter::EmptyFile() const { return m_bOwn && IsFile(m_nFd) && ftruncate(m_nFd, 0) != 0 ? errno : 0; }
+
 void CFrameWriter::WriteProc() {
     std::vector<uint8_t> block;
-    while (m_nErrno == 0 && TakeQueue(block)) m_nErrno = WriteBlock(block);
+    if (TakeQueue(block)) m_nErrno = EmptyFile();
+    while (m_nErrno == 0 && !block.empty()) {
+        m_nErrno = WriteBlock(block);
+        if (m_nErrno == 0) TakeQueue(block);
+    }
     {
         std::lock_guard lock(m_lock);
         m_bEntranceClosed = true;

@@ -17,8 +17,8 @@ class CFrameWriter {
 public:
     static constexpr size_t LONGEST_QUEUE = 16u << 20;
 
-    // Writes to nFd, which the destructor closes if bOwn. fnFailed is called once, on the writer's thread, when a write
-    // fails.
+    // Writes to nFd; if bOwn, the destructor closes it, and a file is emptied before the first byte. fnFailed is called
+    // once, on the writer's thread, when a write fails.
     CFrameWriter(int nFd, bool bOwn, std::function<void()> fnFailed);
     ~CFrameWriter();  // gives up what a reader does not take
     CFrameWriter(const CFrameWriter&) = delete;
@@ -38,6 +38,7 @@ public:
 
 private:
     void WriteProc();
+    int EmptyFile() const;
     bool TakeQueue(std::vector<uint8_t>& block);
     int WriteBlock(const std::vector<uint8_t>& block) const;
 

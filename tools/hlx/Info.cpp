@@ -116,13 +116,18 @@ std::string InfoText(const Json& record) {
     return strText;
 }
 
-}  // namespace
-
-EXIT_CODE RunInfo(const OPTIONS& options, CInterrupt& interrupt) {
+EXIT_CODE AskAndPrint(const OPTIONS& options, CInterrupt& interrupt) {
     CSession session(interrupt);
     if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
     Json record = {{"event", "info"}, {"host", EndpointText(options.connect.endpoint)}};
     record.update(NamesJson(session.Info()));
     record.update(InputsJson(session.Info()));
     return PrintedExit(options.connect.bJson ? PrintJson(record) : PrintData(InfoText(record)));
+}
+
+}  // namespace
+
+EXIT_CODE RunInfo(const OPTIONS& options, CInterrupt& interrupt) {
+    const EXIT_CODE eExit = AskAndPrint(options, interrupt);  // logged out when it returns
+    return interrupt.Signal() != 0 ? SignalExitCode(interrupt.Signal()) : eExit;
 }

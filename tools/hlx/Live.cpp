@@ -20,10 +20,10 @@ using Clock = CLiveReceiver::Clock;
 
 constexpr auto DRAIN_AFTER_SIGNAL = 2s;
 
-// A descriptor for the video; -1 after the failure was told.
+// A descriptor for the video; -1 after the failure was told. The writer empties the file when the first frame is there.
 int OpenOutput(const OPTIONS& options) {
     if (options.live.strOutput == "-") return STDOUT_FILENO;
-    const int nFd = open(options.live.strOutput.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    const int nFd = open(options.live.strOutput.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
     if (nFd >= 0) return nFd;
     Fail(options.connect.bJson, fmt::format("cannot write {}: {}", options.live.strOutput, strerror(errno)),
          EXIT_FAILED);
@@ -76,7 +76,7 @@ EXIT_CODE CLiveRun::Run(const CSession& session) {
     }
     const EXIT_CODE eExit = Tell(eEnd);
     m_report.End(eEnd, eExit, m_receiver.TakeSnapshot(), m_options.live.strOutput);
-    return eExit;
+    return eExit == EXIT_OK ? PrintedExit(m_report.Error()) : eExit;
 }
 
 LIVE_END CLiveRun::Follow() {
@@ -91,7 +91,8 @@ LIVE_END CLiveRun::Follow() {
             m_report.Second(snapshot);
             nextSecond += 1s;
         }
-        auto wake = std::min(nextSecond, snapshot.last + m_options.live.stall);
+        auto wake = nextSecond;
+        if (!snapshot.bHeldUp) wake = std::min(wake, snapshot.ready + m_options.live.stall);
         if (snapshot.first && m_options.live.length > 0ms)
             wake = std::min(wake, *snapshot.first + m_options.live.length);
         m_interrupt.Wait(std::chrono::ceil<std::chrono::milliseconds>(wake - now));
@@ -106,7 +107,7 @@ LIVE_END CLiveRun::EndOf(const CLiveReceiver::SNAPSHOT& snapshot, Clock::time_po
     if (snapshot.bNoMemory) return LIVE_END::NO_MEMORY;
     if (snapshot.bComplete) return LIVE_END::FRAMES;
     if (snapshot.first && live.length > 0ms && now >= *snapshot.first + live.length) return LIVE_END::DURATION;
-    if (now >= snapshot.last + live.stall) return LIVE_END::STALLED;
+    if (!snapshot.bHeldUp && now >= snapshot.ready + live.stall) return LIVE_END::STALLED;
     return LIVE_END::NONE;
 }
 

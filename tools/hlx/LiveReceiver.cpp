@@ -17,7 +17,7 @@ LIVE_FIGURES LIVE_FIGURES::operator-(const LIVE_FIGURES& before) const {
 
 CLiveReceiver::CLiveReceiver(CInterrupt& interrupt, CFrameWriter* pWriter, uint64_t nFrameLimit)
     : m_interrupt(interrupt), m_pWriter(pWriter), m_nFrameLimit(nFrameLimit) {
-    m_state.last = Clock::now();
+    m_state.last = m_state.ready = Clock::now();
 }
 
 void CLiveReceiver::OnFrame(POINTERHANDLE, HLX_FRAME_INFO frameInfo, BYTE* pBuffer, void* pUser) {
@@ -54,9 +54,14 @@ void CLiveReceiver::Take(const HLX_FRAME_INFO& info, const BYTE* pData) {
             m_state.figures.nSoundBytes += info.length;
         }
         if (info.frameType != DD_FRAME_TYPE_VIDEO || !CountVideo(info)) return;
+        m_state.ready = m_state.last;
+        m_state.bHeldUp = m_pWriter != nullptr;
     }
-    // Outside the lock, because a full queue blocks here.
-    if (m_pWriter) m_pWriter->Push(pData, info.length);
+    if (!m_pWriter) return;
+    m_pWriter->Push(pData, info.length);  // outside the lock, because a full queue blocks here
+    std::lock_guard lock(m_lock);
+    m_state.ready = Clock::now();
+    m_state.bHeldUp = false;
 }
 
 // Counts a video frame; false for one that is not to be written. m_lock is held.

@@ -44,6 +44,8 @@ public:
         std::vector<LIVE_FORMAT> formats;        // announced since the last snapshot
         std::optional<Clock::time_point> first;  // when the first video frame came
         Clock::time_point last;                  // when the last one came; the start before the first
+        Clock::time_point ready;                 // since when the next one is waited for
+        bool bHeldUp = false;                    // none is waited for: the writer takes in the last one
         bool bComplete = false;                  // the limit of frames is reached
         bool bNoMemory = false;                  // the stream ended here
     };

@@ -39,6 +39,10 @@ std::string FormatText(const LIVE_FORMAT& format) {
 
 }  // namespace
 
+void CLiveReport::Write(const Json& record) {
+    if (m_nErrno == 0) m_nErrno = PrintJson(record);
+}
+
 void CLiveReport::Formats(const CLiveReceiver::SNAPSHOT& snapshot) {
     for (const LIVE_FORMAT& format : snapshot.formats) {
         if (m_bJson) {
@@ -56,7 +60,7 @@ void CLiveReport::FormatJson(const LIVE_FORMAT& format) {
     } else {
         record.update(Json{{"channels", format.nChannels}, {"rate", format.nRate}});
     }
-    m_nErrno = PrintJson(record);
+    Write(record);
 }
 
 void CLiveReport::Second(const CLiveReceiver::SNAPSHOT& snapshot) {
@@ -71,15 +75,15 @@ void CLiveReport::Second(const CLiveReceiver::SNAPSHOT& snapshot) {
 }
 
 void CLiveReport::SecondJson(const LIVE_FIGURES& second, const LIVE_FIGURES& total) {
-    m_nErrno = PrintJson(Json{{"event", "second"},
-                              {"second", m_nSecond},
-                              {"frames", second.nFrames},
-                              {"bytes", second.nBytes},
-                              {"keyFrames", second.nKeyFrames},
-                              {"gaps", second.nGaps},
-                              {"soundFrames", second.nSoundFrames},
-                              {"totalFrames", total.nFrames},
-                              {"totalBytes", total.nBytes}});
+    Write(Json{{"event", "second"},
+               {"second", m_nSecond},
+               {"frames", second.nFrames},
+               {"bytes", second.nBytes},
+               {"keyFrames", second.nKeyFrames},
+               {"gaps", second.nGaps},
+               {"soundFrames", second.nSoundFrames},
+               {"totalFrames", total.nFrames},
+               {"totalBytes", total.nBytes}});
 }
 
 void CLiveReport::End(LIVE_END eEnd, EXIT_CODE eExit, const CLiveReceiver::SNAPSHOT& snapshot,
@@ -92,16 +96,16 @@ void CLiveReport::End(LIVE_END eEnd, EXIT_CODE eExit, const CLiveReceiver::SNAPS
                               strOutput.empty() || strOutput == "-" ? "" : "; written to " + strOutput));
         return;
     }
-    m_nErrno = PrintJson(Json{{"event", "end"},
-                              {"reason", EndName(eEnd)},
-                              {"exit", static_cast<int>(eExit)},
-                              {"seconds", Rounded(StreamSeconds(snapshot))},
-                              {"frameRate", Rounded(FrameRate(snapshot))},
-                              {"frames", total.nFrames},
-                              {"bytes", total.nBytes},
-                              {"keyFrames", total.nKeyFrames},
-                              {"gaps", total.nGaps},
-                              {"soundFrames", total.nSoundFrames},
-                              {"soundBytes", total.nSoundBytes},
-                              {"output", strOutput}});
+    Write(Json{{"event", "end"},
+               {"reason", EndName(eEnd)},
+               {"exit", static_cast<int>(eExit)},
+               {"seconds", Rounded(StreamSeconds(snapshot))},
+               {"frameRate", Rounded(FrameRate(snapshot))},
+               {"frames", total.nFrames},
+               {"bytes", total.nBytes},
+               {"keyFrames", total.nKeyFrames},
+               {"gaps", total.nGaps},
+               {"soundFrames", total.nSoundFrames},
+               {"soundBytes", total.nSoundBytes},
+               {"output", strOutput}});
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 #include "ExitCodes.h"
@@ -22,10 +23,11 @@ public:
     // strOutput: where the video went, empty for nowhere.
     void End(LIVE_END eEnd, EXIT_CODE eExit, const CLiveReceiver::SNAPSHOT& snapshot, const std::string& strOutput);
 
-    // errno of a failed write to standard output, 0 if none failed.
+    // errno of the first failed write to standard output, after which nothing more is written; 0 if none failed.
     int Error() const { return m_nErrno; }
 
 private:
+    void Write(const nlohmann::ordered_json& record);
     void FormatJson(const LIVE_FORMAT& format);
     void SecondJson(const LIVE_FIGURES& second, const LIVE_FIGURES& total);
 

@@ -66,6 +66,7 @@ or
 .BR error .
 .PP
 The first SIGINT or SIGTERM ends a stream, logs out and closes the file; the second ends the process at once.
+During the login already the first one does.
 A reader that closes the pipe ends a stream normally.
 .SH ENVIRONMENT
 .TP

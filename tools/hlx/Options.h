@@ -6,6 +6,11 @@
 
 #include "Text.h"
 
+// The longest texts that a login carries, in bytes.
+inline constexpr size_t LONGEST_HOST = 63;
+inline constexpr size_t LONGEST_USER = 35;
+inline constexpr size_t LONGEST_PASSWORD = 35;
+
 // What every command that talks to a device is told.
 struct CONNECT_OPTIONS {
     ENDPOINT endpoint;

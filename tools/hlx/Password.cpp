@@ -14,8 +14,6 @@
 
 namespace {
 
-constexpr size_t LONGEST_PASSWORD = 1024;
-
 // Switches the echo of the terminal on standard input off for its lifetime.
 class CNoEcho {
 public:
@@ -36,18 +34,18 @@ private:
     bool m_bChanged = false;
 };
 
-// Reads up to the first line's end. 0, or the errno of the read that failed; E2BIG for a line without end.
+// Reads up to the first line's end, or as much as shows that it is too long. 0, or the errno of the read that failed.
 int ReadLine(int nFd, std::string& strLine) {
     char c = 0;
-    for (;;) {
+    while (strLine.size() <= LONGEST_PASSWORD) {
         const ssize_t nRead = read(nFd, &c, 1);
         if (nRead < 0 && errno == EINTR) continue;
         if (nRead < 0) return errno;
         if (nRead == 0 || c == '\n') return 0;
         if (c == '\r') continue;
-        if (strLine.size() == LONGEST_PASSWORD) return E2BIG;
         strLine += c;
     }
+    return 0;
 }
 
 EXIT_CODE ReadPasswordFile(const CONNECT_OPTIONS& options, std::string& strPassword) {
@@ -78,10 +76,7 @@ EXIT_CODE PromptPassword(const CONNECT_OPTIONS& options, CInterrupt& interrupt, 
     return Fail(options.bJson, fmt::format("cannot read the password: {}", strerror(nErrno)), EXIT_USAGE);
 }
 
-}  // namespace
-
-EXIT_CODE ReadPassword(const CONNECT_OPTIONS& options, CInterrupt& interrupt, std::string& strPassword) {
-    strPassword.reserve(LONGEST_PASSWORD + 1);  // no copy of it stays behind in memory that was let go
+EXIT_CODE FindPassword(const CONNECT_OPTIONS& options, CInterrupt& interrupt, std::string& strPassword) {
     if (!options.strPasswordFile.empty()) return ReadPasswordFile(options, strPassword);
     if (const char* sPassword = getenv("HLX_PASSWORD")) {
         strPassword = sPassword;
@@ -90,6 +85,16 @@ EXIT_CODE ReadPassword(const CONNECT_OPTIONS& options, CInterrupt& interrupt, st
     if (isatty(STDIN_FILENO) && isatty(STDERR_FILENO)) return PromptPassword(options, interrupt, strPassword);
     return Fail(options.bJson, "no password: set HLX_PASSWORD, or give --password-file FILE (- for standard input)",
                 EXIT_USAGE);
+}
+
+}  // namespace
+
+EXIT_CODE ReadPassword(const CONNECT_OPTIONS& options, CInterrupt& interrupt, std::string& strPassword) {
+    strPassword.reserve(LONGEST_PASSWORD + 1);  // no copy of it stays behind in memory that was let go
+    const EXIT_CODE eExit = FindPassword(options, interrupt, strPassword);
+    if (eExit != EXIT_OK || strPassword.size() <= LONGEST_PASSWORD) return eExit;
+    ForgetPassword(strPassword);
+    return Fail(options.bJson, fmt::format("the password is longer than {} bytes", LONGEST_PASSWORD), EXIT_USAGE);
 }
 
 void ForgetPassword(std::string& strPassword) {

@@ -206,22 +206,30 @@ TEST(Cli, WrongCommandLines) {
                           {"live", "h", "-s", "third"},
                           {"live", "h", "-n", "0"},
                           {"live", "h", "-o", "-", "--json"},
+                          {"nothing", "--json"},
+                          {"info", std::string(64, 'h')},
+                          {"info", "127.0.0.1:1", "-u", std::string(36, 'u')},
                           {"info", "h", "--password-file", "/no/such/file"}};
     for (const Args& line : lines) {
         Args args = {HLX_TOOL};
         args.insert(args.end(), line.begin(), line.end());
         const auto result = RunProcess(args, WITH_PASSWORD);
         EXPECT_EQ(result.nExit, 2) << testing::PrintToString(line);
-        EXPECT_EQ(result.strOutput, "");
+        const bool bJson = std::find(line.begin(), line.end(), "--json") != line.end();
+        EXPECT_EQ(result.strOutput.find("{\"event\":\"error\""), bJson ? 0 : std::string::npos) << result.strOutput;
         EXPECT_NE(result.strErrors, "");
     }
     EXPECT_EQ(RunProcess({HLX_TOOL, "info", "h"}, {{"HLX_PASSWORD"}, {}, false}).nExit, 2);  // no password anywhere
+    for (const Args& line : {Args{HLX_TOOL, "info", "127.0.0.1:1"}, Args{HLX_SIMULATOR, "classic", "--port", "0"}}) {
+        EXPECT_EQ(RunProcess(line, {{"HLX_PASSWORD=" + std::string(36, 'p')}, {}, false}).nExit, 2) << line[0];
+    }
 }
 
 // The file holds the pictures that the device sent, each of them once and whole.
 TEST(CliLive, TheFileHoldsTheFrames) {
     CSimulator simulator({"--speed", "10"});
     CTempFile file;
+    std::ofstream(file.Path()) << std::string(5'000'000, 'x');  // longer than what comes
     const auto result = RunHlx("live", simulator.Address(), {"-c", "1", "-n", "60", "--json", "-o", file.Path()});
     ASSERT_EQ(result.nExit, 0) << result.strErrors;
     EXPECT_NE(result.strOutput.find("{\"event\":\"format\",\"kind\":\"video\",\"codec\":\"H264\",\"width\":704,"
@@ -306,6 +314,44 @@ TEST(CliLive, SecondSignalDoesNotWaitForAReader) {
     while (!hlx.EndsWithin(50ms) && std::chrono::steady_clock::now() - start < 10s);
     EXPECT_LT(std::chrono::steady_clock::now() - start, 1500ms);  // one signal alone waits 2 s for the reader
     EXPECT_EQ(hlx.Wait(), 130);
+}
+
+// A reader that takes nothing is not the device's silence.
+TEST(CliLive, AFullQueueIsNoStall) {
+    CSimulator simulator({"--fast"});
+    CProcess hlx(Hlx("live", simulator.Address(), {"--stall", "200ms", "-o", "-"}), WITH_PASSWORD);
+    ASSERT_TRUE(hlx.ReadUntil(std::string("\0\0\1", 3)));
+    EXPECT_FALSE(hlx.EndsWithin(1000ms));  // the queue is full long before
+    hlx.Kill(SIGINT);
+    EXPECT_EQ(hlx.Wait(), 130) << hlx.Errors();
+}
+
+TEST(CliLive, AStreamWithoutFramesLeavesTheFileAlone) {
+    CSimulator simulator({"--fault", "silent-after=3000"});
+    CTempFile file;
+    std::ofstream(file.Path()) << std::string(1'000'000, 'x');
+    EXPECT_EQ(RunHlx("live", simulator.Address(), {"--stall", "200ms", "-o", file.Path()}).nExit, 5);
+    EXPECT_EQ(file.Size(), 1'000'000);
+}
+
+// Standard output is a file that may grow to 512 bytes, which the records before the last one do not reach.
+TEST(CliLive, TheLastRecordCounts) {
+    CSimulator simulator;
+    CTempFile file;
+    std::ofstream(file.Path()) << std::string(340, 'x');
+    const std::string strLine =
+        "trap '' XFSZ; ulimit -f 1; exec " HLX_TOOL " live " + simulator.Address() + " --json -n 1 >> " + file.Path();
+    EXPECT_EQ(RunProcess({"/bin/sh", "-c", strLine}, WITH_PASSWORD).nExit, 1);
+    EXPECT_EQ(file.Size(), 512);
+}
+
+TEST(CliInfo, ASignalDuringTheLoginEndsAtOnce) {
+    CSimulator simulator({"--events", "--fault", "silent@login"});
+    CProcess hlx(Hlx("info", simulator.Address()), WITH_PASSWORD);
+    simulator.AwaitEvent("fault");
+    hlx.Kill(SIGTERM);
+    EXPECT_TRUE(hlx.EndsWithin(2s));  // no answer is awaited
+    EXPECT_EQ(hlx.Wait(), 143);
 }
 
 TEST(CliLive, AReaderThatGoesIsANormalEnd) {

@@ -9,7 +9,7 @@ TEST_F(NetDeviceMan, TellsTheFamilyAndRefusesTheOthers) {
         tuint32 dwDevType, dwProtocolVer;
     } const refused[] = {{0, 4000000001U}, {0, 0xFFFFFFFF}, {1, 3}, {2, 3}, {2, 4}, {3, 0}, {4, 4}, {0xFFFFFFFF, 4}};
     for (const auto& row : refused) {
-        m_block = FirstBlock(row.dwDevType, row.dwProtocolVer);
+        SetBlock(FirstBlock(row.dwDevType, row.dwProtocolVer));
         EXPECT_EQ(-1, Login()) << row.dwDevType;
         EXPECT_EQ(DWORD{HLX_VERSION_NOMATCH}, LastError()) << row.dwDevType << " " << row.dwProtocolVer;
     }
@@ -134,9 +134,9 @@ TEST_F(NetDeviceMan, LoginsToDifferentDevicesOverlap) {
 }
 
 TEST_F(NetDeviceMan, ReadsTheCustomId) {
-    m_block = FirstBlock(2, 4, -300);
+    SetBlock(FirstBlock(2, 4, -300));
     EXPECT_EQ(-300, m_man.GetCustomID("127.0.0.1", m_peer.Port()));
-    m_block = "nonsense";
+    SetBlock("nonsense");
     EXPECT_EQ(-1, m_man.GetCustomID("127.0.0.1", m_peer.Port()));
     EXPECT_EQ(-1, m_man.GetCustomID(nullptr, m_peer.Port()));
 }

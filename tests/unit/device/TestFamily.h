@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <mutex>
 #include <string>
 
 #include "main_utility/device/classic/DVRNetDevice_V3.h"
@@ -86,7 +87,18 @@ protected:
     static DWORD LastError() { return CThreadState::Instance()->GetLastError(); }
 
     CNetDeviceMan& m_man = *CNetDeviceMan::Instance();
-    std::string m_block = FirstBlock(77, 1);
+    /// What the device sends first on links from now on.
+    void SetBlock(const std::string& block) {
+        std::lock_guard guard(m_blockLock);
+        m_block = block;
+    }
+    std::string Block() {
+        std::lock_guard guard(m_blockLock);
+        return m_block;
+    }
+
+    std::mutex m_blockLock;
+    std::string m_block = FirstBlock(77, 1);  // m_blockLock
     std::atomic<int> m_links{0};
     std::atomic<int> m_accepted{0};
     std::atomic<int> m_cuts{0};  // each rise makes the peer drop the links that stand
@@ -94,7 +106,7 @@ protected:
         ++m_links;
         ++m_accepted;
         const int cuts = m_cuts;
-        SendAll(sock, m_block);
+        SendAll(sock, Block());
         m_peer.AwaitClose(sock, [&] { return m_cuts != cuts; });
         --m_links;
     }};
