@@ -3,6 +3,7 @@
 
 #include "main_utility/device/NetDeviceMan.h"
 #include "sdk_common/WireReader.h"
+#include "sdk_common/YLog4C.h"
 
 namespace {
 
@@ -48,6 +49,7 @@ void CNetDeviceMan::KeepLoginInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD device
 void CNetDeviceMan::StartListener() {
     const DWORD port = m_listenPort;
     if (port == 0 || port >= NO_REGISTER_PORT) return;
+    YLOG(YLOG_INFO, "devices may call in on port %d", static_cast<int>(port));
     const auto listener = std::make_shared<CSWL_ListenProcEx>(AcceptLinkCallback, this);
     {
         std::lock_guard guard(m_listenerLock);
@@ -85,6 +87,8 @@ int CNetDeviceMan::OnGetAcceptLink(const CLIENT_SOCK_INFO& info) {
     session->lRegisterID = static_cast<int>(link.pre.dwID);
     session->bAutoRegisterMode = 1;
     const bool bKnown = FindLoginInfo(link.pre.dwID, *session);
+    YLOG(YLOG_INFO, "device %d calls in from %s, %s", session->lRegisterID, session->sDeviceIP,
+         bKnown ? "known" : "unknown");
     if (!EnterSession(link, session, 0)) return 0;
     session->pNetDevice->SetAutoRegisterMode(1);
     return bKnown ? LoginCaller(session) : RefuseCaller(session);

@@ -5,6 +5,7 @@
 #include "main_utility/device/NetDeviceMan.h"
 #include "main_utility/media/LiveMan.h"
 #include "sdk_common/RunFlag.h"
+#include "sdk_common/YLog4C.h"
 
 namespace {
 
@@ -142,5 +143,7 @@ bool CLiveMan::Restart(const std::vector<POINTERHANDLE>& handles) {
                                            pStream->bufferID, pStream->streamType) &&
             bAll;
     }
+    YLOG(bAll ? YLOG_INFO : YLOG_WARN, "%d live streams started again%s", static_cast<int>(handles.size()),
+         bAll ? "" : ", not all with success");
     return bAll;
 }

@@ -1,5 +1,7 @@
 // Start and stop of the library.
 #include <ctime>
+#include <fstream>
+#include <iterator>
 
 #include "ApiTestSupport.h"
 #include "main_utility/api/SDKImpl.h"
@@ -105,6 +107,39 @@ TEST(FormatTime, KeepsTheBasesOfTm) {
     EXPECT_EQ(time.wday, 77);
     EXPECT_EQ(time.nTotalseconds, 78);
     EXPECT_FALSE(HLX_FormatTime(0, nullptr));
+}
+
+TEST_F(Life, LogIsOnBetweenTheTwoCallsOfItsUserOnly) {
+    constexpr const char* SECRET = "h1dden-word";
+    const CTempDir dir;
+    const HOLDINGS before;
+    const auto written = [&] {
+        std::ifstream file(dir.File("unit_api.log"));
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    };
+    const auto refuse = [] { EXPECT_EQ(HLX_LoginEx("127.0.0.1", 1, "admin", SECRET, nullptr, 2, "serial"), -1); };
+    ASSERT_TRUE(HLX_Init());
+    refuse();
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(HLX_SetLogToFile(true, dir.Path().c_str(), false, YLOG_BUFF));
+    refuse();
+    EXPECT_TRUE(HLX_SetLogToFile(false, nullptr, true, 99));
+    EXPECT_EQ(HLX_GetLastError(), DWORD{HLX_SUCCESS});
+    const std::string console = testing::internal::GetCapturedStderr();
+    const std::string text = written();
+    const std::string line = "127.0.0.1 port 1: no connection, number " + std::to_string(HLX_NETWORK_FAIL_CONNECT);
+    for (const std::string& output : {text, console}) {
+        EXPECT_NE(output.find("log begins, version 00010002"), std::string::npos);
+        EXPECT_EQ(output.find(line), output.rfind(line));
+        EXPECT_NE(output.find(line), std::string::npos);
+        EXPECT_EQ(output.find(SECRET), std::string::npos);
+    }
+    refuse();
+    EXPECT_EQ(written(), text);
+    EXPECT_TRUE(HLX_SetLogToFile(true, "", false, -1));  // the directory stays
+    EXPECT_TRUE(HLX_Cleanup());
+    EXPECT_FALSE(YLog4C::IsOn());
+    before.ExpectUnchanged();
 }
 
 }  // namespace
