@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstdio>
 #include <iterator>
+#include <mutex>
 #include <string_view>
 
 #include "sdk_common/PubTime.h"
@@ -15,6 +16,14 @@ namespace {
 
 constexpr size_t DUMP_LINE = 16;  // bytes
 constexpr const char* LEVEL_NAMES[] = {"FATAL", "ERROR", "WARN ", "INFO ", "DEBUG", "BUFF "};
+
+/// The time zone is read anew each time, which allocates inside the C library; one thread at a time is enough.
+constinit std::mutex g_timeLock;
+
+tm LocalTime(tint64 wallMicroseconds) {
+    std::lock_guard guard(g_timeLock);
+    return DVRTimeToTm(wallMicroseconds);
+}
 
 const char* LevelName(int level) {
     return level >= 0 && level < static_cast<int>(std::size(LEVEL_NAMES)) ? LEVEL_NAMES[level] : "?    ";
@@ -43,7 +52,7 @@ std::string ModuleName() {
 }
 
 std::string LogDate(tint64 wallMicroseconds) {
-    const tm day = DVRTimeToTm(wallMicroseconds);
+    const tm day = LocalTime(wallMicroseconds);
     char text[32] = {};
     std::snprintf(text, sizeof(text), "%04d%02d%02d", day.tm_year + 1900, day.tm_mon + 1, day.tm_mday);
     return text;
@@ -51,7 +60,7 @@ std::string LogDate(tint64 wallMicroseconds) {
 
 std::string LogHead(int level, const char* pFile, int iLine, bool bThreadID) {
     const tint64 now = TimeSource().WallMicroseconds();
-    const tm time = DVRTimeToTm(now);
+    const tm time = LocalTime(now);
     const int milliseconds = static_cast<int>(now / 1000 % 1000);
     char head[96] = {};
     std::snprintf(head, sizeof(head), "%04d-%02d-%02d %02d:%02d:%02d.%03d %s [%d", time.tm_year + 1900, time.tm_mon + 1,

@@ -36,14 +36,23 @@ bool YLog4CThr::IsThreadHere() const { return m_thread != 0 && m_threadPid == ge
 
 bool YLog4CThr::StartThread() {
     std::lock_guard lifeGuard(m_lifeLock);
-    std::lock_guard guard(m_lock);
-    if (IsThreadHere()) return true;
-    if (m_threadPid != getpid()) m_records.clear();  // those of the parent process, which writes them itself
+    {
+        std::lock_guard guard(m_lock);
+        if (IsThreadHere()) return true;
+        if (m_threadPid != getpid()) m_records.clear();  // those of the parent process, which writes them itself
+    }
     m_workEvent.CreateWaitEvent();
     m_doneEvent.CreateWaitEvent();
-    m_thread = PUB_CreateThread(WriteThread, this, &m_bRun);
+    const PUB_thread_t thread = PUB_CreateThread(WriteThread, this, &m_bRun);
+    std::lock_guard guard(m_lock);
+    m_thread = thread;
     m_threadPid = getpid();
     return m_thread != 0;
+}
+
+bool YLog4CThr::IsThrough(tuint64 batch) {
+    std::lock_guard guard(m_lock);
+    return m_written >= batch || m_thread == 0;
 }
 
 void YLog4CThr::FlushLog() {
@@ -53,10 +62,8 @@ void YLog4CThr::FlushLog() {
         if (!IsThreadHere()) return;
         wanted = m_queued;
     }
-    m_doneEvent.WaitForCond(CWaitEvent::WAIT_FOREVER, [&] {
-        std::lock_guard guard(m_lock);
-        return m_written >= wanted || m_thread == 0;
-    });
+    // The end of an earlier batch wakes as well.
+    while (!IsThrough(wanted)) m_doneEvent.WaitForCond(CWaitEvent::WAIT_FOREVER, [&] { return IsThrough(wanted); });
 }
 
 void YLog4CThr::Stop() {

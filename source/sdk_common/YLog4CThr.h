@@ -46,6 +46,7 @@ private:
     void WriteProc();
     bool Queue(LOG_RECORD& record);
     bool HasWork();
+    bool IsThrough(tuint64 batch);
     bool StartThread();
     bool IsThreadHere() const;
 
@@ -59,7 +60,7 @@ private:
     tuint64 m_written = 0;              // batches that are through
     CWaitEvent m_workEvent;
     CWaitEvent m_doneEvent;
-    PUB_thread_t m_thread = 0;  // m_lock for change and m_lifeLock
+    PUB_thread_t m_thread = 0;  // both locks for change
     pid_t m_threadPid = 0;      // a forked child has the id of a thread that it has not
     bool m_bRun = false;
 };
