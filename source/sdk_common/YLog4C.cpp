@@ -119,11 +119,13 @@ void YLog4C::SetLogLevel(int level) {
 }
 
 void YLog4C::SetLog2Console(bool bOn) {
+    if (!bOn && g_bConsole) GetInstance()->FlushLog();
     g_bConsole = bOn;
     SetThreshold();
 }
 
 void YLog4C::SetLog2File(bool bOn) {
+    if (!bOn && g_bFile) GetInstance()->FlushLog();
     g_bFile = bOn;
     SetThreshold();
 }

@@ -44,6 +44,8 @@ public:
     static bool SetLogMaxsize(int maxSize);
 
     static void SetLogLevel(int level);
+
+    /// The outputs. What was logged before console or file is switched off still gets there, and the call waits for it.
     static void SetLog2Console(bool bOn);
     static void SetLog2File(bool bOn);
     static void SetLog2Func(LOG_FUN pfnLog, void* pUser);
