@@ -11,9 +11,9 @@
 #include "sdk_common/PubLock.h"
 #include "sdk_common/YLog4CThr.h"
 
-/// Receives each record, a text that ends with a line feed, lent for the call. On the writer's thread, or on the thread
-/// that logs without one; a pair that was replaced may be called once more until FlushLog is back. What it logs itself
-/// is dropped.
+/// Receives each record, a text that ends with a line feed, lent for the call. On the writer's thread, or without one on
+/// each thread that logs, several at a time; a pair that was replaced may be called once more until FlushLog is back. What
+/// it logs itself is dropped.
 using LOG_FUN = void (*)(int level, const char* pText, void* pUser);
 
 /// The single logger: to files, to the console (standard error, since standard output belongs to the application) and to a

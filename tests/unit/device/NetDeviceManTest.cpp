@@ -221,6 +221,7 @@ TEST_F(NetDeviceMan, ReadsTheCustomId) {
 TEST_F(NetDeviceMan, TheLogTellsTheStoryWithoutSecrets) {
     std::string log;
     YLog4C::SetLogLevel(YLOG_BUFF);
+    YLog4C::SetLog2MultiThread(true);
     YLog4C::SetLog2Func([](int, const char* pText, void* pUser) { *static_cast<std::string*>(pUser) += pText; }, &log);
     const tuint32 encryptParam = 305419896;  // 0x12345678
     std::memcpy(&m_block[28], &encryptParam, 4);
@@ -231,7 +232,10 @@ TEST_F(NetDeviceMan, TheLogTellsTheStoryWithoutSecrets) {
     EXPECT_EQ(DWORD{HLX_PASSWORD_ERROR}, LastError());
     EXPECT_TRUE(m_man.RemoveDevice(id));
     EXPECT_EQ(-1, Login(HLX_CONNECT_NAT));
+    YLog4C::GetInstance()->FlushLog();
     YLog4C::SetLog2Func(nullptr, nullptr);
+    YLog4C::GetInstance()->CloseLog();
+    YLog4C::SetLog2MultiThread(false);
 
     const std::string user = "user " + std::to_string(id) + ", 127.0.0.1: ";
     for (const std::string& expected :
