@@ -8,6 +8,7 @@
 #include <new>
 
 #include "netservice/MultiNetComm.h"
+#include "sdk_common/YLog4C.h"
 
 namespace {
 
@@ -193,6 +194,8 @@ void CSWL_MultiNetComm::BreakLink(COMM_LINK& link, int iLine) {
     if (link.bBroken.exchange(true)) return;
     std::fprintf(stderr, "%s, %d, pNetLinkResource->bBroken = true , m_deviceID = %d\n", "MultiNetComm", iLine,
                  link.deviceID);
+    YLOG(YLOG_WARN, "%s, %d, pNetLinkResource->bBroken = true , m_deviceID = %d\n", "MultiNetComm", iLine,
+         link.deviceID);
     m_bBrokenWaiting = true;
     TellRoom();
     Wake();

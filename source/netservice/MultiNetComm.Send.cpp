@@ -7,6 +7,7 @@
 
 #include "netservice/MultiNetComm.h"
 #include "sdk_common/TimeSource.h"
+#include "sdk_common/YLog4C.h"
 
 namespace {
 
@@ -39,6 +40,7 @@ int CSWL_MultiNetComm::SendData(int deviceID, const void* pBuf, int iLen, bool b
             return -1;
         }
     }
+    if (link && link->bBroken) YLOG(YLOG_WARN, "pNetLinkResource->bBroken, m_deviceID = %d", deviceID);
     return -1;
 }
 

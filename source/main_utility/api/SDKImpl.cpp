@@ -20,6 +20,7 @@ namespace {
 constexpr DWORD SDK_VERSION = 0x00010002;
 constexpr unsigned int MONITOR_PERIOD = 200;  // milliseconds
 constexpr int NO_STEP = -1;
+constexpr int LOG_FILE_SIZE = 0x7FFFFFFE;  // bytes
 
 std::atomic<int> s_failStep{NO_STEP};
 
@@ -66,6 +67,12 @@ CSDKImpl::CSDKImpl(YLog4C* pLog)
       mYlog(pLog) {
     mYlog->SetLog2Console(false);
     mYlog->SetLog2File(false);
+}
+
+CSDKImpl::~CSDKImpl() {
+    mYlog->SetLog2Console(false);
+    mYlog->SetLog2File(false);
+    mYlog->CloseLog();
 }
 
 bool CSDKImpl::Init() {
@@ -141,7 +148,21 @@ void* CSDKImpl::MonitorTimeThread(void* pParam) {
 
 DWORD CSDKImpl::GetSDKVersion() { return SDK_VERSION; }
 DWORD CSDKImpl::GetSDKBuildVersion() { return BuildVersion(BUILD_DATE); }
-BOOL CSDKImpl::SetLogToFile(BOOL, const char*, BOOL, int) { return Failure(HLX_NOSUPPORT); }
+
+BOOL CSDKImpl::SetLogToFile(BOOL bLogEnable, const char* strLogDir, BOOL, int logLevel) {
+    mYlog->SetLogDir(strLogDir);
+    mYlog->SetLog2MultiThread(true);
+    mYlog->SetLogLevel(logLevel);
+    mYlog->SetLogFileMaxcnt(YLog4C::MAX_FILE_COUNT);
+    mYlog->SetLogMaxsize(LOG_FILE_SIZE);
+    mYlog->SetLog2Console(bLogEnable);
+    mYlog->SetLog2File(bLogEnable);
+    if (bLogEnable)
+        YLOG(YLOG_INFO, "log begins, version %08x, build %u", SDK_VERSION, GetSDKBuildVersion());
+    else
+        mYlog->CloseLog();
+    return 1;
+}
 
 BOOL CSDKImpl::RestoreConfig(LONG) { return Failure(HLX_NOSUPPORT); }
 BOOL CSDKImpl::SaveConfig(LONG) { return Failure(HLX_NOSUPPORT); }

@@ -35,6 +35,8 @@ class CSDKImpl {
 public:
     /// Switches the log off until SetLogToFile.
     explicit CSDKImpl(YLog4C* pLog);
+    /// Switches it off again and closes it.
+    ~CSDKImpl();
     CSDKImpl(const CSDKImpl&) = delete;
     CSDKImpl& operator=(const CSDKImpl&) = delete;
 

@@ -7,6 +7,7 @@
 #include "main_utility/device/NetDeviceMan.h"
 #include "sdk_common/PubTime.h"
 #include "sdk_common/RunFlag.h"
+#include "sdk_common/YLog4C.h"
 
 namespace {
 
@@ -68,6 +69,7 @@ void CNetDeviceMan::CheckConnectProc() {
         const bool bNew = session->wCanReconnect && !session->bBreakTold &&
                           session->pNetDevice->GetDeviceStatus() == NET_DEVICE_STATUS_DISCONNECT;
         if (!bNew || !m_table.IsListed(session)) continue;
+        YLOG(YLOG_WARN, "user %d, %s: link broken", session->lHandle, session->sDeviceIP);
         if (session->bAutoRegisterMode) {
             // It must call in again by itself.
             m_table.Take(session);
@@ -125,6 +127,7 @@ void CNetDeviceMan::ReconnectSession(const Session& session) {
         return;
     }
     if (!bBack) return;
+    YLOG(YLOG_INFO, "user %d, %s: back, %d channels", session->lHandle, session->sDeviceIP, int{info.videoInputNum});
     RECONNECT_CALLBACK pfnReconnect = nullptr;
     void* pUser = nullptr;
     {
@@ -140,8 +143,10 @@ void CNetDeviceMan::ReconnectSession(const Session& session) {
 bool CNetDeviceMan::OpenAgain(NET_DEVICE_RES& session) {
     m_multiNetComm.RemoveComm(session.lHandle);
     LINK link;
-    if (!ConnectDevice(session.sDeviceIP, session.wDevicePort, session.lConnectType, link, &session.gate.Gone()))
+    if (!ConnectDevice(session.sDeviceIP, session.wDevicePort, session.lConnectType, link, &session.gate.Gone())) {
+        YLOG(YLOG_WARN, "user %d, %s: still no connection", session.lHandle, session.sDeviceIP);
         return false;
+    }
     session.pNetDevice->SetEncryptInfo(link.pre);
     session.pNetDevice->SetNetHandle(link.pEngine);
     return HandLinkToEngine(session, link);
@@ -162,8 +167,9 @@ bool CNetDeviceMan::LoginAgain(NET_DEVICE_RES& session, HLX_DEVICEINFO& info) {
         device.SetLastWrongPswTime(0);
         return true;
     }
-    if (!bStopping && CThreadState::Instance()->GetLastError() == HLX_PASSWORD_ERROR)
-        device.SetLastWrongPswTime(static_cast<ULONGLONG>(GetWallSeconds()));
+    const DWORD error = CThreadState::Instance()->GetLastError();
+    YLOG(YLOG_WARN, "user %d, %s: not back, number %d", session.lHandle, session.sDeviceIP, static_cast<int>(error));
+    if (!bStopping && error == HLX_PASSWORD_ERROR) device.SetLastWrongPswTime(static_cast<ULONGLONG>(GetWallSeconds()));
     m_multiNetComm.RemoveComm(session.lHandle);
     return false;
 }

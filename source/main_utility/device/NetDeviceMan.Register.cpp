@@ -3,6 +3,7 @@
 
 #include "main_utility/device/NetDeviceMan.h"
 #include "sdk_common/WireReader.h"
+#include "sdk_common/YLog4C.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "sdk_common/WireReader.h"
+#include "sdk_common/YLog4C.h"
 
 namespace {
 
@@ -13,6 +14,8 @@ constexpr int LINK_SEND_BUFFER = 262144;  // bytes
 constexpr int MAX_DEVICE_ID = 2097144;    // the id behind it is 1 again
 constexpr DWORD MAX_KEPT_PORT = 65535;    // a kept register port at or above is not listened on
 constexpr int RTSP_URL_SIZE = 256;        // bytes that GetRtspUrl may write
+
+int LastError() { return static_cast<int>(CThreadState::Instance()->GetLastError()); }
 
 /// A text that the session keeps for a reconnect must fit whole.
 bool FitsSession(const char* pText) { return pText && std::strlen(pText) < sizeof(NET_DEVICE_RES::sUserName); }
@@ -101,15 +104,31 @@ LONG CNetDeviceMan::AddDevice(const char* sDVRIP, WORD wDVRPort, const char* sUs
     if (!FitsSession(sDVRIP) || !FitsSession(sUserName) || !FitsSession(sPassWord) || !FitsSession(pSerial))
         return Failure(HLX_PARAMETER_ERROR, LONG{-1});
     LINK link;
-    if (!ConnectDevice(sDVRIP, wDVRPort, lConnectType, link)) return -1;
+    if (!ConnectDevice(sDVRIP, wDVRPort, lConnectType, link)) {
+        YLOG(YLOG_ERROR, "%s port %d: no connection, number %d", sDVRIP, int{wDVRPort}, LastError());
+        return -1;
+    }
+    YLOG(YLOG_INFO, "%s port %d: connected, family %u, protocol %u", sDVRIP, int{wDVRPort}, link.pre.dwDevType,
+         link.pre.dwProtocolVer);
+    return LoginOverLink(link, MakeSession(sDVRIP, wDVRPort, sUserName, sPassWord, pSerial), lpDeviceInfo, luserId);
+}
 
-    const auto session = std::make_shared<NET_DEVICE_RES>();
+CNetDeviceMan::Session CNetDeviceMan::MakeSession(const char* sDVRIP, WORD wDVRPort, const char* sUserName,
+                                                  const char* sPassWord, const char* sDevSN) {
+    auto session = std::make_shared<NET_DEVICE_RES>();
     session->wDevicePort = wDVRPort;
     CopyText(session->sDeviceIP, sDVRIP);
     CopyText(session->sUserName, sUserName);
     CopyText(session->sPassword, sPassWord);
-    CopyText(session->sDevSN, pSerial);
-    if (!EnterSession(link, session, luserId)) return -1;
+    CopyText(session->sDevSN, sDevSN);
+    return session;
+}
+
+LONG CNetDeviceMan::LoginOverLink(LINK& link, const Session& session, LPHLX_DEVICEINFO lpDeviceInfo, LONG luserId) {
+    if (!EnterSession(link, session, luserId)) {
+        YLOG(YLOG_ERROR, "%s: no session, number %d", session->sDeviceIP, LastError());
+        return -1;
+    }
     HLX_DEVICEINFO deviceInfo{};
     if (LoginSession(session, &deviceInfo, luserId)) {
         if (lpDeviceInfo) *lpDeviceInfo = deviceInfo;
@@ -174,11 +193,19 @@ void CNetDeviceMan::GiveBackDeviceID(int lHandle) {
 
 /// Logs in with no lock held, so that logins to different devices overlap.
 bool CNetDeviceMan::LoginSession(const Session& session, LPHLX_DEVICEINFO lpDeviceInfo, LONG luserId) {
-    if (!session->pNetDevice->Login(session->sUserName, session->sPassword, lpDeviceInfo)) return false;
+    if (!session->pNetDevice->Login(session->sUserName, session->sPassword, lpDeviceInfo)) {
+        YLOG(YLOG_ERROR, "user %d, %s: login refused, number %d", session->lHandle, session->sDeviceIP, LastError());
+        return false;
+    }
     std::lock_guard loginGuard(m_LoignFunLock);
     lpDeviceInfo->devicePort = session->wDevicePort;
     if (session->pConfigParser) session->pConfigParser->SetDeivceInfo(lpDeviceInfo);
-    if (m_table.Confirm(session, luserId)) return true;
+    if (m_table.Confirm(session, luserId)) {
+        YLOG(YLOG_INFO, "user %d, %s: logged in, %d channels", session->lHandle, session->sDeviceIP,
+             int{lpDeviceInfo->videoInputNum});
+        return true;
+    }
+    YLOG(YLOG_WARN, "user %d: gone before its login was through", session->lHandle);
     session->pNetDevice->Logout();
     return Failure(HLX_NETWORK_NOT_CONNECT);
 }

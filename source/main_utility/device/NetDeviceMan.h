@@ -104,6 +104,9 @@ private:
 
     bool ConnectDevice(const char* sDVRIP, WORD wDVRPort, LONG lConnectType, LINK& link,
                        const std::atomic<bool>* pbGone = nullptr);
+    static Session MakeSession(const char* sDVRIP, WORD wDVRPort, const char* sUserName, const char* sPassWord,
+                               const char* sDevSN);
+    LONG LoginOverLink(LINK& link, const Session& session, LPHLX_DEVICEINFO lpDeviceInfo, LONG luserId);
     bool EnterSession(LINK& link, const Session& session, LONG luserId);
     bool HandLinkToEngine(NET_DEVICE_RES& session, LINK& link);
     void AdvanceDeviceID();

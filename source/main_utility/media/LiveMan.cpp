@@ -8,10 +8,16 @@
 #include "netservice/MultiNetDataBufferMan.h"
 #include "sdk_common/PubTime.h"
 #include "sdk_common/RunFlag.h"
+#include "sdk_common/YLog4C.h"
 
 namespace {
 
 constexpr LONG MAX_LIVE_CHANNEL = 255;  // a ring's id has room for no more
+
+void LogStream(int level, const LIVE_STREAM_INFO& stream, const char* pWhat, LONG number) {
+    YLOG(level, "user %ld, channel %ld, stream %u: live %s %ld", long{stream.lPrimalDeviceHandle}, long{stream.channel},
+         static_cast<unsigned>(stream.streamType), pWhat, long{number});
+}
 
 /// What a device may say of itself when it refuses a stream; any other number becomes "not connected".
 bool IsRefusal(DWORD error) {
@@ -101,7 +107,10 @@ bool CLiveMan::ChooseSession(LIVE_STREAM_INFO& stream) {
     stream.lDeviceHandle =
         m_pDeviceMan->AddDevice(session->sDeviceIP, session->wDevicePort, session->sUserName, session->sPassword,
                                 nullptr, session->lConnectType, session->sDevSN, stream.lPrimalDeviceHandle);
-    if (stream.lDeviceHandle < 0) return Failure(HLX_NETWORK_FAIL_CONNECT);
+    if (stream.lDeviceHandle < 0) {
+        YLOG(YLOG_ERROR, "AddDevice _NETWORK_FAIL_CONNECT");
+        return Failure(HLX_NETWORK_FAIL_CONNECT);
+    }
     stream.bExtraStream = true;
     return true;
 }
@@ -118,12 +127,16 @@ POINTERHANDLE CLiveMan::OpenStream(Stream stream) {
         bOpen = m_pDeviceMan->StartLiveChannel(opened.lDeviceHandle, opened.channel, IsFirstStream(opened.streamType),
                                                opened.bufferID, opened.streamType);
     }
-    if (bOpen) return lLiveHandle;
+    if (bOpen) {
+        LogStream(YLOG_INFO, opened, "started, session", opened.lDeviceHandle);
+        return lLiveHandle;
+    }
 
     const DWORD error = CThreadState::Instance()->GetLastError();
     const Stream failed = std::move(m_streamInfoArray.back());
     m_streamInfoArray.pop_back();
     guard.unlock();
+    LogStream(YLOG_ERROR, *failed, "refused, number", static_cast<LONG>(error));
     CloseSession(*failed);
     EndStream(*failed);
     CThreadState::Instance()->SetLastError(IsRefusal(error) ? error : DWORD{HLX_NETWORK_NOT_CONNECT});
@@ -175,6 +188,7 @@ CLiveMan::Stream CLiveMan::TakeStream(POINTERHANDLE lLiveHandle) {
 BOOL CLiveMan::StopLivePlay(POINTERHANDLE lLiveHandle) {
     const Stream stream = TakeStream(lLiveHandle);
     if (!stream) return Failure(HLX_PARAMETER_ERROR);
+    LogStream(YLOG_INFO, *stream, "stopped, session", stream->lDeviceHandle);
     POINTERHANDLE lOpened = lLiveHandle;
     m_curAudioHandle.compare_exchange_strong(lOpened, 0);
     CloseSession(*stream);

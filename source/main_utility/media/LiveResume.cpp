@@ -8,6 +8,7 @@
 #include "netservice/MultiNetDataBufferMan.h"
 #include "sdk_common/PubTime.h"
 #include "sdk_common/RunFlag.h"
+#include "sdk_common/YLog4C.h"
 
 namespace {
 

@@ -141,6 +141,36 @@ TEST_F(NetDeviceMan, ReadsTheCustomId) {
     EXPECT_EQ(-1, m_man.GetCustomID(nullptr, m_peer.Port()));
 }
 
+/// A supporter sees who came, went and was refused, and nothing by which to log in.
+TEST_F(NetDeviceMan, TheLogTellsTheStoryWithoutSecrets) {
+    std::string log;
+    YLog4C::SetLogLevel(YLOG_BUFF);
+    YLog4C::SetLog2MultiThread(true);
+    YLog4C::SetLog2Func([](int, const char* pText, void* pUser) { *static_cast<std::string*>(pUser) += pText; }, &log);
+    const tuint32 encryptParam = 305419896;  // 0x12345678
+    std::memcpy(&m_block[28], &encryptParam, 4);
+    std::memcpy(&m_block[45], "\xEF\xCD\xAB", 3);
+    const LONG id = Login();
+    CTestDevice::s_login = [](CTestDevice&) { return Failure(HLX_PASSWORD_ERROR); };
+    EXPECT_EQ(-1, Login());
+    EXPECT_EQ(DWORD{HLX_PASSWORD_ERROR}, LastError());
+    EXPECT_TRUE(m_man.RemoveDevice(id));
+    EXPECT_EQ(-1, Login(HLX_CONNECT_NAT));
+    YLog4C::GetInstance()->FlushLog();
+    YLog4C::SetLog2Func(nullptr, nullptr);
+    YLog4C::GetInstance()->CloseLog();
+    YLog4C::SetLog2MultiThread(false);
+
+    const std::string user = "user " + std::to_string(id) + ", 127.0.0.1: ";
+    for (const std::string& expected :
+         {"127.0.0.1 port " + std::to_string(m_peer.Port()) + ": connected, family 77", user + "logged in, 7 channels",
+          "login refused, number " + std::to_string(HLX_PASSWORD_ERROR), user + "logged out",
+          "no connection, number " + std::to_string(HLX_NETWORK_FAIL_CONNECT)})
+        EXPECT_NE(log.find(expected), std::string::npos) << expected << "\n" << log;
+    for (const char* pSecret : {"secret", "305419896", "12345678", "11259375", "abcdef", "ABCDEF"})
+        EXPECT_EQ(log.find(pSecret), std::string::npos) << pSecret;
+}
+
 /// What a logged-in session gets and loses is settled by the table alone, whoever sends on the link.
 TEST_F(NetDeviceMan, LoginAndLogoutFromManyThreads) {
     std::vector<std::future<int>> workers;

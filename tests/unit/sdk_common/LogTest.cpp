@@ -1,0 +1,346 @@
+// The log: outputs, levels, names, rotation, and what must not harm anybody.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <thread>
+
+#include "sdk_common/LogText.h"
+#include "sdk_common/ThreadState.h"
+#include "sdk_common/YLog4C.h"
+#include "support/MovedTime.h"
+#include "support/TestSupport.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string Content(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+size_t FileCount(const fs::path& directory) {
+    return static_cast<size_t>(std::distance(fs::directory_iterator(directory), fs::directory_iterator()));
+}
+
+bool Holds(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+/// Everything that was received, one record each.
+struct HEARD {
+    static void Hear(int level, const char* pText, void* pUser) {
+        auto& heard = *static_cast<HEARD*>(pUser);
+        heard.levels.push_back(level);
+        heard.text += pText;
+        heard.threads.insert(std::this_thread::get_id());
+        YLOG(YLOG_FATAL, "from inside");
+        YLog4C::GetInstance()->CloseLog();
+    }
+    std::vector<int> levels;
+    std::string text;
+    std::set<std::thread::id> threads;
+};
+
+class Log : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(m_log.SetLogDir(m_dir.Path().c_str()));
+        ASSERT_TRUE(m_log.SetLogAppname("app"));
+        m_log.SetLogLevel(YLOG_BUFF);
+    }
+    void TearDown() override {
+        m_log.SetLog2Console(false);
+        m_log.SetLog2File(false);
+        m_log.SetLog2Func(nullptr, nullptr);
+        for (const auto set :
+             {YLog4C::SetLog2MultiThread, YLog4C::SetFlushRT, YLog4C::SetLogDiary, YLog4C::SetLogThreadID})
+            set(false);
+        m_log.SetLogFileMaxcnt(YLog4C::MAX_FILE_COUNT);
+        m_log.SetLogMaxsize(1 << 24);
+        m_log.CloseLog();
+        EXPECT_FALSE(YLog4C::IsOn());
+    }
+    std::string Written(const char* pName = "app.log") { return Content(m_dir.Path() / pName); }
+
+    CTempDir m_dir;
+    YLog4C& m_log = *YLog4C::GetInstance();
+};
+
+TEST_F(Log, SettingsOutsideTheirBoundsChangeNothing) {
+    const std::string longest(255, 'd');
+    const std::string tooLong = longest + "d";
+    testing::internal::CaptureStderr();
+    for (const char* pWrong : {static_cast<const char*>(nullptr), "", tooLong.c_str()}) {
+        EXPECT_FALSE(m_log.SetLogDir(pWrong));
+        EXPECT_FALSE(m_log.SetLogAppname(pWrong));
+    }
+    for (const int wrong : {0, 101}) EXPECT_FALSE(m_log.SetLogFileMaxcnt(wrong));
+    EXPECT_FALSE(m_log.SetLogMaxsize(0));
+    const std::string printed = testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(Holds(printed, "lpszDir!=NULL"));
+    EXPECT_TRUE(Holds(printed, "lpszAppname!=NULL"));
+    EXPECT_EQ(YLog4C::Log4COpenLog(nullptr), m_dir.File("app.log"));
+
+    EXPECT_TRUE(m_log.SetLogAppname(std::string(63, 'a').c_str()));
+    EXPECT_TRUE(m_log.SetLogDir(longest.c_str()));
+    EXPECT_EQ(YLog4C::Log4COpenLog(""), longest + "/" + std::string(63, 'a') + ".log");
+}
+
+TEST_F(Log, LevelsDecideAndTheFunctionHearsWhatTheFileHolds) {
+    HEARD heard;
+    m_log.SetLog2Func(HEARD::Hear, &heard);
+    m_log.SetLog2File(true);
+    for (const int allowed : {YLOG_FATAL, YLOG_WARN, YLOG_BUFF}) {
+        heard.levels.clear();
+        m_log.SetLogLevel(allowed);
+        for (int level = YLOG_FATAL; level <= YLOG_BUFF; ++level) YLOG(level, "at %d", level);
+        EXPECT_EQ(heard.levels.size(), static_cast<size_t>(allowed) + 1);
+        EXPECT_EQ(heard.levels.back(), allowed);
+    }
+    m_log.Info("to %s", "inform");
+    m_log.LogBuff("path/File.cpp", 7,
+                  "\x01\xAB"
+                  "0123456789abcdef",
+                  18);
+    EXPECT_EQ(heard.text, Written());
+    EXPECT_TRUE(Holds(heard.text, "INFO  [" + std::to_string(getpid()) + "] to inform\n"));
+    EXPECT_TRUE(Holds(heard.text,
+                      "] File.cpp:7 18 bytes\n  0000: 01 ab 30 31 32 33 34 35 36 37 38 39 61 62 63 64\n"
+                      "  0010: 65 66\n"));
+    EXPECT_FALSE(Holds(heard.text, "from inside"));
+    m_log.SetLogLevel(-7);
+    EXPECT_FALSE(YLog4C::IsOn(YLOG_ERROR));
+    EXPECT_TRUE(YLog4C::IsOn(YLOG_FATAL));
+}
+
+TEST_F(Log, AnyTextIsOneLineAndNothingOfTheCallerChanges) {
+    m_log.SetLog2File(true);
+    m_log.SetLogThreadID(true);
+    CThreadState::Instance()->SetLastError(HLX_BUSY);
+    errno = ENOTTY;
+    YLOG(YLOG_INFO, "%s", "two\nlines\x1B[2J\r\n");
+    YLOG(YLOG_INFO, "%s", std::string(100000, 'x').c_str());
+    EXPECT_EQ(errno, ENOTTY);
+    EXPECT_EQ(CThreadState::Instance()->GetLastError(), DWORD{HLX_BUSY});
+    const std::string text = Written();
+    EXPECT_TRUE(Holds(text, " two?lines?[2J\n"));
+    EXPECT_TRUE(Holds(text, "[" + std::to_string(getpid()) + ":" + std::to_string(gettid()) + "] LogTest.cpp:"));
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2);
+    EXPECT_TRUE(Holds(text, " " + std::string(2047, 'x') + "\n"));
+}
+
+TEST_F(Log, ConsoleIsStandardError) {
+    testing::internal::CaptureStderr();
+    testing::internal::CaptureStdout();
+    m_log.SetLog2Console(true);
+    YLOG(YLOG_INFO, "to the console");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_TRUE(Holds(testing::internal::GetCapturedStderr(), " to the console\n"));
+    EXPECT_EQ(FileCount(m_dir.Path()), 0u);
+}
+
+TEST_F(Log, BackgroundWriterKeepsTheOrderAndEndsWithTheLog) {
+    constexpr int RECORDS = 2000;
+    const int threads = ThreadCount();
+    HEARD heard;
+    m_log.SetLog2Func(HEARD::Hear, &heard);
+    m_log.SetLog2File(true);
+    m_log.SetLog2MultiThread(true);
+    EXPECT_EQ(ThreadCount(), threads);
+    for (int number = 0; number < RECORDS; ++number) m_log.Info("n%d", number);
+    m_log.FlushLog();
+    EXPECT_EQ(heard.threads.size(), 1u);
+    EXPECT_EQ(heard.threads.count(std::this_thread::get_id()), 0u);
+    std::istringstream lines(Written());
+    std::string line;
+    for (int number = 0; std::getline(lines, line); ++number)
+        ASSERT_EQ(line.substr(line.rfind(' ')), " n" + std::to_string(number));
+    EXPECT_EQ(heard.levels.size(), size_t{RECORDS});
+
+    m_log.SetFlushRT(true);
+    m_log.Info("at once");
+    EXPECT_TRUE(Holds(Written(), "at once"));
+    m_log.CloseLog();
+    EXPECT_TRUE(WaitUntil([&] { return ThreadCount() == threads; }));
+    m_log.Info("opened again");
+    EXPECT_TRUE(Holds(Written(), "opened again"));
+}
+
+TEST_F(Log, SlowOutputLosesLinesAndSaysSo) {
+    std::atomic<bool> bGo{false};
+    const auto wait = [](int, const char*, void* pUser) {
+        WaitUntil([&] { return static_cast<std::atomic<bool>*>(pUser)->load(); });
+    };
+    m_log.SetLog2File(true);
+    m_log.SetLog2MultiThread(true);
+    m_log.SetLog2Func(wait, &bGo);
+    const std::string text(2000, 'x');
+    for (int number = 0; number < 1500; ++number) m_log.Info("%s", text.c_str());
+    bGo = true;
+    m_log.Info("behind");
+    m_log.FlushLog();
+    const std::string written = Written();
+    EXPECT_TRUE(Holds(written, " lines were lost\n"));
+    EXPECT_LT(written.size(), 2500000u);
+    EXPECT_GT(written.size(), 900000u);
+}
+
+TEST_F(Log, DiaryHasAFileForEachDayAndKeepsTheNewest) {
+    CMovedTime time;
+    m_log.SetLog2File(true);
+    m_log.SetLogDiary(true);
+    m_log.SetLogFileMaxcnt(3);
+    std::vector<std::string> days;
+    for (int day = 0; day < 5; ++day) {
+        days.push_back("app_" + LogDate(time.WallMicroseconds()) + ".log");
+        EXPECT_EQ(YLog4C::Log4COpenLog(nullptr), m_dir.File(days.back().c_str()));
+        m_log.Info("day %d", day);
+        time.JumpWall(24 * 3600 * 1000);
+    }
+    EXPECT_EQ(FileCount(m_dir.Path()), 3u);
+    for (size_t day = 2; day < days.size(); ++day)
+        EXPECT_TRUE(Holds(Written(days[day].c_str()), "day " + std::to_string(day))) << day;
+}
+
+struct LIMITS {
+    int maxSize, maxCount;
+};
+
+class LogRotation : public Log, public testing::WithParamInterface<LIMITS> {};
+
+TEST_P(LogRotation, StaysWithinBothLimitsAtAnyTime) {
+    const auto [maxSize, maxCount] = GetParam();
+    for (const char* pForeign : {"app.txt", "app.1.log.gz", "apple.log", "app_2026.log", "app.x.log"})
+        std::ofstream(m_dir.Path() / pForeign) << "foreign";
+    const size_t foreign = FileCount(m_dir.Path());
+    for (const char* pOld : {"app_20200101.log", "app_20200101.4.log", "app.7.log"})
+        std::ofstream(m_dir.Path() / pOld) << "old\n";
+    m_log.SetLogMaxsize(maxSize);
+    m_log.SetLogFileMaxcnt(maxCount);
+    m_log.SetLog2File(true);
+    for (int number = 0; number < 300; ++number) {
+        m_log.Info("line %d", number);
+        ASSERT_LE(FileCount(m_dir.Path()) - foreign, static_cast<size_t>(maxCount));
+        ASSERT_TRUE(Holds(Written(), "line " + std::to_string(number) + "\n"));
+    }
+    for (const auto& file : fs::directory_iterator(m_dir.Path()))
+        EXPECT_LE(file.file_size(), static_cast<size_t>(maxSize)) << file.path();
+    EXPECT_EQ(FileCount(m_dir.Path()) - foreign, static_cast<size_t>(maxCount));
+    m_log.Info("%s", std::string(2000, 'x').c_str());  // fits no file
+    m_log.Info("after it");
+    EXPECT_TRUE(Holds(Written(), " 1 lines were lost\n"));
+    EXPECT_TRUE(Holds(Written(), " after it\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Limits, LogRotation, testing::Values(LIMITS{500, 1}, LIMITS{500, 2}, LIMITS{1000, 5}));
+
+TEST_F(Log, TwoProcessesShareAFolder) {
+    constexpr int WRITERS = 3, LINES = 400;
+    const LOG_FILE_PLACE place{m_dir.Path(), "app", "", 2000, 100};
+    pid_t writers[WRITERS];
+    for (int writer = 0; writer < WRITERS; ++writer) {
+        writers[writer] = fork();
+        if (writers[writer] != 0) continue;
+        CLogFile file;
+        size_t lost = 0;
+        for (int number = 0; number < LINES; ++number)
+            lost += file.Append(place, "writer " + std::to_string(writer) + " line " + std::to_string(number) + "\n");
+        _exit(lost == 0 ? 0 : 1);
+    }
+    for (const pid_t writer : writers) {
+        int status = -1;
+        ASSERT_EQ(waitpid(writer, &status, 0), writer);
+        EXPECT_EQ(status, 0);
+    }
+    std::multiset<std::string> lines;
+    for (const auto& entry : fs::directory_iterator(m_dir.Path())) {
+        EXPECT_LE(entry.file_size(), 2000u);
+        std::ifstream file(entry.path());
+        for (std::string line; std::getline(file, line);) lines.insert(line);
+    }
+    EXPECT_EQ(lines.size(), size_t{WRITERS * LINES});
+    for (int writer = 0; writer < WRITERS; ++writer)
+        for (int number = 0; number < LINES; ++number)
+            ASSERT_EQ(lines.count("writer " + std::to_string(writer) + " line " + std::to_string(number)), 1u);
+}
+
+TEST_F(Log, UnusablePlacesDoNoHarmAndTheLogRecovers) {
+    CMovedTime time;
+    m_log.SetLog2File(true);
+    std::ofstream(m_dir.Path() / "file") << "no directory";
+    ASSERT_EQ(mkfifo(m_dir.File("pipe.log").c_str(), 0600), 0);
+    fs::create_symlink("/dev/full", m_dir.Path() / "full.log");
+    fs::create_directory(m_dir.Path() / "dir.log");
+    m_log.SetLogDir(m_dir.File("file").c_str());
+    m_log.Info("lost");
+    EXPECT_FALSE(m_log.OpenLog());
+    m_log.SetLogDir(m_dir.Path().c_str());
+    for (const char* pName : {"pipe", "full", "dir"}) {
+        m_log.SetLogAppname(pName);
+        m_log.Info("lost");
+        EXPECT_FALSE(m_log.OpenLog()) << pName;
+    }
+    fs::remove(m_dir.Path() / "dir.log");
+    EXPECT_FALSE(m_log.OpenLog()) << "not tried again yet";
+    time.Advance(6000);
+    m_log.Info("recovered");
+    EXPECT_TRUE(Holds(Written("dir.log"), " 4 lines were lost\n"));
+    EXPECT_TRUE(Holds(Written("dir.log"), " recovered\n"));
+    m_log.SetLogDir(m_dir.File("new/deep").c_str());
+    EXPECT_TRUE(m_log.OpenLog());
+    EXPECT_TRUE(fs::exists(m_dir.Path() / "new/deep/dir.log"));
+}
+
+/// A limit on file sizes stands for a disk that has no room left in the middle of a line.
+TEST_F(Log, FullDiskLeavesNoHalfLines) {
+    m_log.SetLog2File(true);
+    m_log.Info("before");
+    const auto size = fs::file_size(m_dir.Path() / "app.log");
+    rlimit old{};
+    getrlimit(RLIMIT_FSIZE, &old);
+    const auto oldHandler = signal(SIGXFSZ, SIG_IGN);
+    const rlimit narrow{size + 10, old.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &narrow);
+    for (int number = 0; number < 3; ++number) m_log.Info("does not fit");
+    EXPECT_EQ(fs::file_size(m_dir.Path() / "app.log"), size);
+    setrlimit(RLIMIT_FSIZE, &old);
+    signal(SIGXFSZ, oldHandler);
+    m_log.Info("after");
+    const std::string text = Written();
+    EXPECT_FALSE(Holds(text, "does not fit"));
+    EXPECT_TRUE(Holds(text, " 3 lines were lost\n"));
+    EXPECT_TRUE(Holds(text, " after\n"));
+}
+
+TEST_F(Log, ManyThreadsAndChangingSettings) {
+    m_log.SetLog2MultiThread(true);
+    m_log.SetLog2File(true);
+    m_log.SetLogMaxsize(5000);
+    m_log.SetLogFileMaxcnt(4);
+    {
+        std::vector<std::jthread> threads;
+        for (int thread = 0; thread < 4; ++thread)
+            threads.emplace_back([this, thread] {
+                for (int number = 0; number < 200; ++number) m_log.Info("thread %d line %d", thread, number);
+            });
+        for (int round = 0; round < 20; ++round) {
+            m_log.SetLog2File(round % 2 == 0);
+            m_log.SetLogDir(m_dir.File(round % 3 ? "a" : "b").c_str());
+            m_log.SetLogDiary(round % 5 == 0);
+            m_log.CloseLog();
+        }
+    }
+    m_log.SetLog2File(true);
+    m_log.Info("last");
+    m_log.CloseLog();
+    EXPECT_TRUE(Holds(Content(YLog4C::Log4COpenLog(nullptr)), " last\n"));
+}
+
+}  // namespace
