@@ -119,7 +119,7 @@ std::vector<POINTERHANDLE> CLiveMan::Choose(const std::function<bool(const LIVE_
     std::vector<POINTERHANDLE> handles;
     std::lock_guard guard(m_streamLock);
     for (const Stream& stream : m_streamInfoArray)
-        if (wanted(*stream)) handles.push_back(stream->lLiveHandle);
+        if (!stream->bCapture && wanted(*stream)) handles.push_back(stream->lLiveHandle);
     return handles;
 }
 

@@ -134,6 +134,33 @@ TEST_F(ControlTest, ColourReplies) {
     }
 }
 
+TEST_F(ControlTest, PicturesReachTheirRingWhileAskedFor) {
+    constexpr tuint32 START = 0x221, CHANGE = 0x222, STOP = 0x223;
+    CTestRing pictures(LIVE_BUFFER_ID(CTestRecorder::USER_ID, 2, HLX_THIRD_STREAM));
+    TEST_FRAME frame{.type = 18, .channel = 2, .attrib = 0x100, .data = "\xFF\xD8\xFF\xD9"};
+    const auto count = [&] {
+        m_recorder.Receive(frame);
+        return pictures.Drain().size();
+    };
+    EXPECT_EQ(count(), 0u);
+    EXPECT_TRUE(m_device.StartJpegStream(63) && m_device.StartJpegStream(2) && m_device.StartJpegStream(2));
+    EXPECT_EQ(count(), 1u);
+    frame.channel = 70;
+    EXPECT_EQ(count(), 0u);
+    EXPECT_TRUE(m_device.StopJpegStream(63) && m_device.StopJpegStream(2) && m_device.StopJpegStream(2));
+    frame.channel = 2;
+    EXPECT_EQ(count(), 0u);
+    constexpr tuint64 TOP = tuint64{1} << 63;
+    const Bytes expected[] = {Message(START, Word(0) + Mask(TOP)), Message(CHANGE, Word(0) + Mask(TOP | 4)),
+                              Message(CHANGE, Word(0) + Mask(4)), Message(STOP, Word(0) + Mask(0))};
+    EXPECT_EQ(m_recorder.m_sent, std::vector<Bytes>(std::begin(expected), std::end(expected)));
+
+    EXPECT_TRUE(FailedWith(HLX_CHANNEL_ERROR, m_device.StartJpegStream(64)));
+    m_recorder.m_bSendFails = true;
+    EXPECT_TRUE(FailedWith(HLX_NETWORK_SEND_ERROR, m_device.StartJpegStream(2)));
+    EXPECT_EQ(count(), 0u);
+}
+
 TEST_F(ControlTest, ConnectedCameras) {
     Bytes camera(312, 'x');  // no text ends
     camera.replace(0, 8, Word(0x01020304) + Number(9, 2) + Number(1, 2));

@@ -77,6 +77,12 @@ public:
     BOOL StopLiveHandle(LONG lChannel, BOOL bFirstStream, unsigned int bufid) override;
     BOOL RequestKeyFrame(LONG lChannel, BOOL bFirstStream, unsigned int streamType) override;
 
+    // Pictures
+    /// Asks for a channel's JPEG pictures. They go to its live rings and to LIVE_BUFFER_ID(id, channel, HLX_THIRD_STREAM). Sends only,
+    /// nothing for a channel that is on (off). Fails with 9, 10, 4.
+    BOOL StartJpegStream(LONG lChannel) override;
+    BOOL StopJpegStream(LONG lChannel) override;
+
     // Control. Those that wait do so for 10 s at most; each fails with 9, 10, 12 as the link does, 4 for a channel that the recorder
     // has not, 20 for a bad argument, 32 when the recorder says no, unless told otherwise.
     /// True once the recorder says that it goes; its link falls then. A recorder that goes without a word gives 9.
@@ -116,8 +122,6 @@ public:
     void ReleaseTalkBuf(const FRAME_INFO_EX& frame) override { CTalkFrameQueue::Release(frame); }
 
     // Not offered: each fails with HLX_NOSUPPORT.
-    BOOL StartJpegStream(LONG) override { return Refuse(); }
-    BOOL StopJpegStream(LONG) override { return Refuse(); }
     BOOL CapturePicture(LONG, LONG, char*, DWORD, LPDWORD) override { return Refuse(); }
     BOOL CaptureJPEGData_V2(const char*, WORD, LONG, char*, DWORD, LPDWORD) override { return Refuse(); }
     BOOL SearchPictures(HLX_IMAGE_SREACH, LONG, HLX_IMAGE*, LONG*) override { return Refuse(); }
@@ -241,6 +245,7 @@ private:
     bool AddTask(LONG lChannel, BOOL bFirstStream, unsigned int bufid);
     HLX_ERROR StreamRefusal();
     bool SendStreamMasks(tuint32 dwCmdType);
+    bool SendJpegMask(tuint32 dwCmdType);
     bool HasChannel(LONG lChannel);
     std::atomic<tuint64>& StreamMask(BOOL bFirstStream) { return bFirstStream ? m_ullFirstStream : m_ullSecondStream; }
 
@@ -258,6 +263,7 @@ private:
     CPUB_Lock m_streamLock;
     std::atomic<tuint64> m_ullFirstStream{0};
     std::atomic<tuint64> m_ullSecondStream{0};
+    std::atomic<tuint64> m_ullJpegStream{0};
 
     CPUB_Lock m_ChanelTaskInfoLock;
     std::vector<DVR_CHANEL_TASKINFO>
