@@ -1197,7 +1197,8 @@ HLX_API LONG HLX_GetDeviceFirmwareType(LONG lUserID);
 /// Request.
 HLX_API LONG HLX_GetDeviceTypeName(LONG lUserID, char* sTypeName, LONG lLen);
 
-/// Cameras that a recorder is connected to: up to `lMaxNum` records to `pIPCInfo`, their number to `*pIPCNum`. Request.
+/// Cameras that a recorder is connected to: up to `lMaxNum` records to `pIPCInfo`, their number to `*pIPCNum`. Errors
+/// also: HLX_OPER_BY_OTHER (15) while somebody configures them. Request.
 HLX_API BOOL HLX_GetDeviceIPCInfo(LONG lUserID, HLX_IPC_DEVICE_INFO* pIPCInfo, LONG lMaxNum, LONG* pIPCNum);
 
 /// States of a recorder's channels: up to `lMaxNum` records to `pStatus`, their number to `*pNum`. Request.
@@ -1270,13 +1271,14 @@ HLX_API BOOL HLX_StopSaveLiveData(POINTERHANDLE lLiveHandle);
 /// Always fails with HLX_NOSUPPORT (26): nothing is decoded here. Does not reset the last error. Local.
 HLX_API BOOL HLX_CapturePicture(POINTERHANDLE lLiveHandle, const char* sPicFileName);
 
-/// Takes a JPEG picture on the device and writes it to a file. Errors also: HLX_CREATEFILE_ERROR (37),
+/// Takes a picture as HLX_CaptureJPEGPicture and writes it to a file. Errors also: HLX_CREATEFILE_ERROR (37),
 /// HLX_WRITEFILE_FAILED (79). Request, up to 10 s for the picture.
 HLX_API BOOL HLX_CapturePicture_Other(LONG lUserID, LONG lChannel, const char* sPicFileName);
 
 /// Takes a JPEG picture from the device's picture stream into `sJpegPicBuffer` of `dwPicSize` bytes, its size to
 /// `*lpSizeReturned`. `lpJpegPara` may be null and has no effect. Errors also: HLX_NOENOUGH_BUF (46),
-/// HLX_CREATEJPEGSTREAM_FAIL (91). Request, up to 10 s for the picture.
+/// HLX_CREATEJPEGSTREAM_FAIL (91), HLX_NETWORK_NOT_CONNECT (9) and HLX_NETWORK_RECV_TIMEOUT (12) for a picture that does
+/// not come. Refused with HLX_OPER_NOPERMIT (16) from inside a live frame callback. Waits up to 10 s for the picture.
 HLX_API BOOL HLX_CaptureJPEGPicture(LONG lUserID, LONG lChannel, const HLX_JPEGPARA* lpJpegPara, char* sJpegPicBuffer,
                                     DWORD dwPicSize, LPDWORD lpSizeReturned);
 
@@ -1595,7 +1597,7 @@ HLX_API BOOL HLX_GetAlarmStatusEx(LONG lUserID, LPVOID lpOutBuffer, DWORD dwOutB
                                   LPDWORD lpReplySize, int* pAlarmNum);
 
 /// Switches `*pAlarmNum` alarm outputs, numbered in `pAlarmOut`, with a value each in `pValue`, on (`bAlarmOpen` 1) or
-/// off. Request.
+/// off. Outputs are numbered from 0; at most 255 at once. Sends only, or request by family.
 HLX_API BOOL HLX_SetDeviceManualAlarm(LONG lUserID, LONG* pAlarmOut, LONG* pValue, LONG* pAlarmNum, BOOL bAlarmOpen);
 
 /// Starts manual recording of a channel; `lRecordType`: as the device numbers them. Sends only, or request by family.
@@ -1604,7 +1606,8 @@ HLX_API BOOL HLX_StartDVRRecord(LONG lUserID, LONG lChannel, LONG lRecordType);
 /// Ends manual recording of a channel.
 HLX_API BOOL HLX_StopDVRRecord(LONG lUserID, LONG lChannel);
 
-/// Restarts the device. Request.
+/// Restarts the device: 1 once it says so, and its link falls soon after. A device that goes without a word gives
+/// HLX_NETWORK_NOT_CONNECT (9) or HLX_NETWORK_RECV_TIMEOUT (12). Request.
 HLX_API BOOL HLX_RebootDVR(LONG lUserID);
 
 /// Sets the device's clock to `time`, seconds since 1970. Request.
@@ -1689,7 +1692,8 @@ HLX_API BOOL HLX_SaveConfig(LONG lUserID);
 HLX_API BOOL HLX_ShutDownDVR(LONG lUserID);
 HLX_API BOOL HLX_SetPlayerBufNumber(POINTERHANDLE lLiveHandle, DWORD dwBufNum);
 
-/// Sets brightness, contrast, saturation and hue of a channel without keeping them. Request.
+/// Sets brightness, contrast, saturation and hue of a channel without keeping them. Classic recorders: sends only,
+/// values 0 to 255. Others: request.
 HLX_API BOOL HLX_SetVideoEffect(LONG lUserID, LONG lChannel, DWORD dwBrightValue, DWORD dwContrastValue,
                                 DWORD dwSaturationValue, DWORD dwHueValue);
 

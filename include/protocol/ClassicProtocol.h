@@ -134,7 +134,7 @@ HLX_WIRE_RECORD(NET_LIVESTREAM_CTRL_INFO, 36);
 HLX_WIRE_OFFSET(NET_LIVESTREAM_CTRL_INFO, secondVideoCH, 12);
 HLX_WIRE_OFFSET(NET_LIVESTREAM_CTRL_INFO, audioCH, 28);
 
-/// Body of CMD_REQUEST_JPEG_START and _CHANGE.
+/// Body of CMD_REQUEST_JPEG_START, _CHANGE and _STOP. The frames come as FRAME_TYPE_JPEG.
 struct NET_JPEG_STREAM_INFO {
     tuint32 streamID;  //  0
     tuint64 jpegCH;    //  4  bit n is channel n
@@ -256,6 +256,105 @@ HLX_WIRE_OFFSET(DVR_DISK_INFO, mountdir, 41);
 HLX_WIRE_OFFSET(DVR_DISK_INFO, totalSpace, 80);
 HLX_WIRE_OFFSET(DVR_DISK_INFO, partitionNum, 88);
 HLX_WIRE_OFFSET(DVR_DISK_INFO, disktemp, 96);
+
+// ---- Control ----
+//
+// Requests without a record here (CMD_REQUEST_REBOOT, CMD_REQUEST_SHUTDOWN, CMD_REQUEST_CFG_ENTER_IPCAM and
+// CMD_REQUEST_CFG_LEAVE_IPCAM, CMD_REQUEST_NET_DEVICE_LOG_GET) have no body, nor have replies that only say yes or no.
+// Channels and alarm outputs are numbered from 0.
+
+/// Body of CMD_REQUEST_CHANGE_TIME.
+struct NET_CHANGE_TIME_INFO {
+    tuint32 time;  // 0  seconds since 1970
+};
+HLX_WIRE_RECORD(NET_CHANGE_TIME_INFO, 4);
+
+/// Body of CMD_REQUEST_COLOR_GET.
+struct NET_COLOR_QUERY {
+    tuint32 channel;  // 0
+};
+HLX_WIRE_RECORD(NET_COLOR_QUERY, 4);
+
+/// Body of CMD_REQUEST_COLOR_SET and _SAVE and of CMD_REPLY_CHNN_CTRL_COLOR. The values are on the scale of the defaults
+/// in PRODUCT_INFO.
+struct NET_COLOR_INFO {
+    tuint32 channel;    // 0
+    tuint8 brightness;  // 4
+    tuint8 contrast;    // 5
+    tuint8 saturation;  // 6
+    tuint8 hue;         // 7
+};
+HLX_WIRE_RECORD(NET_COLOR_INFO, 8);
+HLX_WIRE_OFFSET(NET_COLOR_INFO, hue, 7);
+
+constexpr tuint32 COLOR_VALUE_MAX = 255;
+
+/// Body of CMD_REQUEST_MANUAL_REC.
+struct NET_MANUAL_REC_INFO {
+    tuint32 channel;     // 0
+    tuint32 bStart;      // 4  1 begins to record, 0 ends it
+    tuint32 recordType;  // 8  as the recorder numbers them; 0 at the end
+};
+HLX_WIRE_RECORD(NET_MANUAL_REC_INFO, 12);
+
+/// One alarm output. The body of CMD_REQUEST_OPEN_ALARM and CMD_REQUEST_CLEAN_ALARM is a 32-bit count and that many of
+/// these.
+struct NET_ALARM_OUT_INFO {
+    tuint32 output;  // 0
+    tuint32 value;   // 4  as the application gave it
+};
+HLX_WIRE_RECORD(NET_ALARM_OUT_INFO, 8);
+
+constexpr tuint32 MAX_ALARM_OUT_NUM = 255;
+
+/// Body of CMD_REQUEST_PTZ_CTRL. Behind it, for PTZ_CMD_CRUISE_SET with stations only, a 32-bit count and that many
+/// NET_CRUISE_POINT_INFO.
+struct NET_PTZ_CTRL_INFO {
+    tuint32 channel;       //  0
+    tuint32 dwSpeed;       //  4
+    tuint32 dwPTZCommand;  //  8  a PTZ_COM_TYPE
+    tuint32 cmdValue;      // 12  preset or cruise; 0xFFFFFFFF for a command without
+};
+HLX_WIRE_RECORD(NET_PTZ_CTRL_INFO, 16);
+HLX_WIRE_OFFSET(NET_PTZ_CTRL_INFO, dwPTZCommand, 8);
+
+/// One station of a cruise, in the order of going.
+struct NET_CRUISE_POINT_INFO {
+    tuint32 dwPointIndex;  //  0
+    tuint32 dwPresetIdx;   //  4
+    tuint32 dwDwellSpeed;  //  8
+    tuint32 dwDwellTime;   // 12  seconds
+};
+HLX_WIRE_RECORD(NET_CRUISE_POINT_INFO, 16);
+
+/// presetNumOneCruise, a byte, bounds the stations of a cruise.
+constexpr tuint32 MAX_CRUISE_POINT_NUM = 255;
+
+/// One camera that the recorder is connected to. The body of CMD_REPLY_NET_DEVICE_LOG_GET_SUCC is a 32-bit count and that
+/// many of these. The texts need not be terminated.
+struct NET_IPC_DEVICE_INFO {
+    tuint32 deviceID;           //   0
+    tuint16 channel;            //   4
+    tuint16 status;             //   6  1 connected
+    char szEtherName[16];       //   8
+    char szServer[64];          //  24
+    tuint16 nPort;              //  88
+    tuint16 nHttpPort;          //  90
+    tuint16 nCtrlPort;          //  92
+    char szID[64];              //  94
+    char username[36];          // 158
+    tuint16 padding;            // 194
+    tuint32 manufacturerId;     // 196
+    char manufacturerName[36];  // 200
+    char productModel[36];      // 236
+    tuint8 bUseDefaultCfg;      // 272
+    tuint8 bPOEDevice;          // 273
+    tuint8 resv[2];             // 274
+    char szChlname[36];         // 276
+};
+HLX_WIRE_RECORD(NET_IPC_DEVICE_INFO, 312);
+HLX_WIRE_OFFSET(NET_IPC_DEVICE_INFO, manufacturerId, 196);
+HLX_WIRE_OFFSET(NET_IPC_DEVICE_INFO, szChlname, 276);
 
 #pragma pack(pop)
 

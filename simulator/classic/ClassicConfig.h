@@ -22,7 +22,8 @@ struct CLASSIC_RECORDER_CONFIG {
     std::vector<std::string> firstClips{"main-704x576-25.h264"};
     std::vector<std::string> secondClips{"sub-352x288-25.h264"};
     std::string sSoundClip = "speech-8000.alaw";
-    unsigned soundUnits = 1;  // units of 324 bytes in a sound frame, 1 to 25
+    std::string sJpegClip = "sub-352x288-25.mjpeg";  // pictures of all channels' JPEG streams
+    unsigned soundUnits = 1;                         // units of 324 bytes in a sound frame, 1 to 25
 
     double speed = 1.0;                 // 2: twice as fast as real time; 0: as fast as the client reads
     std::uint32_t packLimit = 8192;     // a longer message goes in pieces of at most so many bytes; 1024 at least
@@ -30,10 +31,13 @@ struct CLASSIC_RECORDER_CONFIG {
     std::chrono::milliseconds heartbeat{3000};  // from one to the next
 
     std::string sDeviceName = "Simulated recorder";
-    std::uint16_t deviceID = 1;     // product number
-    std::int16_t productSubID = 0;  // custom product sub-id in the first block
-    std::uint32_t registerID = 0;   // in the first block
-    unsigned diskCount = 2;         // 0 to 16
+    std::uint16_t deviceID = 1;                  // product number
+    std::int16_t productSubID = 0;               // custom product sub-id in the first block
+    std::uint32_t registerID = 0;                // in the first block
+    unsigned diskCount = 2;                      // 0 to 16
+    unsigned cameraCount = 2;                    // connected cameras, 0 to 64
+    std::chrono::milliseconds rebootDelay{200};  // from the reply to the end of the links
+    std::chrono::milliseconds rebootTime{2000};  // links are closed as they come for so long
 
     std::vector<SIM_FAULT> faults;
     bool bKeepDigests = false;  // keep a record of each frame sent, see CClassicRecorder::TakeSentFrames()

@@ -105,3 +105,26 @@ SIM_BYTES MakeDiskReply(const CLASSIC_RECORDER_CONFIG& config) {
     }
     return body;
 }
+
+SIM_BYTES MakeCameraReply(const CLASSIC_RECORDER_CONFIG& config) {
+    SIM_BYTES body;
+    const tuint32 count = config.cameraCount;
+    Append(body, RecordBytes(count));
+    for (tuint32 number = 1; number <= count; ++number) {
+        NET_IPC_DEVICE_INFO camera{};
+        camera.deviceID = number;
+        camera.channel = static_cast<tuint16>(number - 1);
+        camera.status = 1;
+        PutText(camera.szEtherName, "eth0");
+        PutText(camera.szServer, "192.0.2." + std::to_string(number));
+        camera.nPort = 9008;
+        camera.nHttpPort = 80;
+        camera.nCtrlPort = 9008;
+        PutText(camera.szID, "SIM-CAMERA-" + std::to_string(number));
+        PutText(camera.username, "admin");
+        PutText(camera.productModel, "Simulated camera");
+        PutText(camera.szChlname, "Camera " + std::to_string(number));
+        Append(body, RecordBytes(camera));
+    }
+    return body;
+}

@@ -24,6 +24,7 @@ bool CClassicRecorder::CheckConfig(std::string& sError) const {
         {config.soundUnits >= 1 && config.soundUnits <= 25, "A sound frame has 1 to 25 units."},
         {config.packLimit >= 1024, "Pieces of less than 1024 bytes are not sent."},
         {config.diskCount <= 16, "A recorder has at most 16 disks."},
+        {config.cameraCount <= 64, "A recorder has at most 64 connected cameras."},
         {config.speed >= 0, "The speed cannot be negative."},
         {config.heartbeat.count() > 0, "The time between heartbeats must be above 0."},
         {!config.firstClips.empty() && !config.secondClips.empty(), "Each stream needs a clip."},
@@ -60,6 +61,13 @@ bool CClassicRecorder::LoadSources(std::string& sError) {
     if (!LoadClips(config.secondClips, false, sources.second, sError)) return false;
     if (!LoadClips({config.sSoundClip}, true, sound, sError)) return false;
     sources.pSound = sound.front();
+    std::vector<std::shared_ptr<const CSimClip>> pictures;
+    if (!LoadClips({config.sJpegClip}, false, pictures, sError)) return false;
+    if (pictures.front()->Codec() != SIM_CODEC::MJPEG) {
+        sError = "The clip " + config.sJpegClip + " holds no JPEG pictures.";
+        return false;
+    }
+    sources.pJpeg = pictures.front();
     sources.soundUnits = config.soundUnits;
     return true;
 }
@@ -67,6 +75,7 @@ bool CClassicRecorder::LoadSources(std::string& sError) {
 bool CClassicRecorder::Start(std::string& sError) {
     if (Port() != 0) return true;
     if (!CheckConfig(sError) || !LoadSources(sError)) return false;
+    m_pState->downFrom = SIM_TIME::max();
     const auto maker = [pState = m_pState.get()](CSimLink& link) {
         return std::make_unique<CClassicSession>(link, *pState);
     };
@@ -90,6 +99,11 @@ std::uint64_t CClassicRecorder::CommandCount(tuint32 cmdType) const {
     const std::lock_guard guard(m_pState->lock);
     const auto found = m_pState->commands.find(cmdType);
     return found == m_pState->commands.end() ? 0 : found->second;
+}
+
+CClassicControl CClassicRecorder::Control() const {
+    const std::lock_guard guard(m_pState->lock);
+    return m_pState->control;
 }
 
 std::uint64_t CClassicRecorder::FramesSent() const {

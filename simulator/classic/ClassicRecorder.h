@@ -49,6 +49,9 @@ public:
     /// How often a request with this command id came, on all links.
     std::uint64_t CommandCount(tuint32 cmdType) const;
 
+    /// What the recorder remembers of control commands.
+    CClassicControl Control() const;
+
     /// Frames put on links, format frames among them.
     std::uint64_t FramesSent() const;
 

@@ -14,6 +14,22 @@ const CClassicSession::COMMAND_ROW CClassicSession::COMMANDS[] = {
     {CMD_REQUEST_STREAM_STOP, SIM_PHASE::STREAM, &CClassicSession::OnStreamStop},
     {CMD_REQUEST_LAST_STREAM_ERROR, SIM_PHASE::STREAM, &CClassicSession::OnLastStreamError},
     {CMD_REQUEST_KEYFRAME, SIM_PHASE::COMMAND, &CClassicSession::OnKeyFrame},
+    {CMD_REQUEST_REBOOT, SIM_PHASE::COMMAND, &CClassicSession::OnReboot},
+    {CMD_REQUEST_SHUTDOWN, SIM_PHASE::COMMAND, &CClassicSession::OnShutDown},
+    {CMD_REQUEST_CHANGE_TIME, SIM_PHASE::COMMAND, &CClassicSession::OnChangeTime},
+    {CMD_REQUEST_COLOR_GET, SIM_PHASE::COMMAND, &CClassicSession::OnColorGet},
+    {CMD_REQUEST_COLOR_SET, SIM_PHASE::COMMAND, &CClassicSession::OnColorSet},
+    {CMD_REQUEST_COLOR_SAVE, SIM_PHASE::COMMAND, &CClassicSession::OnColorSave},
+    {CMD_REQUEST_MANUAL_REC, SIM_PHASE::COMMAND, &CClassicSession::OnManualRecord},
+    {CMD_REQUEST_OPEN_ALARM, SIM_PHASE::COMMAND, &CClassicSession::OnOpenAlarm},
+    {CMD_REQUEST_CLEAN_ALARM, SIM_PHASE::COMMAND, &CClassicSession::OnCleanAlarm},
+    {CMD_REQUEST_PTZ_CTRL, SIM_PHASE::COMMAND, &CClassicSession::OnPtz},
+    {CMD_REQUEST_CFG_ENTER_IPCAM, SIM_PHASE::COMMAND, &CClassicSession::OnEnterCameras},
+    {CMD_REQUEST_CFG_LEAVE_IPCAM, SIM_PHASE::COMMAND, &CClassicSession::OnLeaveCameras},
+    {CMD_REQUEST_NET_DEVICE_LOG_GET, SIM_PHASE::COMMAND, &CClassicSession::OnGetCameras},
+    {CMD_REQUEST_JPEG_START, SIM_PHASE::STREAM, &CClassicSession::OnJpegStart},
+    {CMD_REQUEST_JPEG_CHANGE, SIM_PHASE::STREAM, &CClassicSession::OnJpegStart},
+    {CMD_REQUEST_JPEG_STOP, SIM_PHASE::STREAM, &CClassicSession::OnJpegStop},
 };
 
 namespace {
@@ -39,6 +55,7 @@ CClassicSession::CClassicSession(CSimLink& link, CLASSIC_STATE& state)
       m_pump(state.sources, state.config.speed, SIM_CLOCK::now()),
       m_sender(link, state),
       m_now(SIM_CLOCK::now()),
+      m_opened(m_now),
       m_nextHeartbeat(SIM_TIME::max()) {}
 
 CClassicSession::~CClassicSession() { EndSession(); }
@@ -68,6 +85,7 @@ bool CClassicSession::Interrupted(SIM_PHASE phase) {
 
 void CClassicSession::OnOpen(SIM_TIME now) {
     m_now = now;
+    if (now >= m_state.downFrom && now < m_state.downUntil) return m_link.Cut(SIM_CUT::CLOSE);
     ArmByteCut(false);
     if (Interrupted(SIM_PHASE::CONNECT)) return;
     const auto late = TakeFault(SIM_FAULT_KIND::HEAD_LATE, SIM_PHASE::CONNECT);
@@ -179,6 +197,8 @@ void CClassicSession::EndSession() {
     if (!m_bLoggedIn) return;
     m_bLoggedIn = false;
     --m_state.sessions;
+    OnLeaveCameras({});
+    m_masks = {};
     m_pump.SetMasks({}, m_now);
 }
 
@@ -191,10 +211,10 @@ void CClassicSession::OnStreamStart(SIM_BYTE_VIEW body) {
         return;
     }
     const tuint64 own = ChannelMask(m_state.config.channels);
-    SetMasks({wanted->fastVideoCH & own, wanted->secondVideoCH & own, wanted->audioCH & own});
+    SetMasks({wanted->fastVideoCH & own, wanted->secondVideoCH & own, wanted->audioCH & own, m_masks.jpeg});
 }
 
-void CClassicSession::OnStreamStop(SIM_BYTE_VIEW) { SetMasks({}); }
+void CClassicSession::OnStreamStop(SIM_BYTE_VIEW) { SetMasks({0, 0, 0, m_masks.jpeg}); }
 
 void CClassicSession::SetMasks(const CLASSIC_STREAM_MASKS& masks) {
     m_masks = masks;
@@ -244,7 +264,7 @@ void CClassicSession::StopStreamsByFault() {
     const tuint64 bit = tuint64{1} << *channel;
     if (((m_masks.first | m_masks.second) & bit) == 0) return;
     TakeFault(SIM_FAULT_KIND::STREAM_STOP, SIM_PHASE::ANY);
-    SetMasks({m_masks.first & ~bit, m_masks.second & ~bit, m_masks.sound & ~bit});
+    SetMasks({m_masks.first & ~bit, m_masks.second & ~bit, m_masks.sound & ~bit, m_masks.jpeg});
 }
 
 void CClassicSession::PumpFrames(SIM_TIME now) {
@@ -254,6 +274,7 @@ void CClassicSession::PumpFrames(SIM_TIME now) {
     while (m_link.IsUsable()) {
         m_bBlocked = m_link.Queued() >= m_state.config.queueLimit;
         if (m_bBlocked || !m_pump.NextFrame(now, frame)) return;
+        frame.info.time += m_state.control.timeOffset;
         m_sender.Send(frame);
     }
 }
@@ -267,8 +288,9 @@ SIM_TIME CClassicSession::OnDue(SIM_TIME now) {
         m_nextHeartbeat = now + m_state.config.heartbeat;
     }
     PumpFrames(now);
-    if (now >= m_closeDue) m_link.CutWhenSent(SIM_CUT::CLOSE);
-    SIM_TIME due = std::min({m_nextHeartbeat, m_firstBlockDue, m_closeDue});
+    const SIM_TIME closeDue = m_opened < m_state.downFrom ? std::min(m_closeDue, m_state.downFrom) : m_closeDue;
+    if (now >= closeDue) m_link.CutWhenSent(SIM_CUT::CLOSE);
+    SIM_TIME due = std::min({m_nextHeartbeat, m_firstBlockDue, closeDue});
     for (const DELAYED& later : m_delayed) due = std::min(due, later.due);
     return m_bBlocked ? due : std::min(due, m_pump.NextDue());
 }

@@ -44,6 +44,25 @@ private:
     void OnLastStreamError(SIM_BYTE_VIEW body);
     void OnKeyFrame(SIM_BYTE_VIEW body);
 
+    // Control (ClassicSession.Control.cpp)
+    void OnReboot(SIM_BYTE_VIEW body);
+    void OnShutDown(SIM_BYTE_VIEW body);
+    void OnChangeTime(SIM_BYTE_VIEW body);
+    void OnColorGet(SIM_BYTE_VIEW body);
+    void OnColorSet(SIM_BYTE_VIEW body);
+    void OnColorSave(SIM_BYTE_VIEW body);
+    void OnManualRecord(SIM_BYTE_VIEW body);
+    void OnOpenAlarm(SIM_BYTE_VIEW body);
+    void OnCleanAlarm(SIM_BYTE_VIEW body);
+    void OnPtz(SIM_BYTE_VIEW body);
+    void OnEnterCameras(SIM_BYTE_VIEW body);
+    void OnLeaveCameras(SIM_BYTE_VIEW body);
+    void OnGetCameras(SIM_BYTE_VIEW body);
+    void OnJpegStart(SIM_BYTE_VIEW body);
+    void OnJpegStop(SIM_BYTE_VIEW body);
+    void ReplyYesNo(bool bYes, tuint32 yes, tuint32 no);
+    void GoDown(SIM_TIME::duration downTime);
+
     void SendFirstBlock();
     bool Interrupted(SIM_PHASE phase);
     void ArmByteCut(bool bSpoken);
@@ -63,6 +82,7 @@ private:
     CLASSIC_STREAM_MASKS m_masks;  // what is being sent
     CFrameSender m_sender;
     SIM_TIME m_now;  // of the call that is being served
+    const SIM_TIME m_opened;
     SIM_TIME m_nextHeartbeat;
     SIM_TIME m_firstBlockDue = SIM_TIME::max();  // max once the block went out
     SIM_TIME m_closeDue = SIM_TIME::max();       // after a logout

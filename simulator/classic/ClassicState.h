@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "simulator/classic/ClassicConfig.h"
+#include "simulator/classic/ClassicControl.h"
 #include "simulator/classic/StreamPump.h"
 #include "simulator/SimEvent.h"
 #include "simulator/SimFault.h"
@@ -28,13 +29,19 @@ struct CLASSIC_STATE {
     CLASSIC_RECORDER_CONFIG config;  // does not change after the start, but for what stands apart below
     CLASSIC_SOURCES sources;
     CFaultPlan faults;
-    unsigned sessions = 0;  // logged in now; the recorder's thread
+
+    // The recorder's thread.
+    unsigned sessions = 0;                 // logged in now
+    unsigned cameraConfigurer = 0;         // number of the link that configures the cameras; 0 for none
+    SIM_TIME downFrom = SIM_TIME::max();   // start of a restart: links that were there before are closed
+    SIM_TIME downUntil = SIM_TIME::max();  // its end: until then links are closed as they come
 
     std::mutex lock;
     std::string sPassword;                      // lock
     std::map<tuint32, std::uint64_t> commands;  // lock; requests by command id
     std::vector<CLASSIC_SENT_FRAME> sent;       // lock
     std::uint64_t framesSent = 0;               // lock
+    CClassicControl control;                    // lock; written on the recorder's thread only, which reads without
 
     void Tell(const SIM_EVENT& event) const {
         if (config.observer) config.observer(event);

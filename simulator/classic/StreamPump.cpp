@@ -6,6 +6,7 @@ namespace {
 
 /// A track that is later than this does not run after the clock; the clock waits for it.
 constexpr auto MAX_LAG = std::chrono::seconds(1);
+constexpr std::int64_t JPEG_TIME = 200000;  // microseconds from picture to picture
 constexpr std::int64_t BLOCK_TIME = 40000;  // microseconds of sound in a unit
 constexpr tuint8 BLOCK_PREFIX[AUDIO_BLOCK_PREFIX] = {0x00, 0x01, 0x50, 0x00};
 
@@ -66,19 +67,20 @@ CStreamPump::CStreamPump(const CLASSIC_SOURCES& sources, double speed, SIM_TIME 
     : m_sources(sources), m_speed(speed), m_origin(now), m_wallOrigin(WallClock()) {}
 
 bool CStreamPump::IsWanted(const CLASSIC_STREAM_MASKS& masks, unsigned channel, KIND kind) const {
-    const tuint64 byKind[KIND_COUNT] = {masks.first, masks.second, masks.sound};
+    const tuint64 byKind[KIND_COUNT] = {masks.first, masks.second, masks.sound, masks.jpeg};
     return HasBit(byKind[kind], channel);
 }
 
 const CSimClip& CStreamPump::ClipOf(unsigned channel, KIND kind) const {
     if (kind == SOUND) return *m_sources.pSound;
+    if (kind == JPEG) return *m_sources.pJpeg;
     const auto& clips = kind == FIRST ? m_sources.first : m_sources.second;
     return *clips[channel % clips.size()];
 }
 
 void CStreamPump::StartTrack(unsigned channel, KIND kind, std::int64_t due) {
-    m_tracks.push_back({channel, kind, &ClipOf(channel, kind), 0, due, true});
-    if (kind == SOUND) return;
+    m_tracks.push_back({channel, kind, &ClipOf(channel, kind), 0, due, kind != JPEG});
+    if (kind == SOUND || kind == JPEG) return;
     // A picture that begins anew may have a new viewer, who must hear the sound's format too.
     for (TRACK& track : m_tracks) {
         if (track.channel == channel && track.kind == SOUND) track.bTellFormat = true;
@@ -89,7 +91,7 @@ void CStreamPump::SetMasks(const CLASSIC_STREAM_MASKS& masks, SIM_TIME now) {
     std::erase_if(m_tracks, [&](const TRACK& track) { return !IsWanted(masks, track.channel, track.kind); });
     const std::int64_t due = m_speed > 0 ? MediaTime(now) : m_lastDue;
     for (unsigned channel = 0; channel < 64; ++channel) {
-        for (const KIND kind : {FIRST, SECOND, SOUND}) {
+        for (const KIND kind : {FIRST, SECOND, SOUND, JPEG}) {
             if (IsWanted(masks, channel, kind) && !IsWanted(m_masks, channel, kind)) StartTrack(channel, kind, due);
         }
     }
@@ -97,7 +99,7 @@ void CStreamPump::SetMasks(const CLASSIC_STREAM_MASKS& masks, SIM_TIME now) {
 }
 
 void CStreamPump::RequestKeyFrame(tuint64 first, tuint64 second) {
-    const CLASSIC_STREAM_MASKS wanted{first, second, 0};
+    const CLASSIC_STREAM_MASKS wanted{first, second, 0, 0};
     for (TRACK& track : m_tracks) {
         if (IsWanted(wanted, track.channel, track.kind)) track.position = track.pClip->NextKeyFrame(track.position);
     }
@@ -141,6 +143,8 @@ bool CStreamPump::NextFrame(SIM_TIME now, CLASSIC_FRAME& frame) {
     if (pTrack->bTellFormat) {
         MakeFormat(*pTrack, frame);
         pTrack->bTellFormat = false;
+    } else if (pTrack->kind == JPEG) {
+        MakeJpeg(*pTrack, frame);
     } else if (pTrack->kind == SOUND) {
         MakeSound(*pTrack, frame);
     } else {
@@ -205,5 +209,16 @@ void CStreamPump::MakeSound(TRACK& track, CLASSIC_FRAME& frame) {
     }
     frame.data = m_buffer;
     track.due += BLOCK_TIME * m_sources.soundUnits;
+    ++m_frameIndex[track.channel][track.kind];
+}
+
+void CStreamPump::MakeJpeg(TRACK& track, CLASSIC_FRAME& frame) {
+    const auto& pictures = track.pClip->Frames();
+    frame.info.frameType = FRAME_TYPE_JPEG;
+    frame.info.frameAttrib = LIVE_FRAME_JPEG;
+    frame.info.keyFrame = 1;
+    frame.data = pictures[track.position].data;
+    track.position = (track.position + 1) % pictures.size();
+    track.due += JPEG_TIME;
     ++m_frameIndex[track.channel][track.kind];
 }

@@ -15,6 +15,7 @@ struct CLASSIC_SOURCES {
     std::vector<std::shared_ptr<const CSimClip>> first;   // never empty; channel n streams number n modulo the count
     std::vector<std::shared_ptr<const CSimClip>> second;  // likewise
     std::shared_ptr<const CSimClip> pSound;
+    std::shared_ptr<const CSimClip> pJpeg;
     unsigned soundUnits = 1;  // units of 324 bytes in a sound frame
 };
 
@@ -23,6 +24,7 @@ struct CLASSIC_STREAM_MASKS {
     tuint64 first = 0;
     tuint64 second = 0;
     tuint64 sound = 0;
+    tuint64 jpeg = 0;
 };
 
 /// A frame to be sent; `data` is valid until the pump is used again.
@@ -53,7 +55,7 @@ public:
     bool NextFrame(SIM_TIME now, CLASSIC_FRAME& frame);
 
 private:
-    enum KIND { FIRST, SECOND, SOUND, KIND_COUNT };
+    enum KIND { FIRST, SECOND, SOUND, JPEG, KIND_COUNT };
     struct TRACK {
         unsigned channel = 0;
         KIND kind = FIRST;
@@ -74,6 +76,7 @@ private:
     void MakeFormat(const TRACK& track, CLASSIC_FRAME& frame);
     void MakeVideo(TRACK& track, CLASSIC_FRAME& frame);
     void MakeSound(TRACK& track, CLASSIC_FRAME& frame);
+    void MakeJpeg(TRACK& track, CLASSIC_FRAME& frame);
 
     const CLASSIC_SOURCES& m_sources;
     const double m_speed;

@@ -65,10 +65,11 @@ unsigned int CLiveMan::FreeStreamID(LONG lUserID, LONG lChannel) const {
     return streamID;
 }
 
-bool CLiveMan::IsOpen(LONG lDeviceHandle, LONG lChannel, const DWORD* pStreamType) const {
+/// True if the wanted stream cannot share the session: the channel is open on it, or, for a capture, the ring is taken.
+bool CLiveMan::IsOpen(const LIVE_STREAM_INFO& wanted, bool bSameTypeOnly) const {
     return std::any_of(m_streamInfoArray.begin(), m_streamInfoArray.end(), [&](const Stream& stream) {
-        return stream->lDeviceHandle == lDeviceHandle && stream->channel == lChannel &&
-               (!pStreamType || stream->streamType == *pStreamType);
+        return stream->lDeviceHandle == wanted.lPrimalDeviceHandle && stream->channel == wanted.channel &&
+               (stream->streamType == wanted.streamType || !(bSameTypeOnly || stream->bCapture));
     });
 }
 
@@ -100,9 +101,7 @@ bool CLiveMan::ChooseSession(LIVE_STREAM_INFO& stream) {
         stream.streamID = FreeStreamID(stream.lPrimalDeviceHandle, stream.channel);
         if (stream.streamID > MAX_STREAM_NUM_PER_CHANNEL) return Failure(HLX_MAX_PLAYERPORT);
         const bool bOwnLinkOnly = session && session->bAutoRegisterMode;
-        if (!session ||
-            !IsOpen(stream.lPrimalDeviceHandle, stream.channel, bOwnLinkOnly ? &stream.streamType : nullptr))
-            return true;
+        if (!session || !IsOpen(stream, bOwnLinkOnly)) return true;
     }
     stream.lDeviceHandle =
         m_pDeviceMan->AddDevice(session->sDeviceIP, session->wDevicePort, session->sUserName, session->sPassword,
@@ -154,6 +153,7 @@ bool CLiveMan::StartStream(LIVE_STREAM_INFO& stream) {
 
 /// Joins the thread, which may be in the application's callback, and gives the ring back.
 void CLiveMan::EndStream(LIVE_STREAM_INFO& stream) {
+    DropCaptures(stream);
     SetRunFlag(stream.bProcessing, false);
     m_pDataBufferMan->WakeReader(stream.bufferID);
     PUB_ExitThread(&stream.hThreadCallBackData, &stream.bProcessing);
@@ -165,6 +165,8 @@ void CLiveMan::CloseSession(const LIVE_STREAM_INFO& stream) {
 }
 
 void CLiveMan::StopDeviceSide(const LIVE_STREAM_INFO& stream) {
+    if (!stream.captures.empty()) m_pDeviceMan->StopJpegStream(stream.lDeviceHandle, stream.channel);
+    if (stream.bCapture) return;
     const bool bFirstStream = IsFirstStream(stream.streamType);
     const bool bShared = std::any_of(m_streamInfoArray.begin(), m_streamInfoArray.end(), [&](const Stream& other) {
         return other.get() != &stream && other->lDeviceHandle == stream.lDeviceHandle &&
@@ -261,7 +263,6 @@ BOOL CLiveMan::Volume(POINTERHANDLE lLiveHandle, WORD) { return RefreshPlay(lLiv
 BOOL CLiveMan::SaveLiveData(POINTERHANDLE, const char*) { return Failure(HLX_NOSUPPORT); }
 BOOL CLiveMan::StopSaveLiveData(POINTERHANDLE) { return Failure(HLX_NOSUPPORT); }
 BOOL CLiveMan::CapturePicture(POINTERHANDLE, const char*) { return Failure(HLX_NOSUPPORT); }
-BOOL CLiveMan::CapturePicture(LONG, LONG, char*, DWORD, LPDWORD) { return Failure(HLX_NOSUPPORT); }
 
 BOOL CLiveMan::MakeKeyFrame(LONG lUserID, LONG lChannel) {
     return m_pDeviceMan->RequestKeyFrame(lUserID, lChannel, true, HLX_MAIN_STREAM);

@@ -24,14 +24,27 @@ struct LIVE_CALLBACKS {
     void* pLiveDataCBParam = nullptr;
 };
 
+/// A picture that a thread waits for. Shared by that thread and the stream, so that either may go first.
+struct LIVE_CAPTURE {
+    CPUB_Lock lock;           // leaf; guards all below
+    bool isCapturing = true;  // false: the rest is settled and pCaptureBuffer is not touched any more
+    char* pCaptureBuffer = nullptr;
+    size_t captureBufSize = 0;  // room; then the picture's size, 0 for a picture that is larger
+    DWORD error = HLX_SUCCESS;  // of a capture that ended without a picture
+    CWaitEvent captured;
+};
+
 /// One stream. Its address is the application's handle.
 struct LIVE_STREAM_INFO {
     POINTERHANDLE lLiveHandle = 0;
     LONG lDeviceHandle = 0;        // session that carries the stream; differs from the next for an extra stream
     LONG lPrimalDeviceHandle = 0;  // the user id that the application gave
     LONG channel = 0;
-    DWORD streamType = 0;    // an HLX_STREAM_TYPE value
-    CPUB_Lock callbackLock;  // leaf; guards the two members below
+    DWORD streamType = 0;                                 // an HLX_STREAM_TYPE value
+    bool bCapture = false;                                // made for CapturePicture, by no LivePlay
+    CPUB_Lock captureLock;                                // before that of a capture; guards the next
+    std::vector<std::shared_ptr<LIVE_CAPTURE>> captures;  // under way; changed under m_streamLock too
+    CPUB_Lock callbackLock;                               // leaf; guards the two members below
     LIVE_CALLBACKS callbacks;
     DRAW_FUN_CALLBACK pDrawCallback =
         nullptr;  // stored for the application, as is the next pair; guarded by m_streamLock
@@ -112,6 +125,10 @@ public:
 
     /// No picture can be taken from a live stream: nothing decodes here.
     BOOL CapturePicture(POINTERHANDLE lLiveHandle, const char* sPicFileName);
+    /// Waits at most 10 s for the next picture of the device's JPEG stream of the channel, which runs for so long. The stream of
+    /// type HLX_THIRD_STREAM takes the picture; it is made if there is none. Fails with HLX_OPER_NOPERMIT inside a frame
+    /// callback, HLX_NOENOUGH_BUF, HLX_CREATEJPEGSTREAM_FAIL (the request did not go out), HLX_NETWORK_NOT_CONNECT (link fell, or
+    /// the session ends) or HLX_NETWORK_RECV_TIMEOUT. Any thread; calls for one channel share a stream.
     BOOL CapturePicture(LONG lUserID, LONG lChannel, char* pBuffer, DWORD dwSize, LPDWORD pReturned);
 
     BOOL MakeKeyFrame(LONG lUserID, LONG lChannel);
@@ -135,7 +152,7 @@ private:
     // m_streamLock held
     LIVE_STREAM_INFO* Find(POINTERHANDLE lLiveHandle) const;
     unsigned int FreeStreamID(LONG lUserID, LONG lChannel) const;
-    bool IsOpen(LONG lDeviceHandle, LONG lChannel, const DWORD* pStreamType) const;
+    bool IsOpen(const LIVE_STREAM_INFO& wanted, bool bSameTypeOnly) const;
     void StopDeviceSide(const LIVE_STREAM_INFO& stream);
     template <class Action>
     BOOL WithStream(POINTERHANDLE lLiveHandle, Action&& action);
@@ -146,6 +163,15 @@ private:
     bool StartStream(LIVE_STREAM_INFO& stream);
     void EndStream(LIVE_STREAM_INFO& stream);
     Stream TakeStream(POINTERHANDLE lLiveHandle);
+
+    // Capturing (LiveCapture.cpp)
+    LIVE_STREAM_INFO* CaptureStream(LONG lUserID, LONG lChannel);  // m_streamLock held
+    bool BeginCapture(LONG lUserID, LONG lChannel, const std::shared_ptr<LIVE_CAPTURE>& capture);
+    void WaitForPicture(LONG lUserID, LIVE_CAPTURE& capture);
+    void EndCapture(const std::shared_ptr<LIVE_CAPTURE>& capture);
+    static bool RemoveCapture(LIVE_STREAM_INFO& stream, const std::shared_ptr<LIVE_CAPTURE>& capture);
+    static void TakePicture(LIVE_STREAM_INFO& stream, const unsigned char* pData, size_t length);
+    static void DropCaptures(LIVE_STREAM_INFO& stream);
 
     // Resuming (LiveResume.cpp)
     bool StartResuming();

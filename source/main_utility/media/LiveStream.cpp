@@ -86,6 +86,7 @@ void CLiveMan::ProcessFrame(LIVE_STREAM_INFO& stream, const HLX_FRAME_INFO& fram
         KeepFormat(stream.waveInfo, frame, pData);
         return;
     }
+    if (frame.frameType == DD_FRAME_TYPE_JPEG) return TakePicture(stream, pData, frame.length);
     LIVE_CALLBACKS callbacks;
     {
         std::lock_guard guard(stream.callbackLock);

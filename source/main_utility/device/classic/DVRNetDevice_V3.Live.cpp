@@ -113,3 +113,29 @@ BOOL CDVRNetDevice_V3::RequestKeyFrame(LONG lChannel, BOOL bFirstStream, unsigne
     }
     return SendRequestCmd(CMD_REQUEST_KEYFRAME, BodyOf(info));
 }
+
+// ---- JPEG pictures ----
+
+bool CDVRNetDevice_V3::SendJpegMask(tuint32 dwCmdType) {
+    const NET_JPEG_STREAM_INFO info = {LIVE_STREAM_ID, m_ullJpegStream};
+    return SendRequestCmd(dwCmdType, BodyOf(info));
+}
+
+BOOL CDVRNetDevice_V3::StartJpegStream(LONG lChannel) {
+    if (m_deviceStatus == NET_DEVICE_STATUS_DISCONNECT) return Failure(HLX_NETWORK_NOT_CONNECT);
+    if (!HasChannel(lChannel)) return Failure(HLX_CHANNEL_ERROR);
+    std::lock_guard guard(m_streamLock);
+    const tuint64 before = m_ullJpegStream.fetch_or(ChannelBit(lChannel));
+    if (before & ChannelBit(lChannel)) return true;
+    if (SendJpegMask(before ? CMD_REQUEST_JPEG_CHANGE : CMD_REQUEST_JPEG_START)) return true;
+    m_ullJpegStream &= ~ChannelBit(lChannel);
+    return false;
+}
+
+BOOL CDVRNetDevice_V3::StopJpegStream(LONG lChannel) {
+    if (lChannel < 0 || lChannel >= MAX_CHANNELS) return Failure(HLX_CHANNEL_ERROR);
+    std::lock_guard guard(m_streamLock);
+    const tuint64 before = m_ullJpegStream.fetch_and(~ChannelBit(lChannel));
+    if ((before & ChannelBit(lChannel)) == 0) return true;
+    return SendJpegMask(m_ullJpegStream ? CMD_REQUEST_JPEG_CHANGE : CMD_REQUEST_JPEG_STOP);
+}

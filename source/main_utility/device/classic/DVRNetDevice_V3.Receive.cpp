@@ -141,6 +141,12 @@ void CDVRNetDevice_V3::CollectReceivers() {
             if (bufferID) m_receivers.push_back(bufferID);
         }
     }
+    if (frame.frameType == DD_FRAME_TYPE_JPEG && frame.channel < MAX_CHANNELS &&
+        (m_ullJpegStream >> frame.channel & 1)) {
+        // The ring of pictures need not have a task. It gets each picture once.
+        const unsigned int pictures = LIVE_BUFFER_ID(m_deviceID, frame.channel, HLX_THIRD_STREAM);
+        if (std::ranges::find(m_receivers, pictures) == m_receivers.end()) m_receivers.push_back(pictures);
+    }
 }
 
 void CDVRNetDevice_V3::PushFrame(unsigned int bufferID, const unsigned char* pData) {

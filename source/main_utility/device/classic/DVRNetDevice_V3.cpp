@@ -206,6 +206,7 @@ BOOL CDVRNetDevice_V3::Logout() {
 void CDVRNetDevice_V3::ClearStreams() {
     m_ullFirstStream = 0;
     m_ullSecondStream = 0;
+    m_ullJpegStream = 0;
     std::lock_guard guard(m_ChanelTaskInfoLock);
     m_ChanelTaskInfo.clear();
 }

@@ -79,13 +79,51 @@ public:
     BOOL StopLiveHandle(LONG lChannel, BOOL bFirstStream, unsigned int bufid) override;
     BOOL RequestKeyFrame(LONG lChannel, BOOL bFirstStream, unsigned int streamType) override;
 
+    // Pictures
+    /// Asks for a channel's JPEG pictures. They go to its live rings and to LIVE_BUFFER_ID(id, channel, HLX_THIRD_STREAM). Sends only,
+    /// nothing for a channel that is on (off). Fails with 9, 10, 4.
+    BOOL StartJpegStream(LONG lChannel) override;
+    BOOL StopJpegStream(LONG lChannel) override;
+
+    // Control. Those that wait do so for 10 s at most; each fails with 9, 10, 12 as the link does, 4 for a channel that the recorder
+    // has not, 20 for a bad argument, 32 when the recorder says no, unless told otherwise.
+    /// True once the recorder says that it goes; its link falls then. A recorder that goes without a word gives 9.
+    BOOL RebootDVR() override;
+    BOOL ShutDownDVR() override;
+    /// `uTime`: seconds since 1970.
+    BOOL ChangTime(unsigned int uTime) override;
+    /// Colour values are 0 to 255. 13 for a reply that is too short or tells of another channel.
+    BOOL GetVideoColor(LONG lChannel, DWORD* pBrightness, DWORD* pContrast, DWORD* pSaturation, DWORD* pHue) override;
+    BOOL GetVideoColor_Ex(LONG lChannel, HLX_IMAGE_EFFECT_T* pBrightness, HLX_IMAGE_EFFECT_T* pContrast,
+                          HLX_IMAGE_EFFECT_T* pSaturation, HLX_IMAGE_EFFECT_T* pHue) override;
+    /// Sends only.
+    BOOL SetVideoColor(LONG lChannel, DWORD dwBrightness, DWORD dwContrast, DWORD dwSaturation, DWORD dwHue) override;
+    BOOL SetVideoColor_Ex(LONG lChannel, DWORD dwBrightness, DWORD dwContrast, DWORD dwSaturation,
+                          DWORD dwHue) override {
+        return SetVideoColor(lChannel, dwBrightness, dwContrast, dwSaturation, dwHue);
+    }
+    BOOL SaveVideoColor(LONG lChannel, DWORD dwBrightness, DWORD dwContrast, DWORD dwSaturation, DWORD dwHue) override;
+    /// What the recorder told at the login. Sends nothing.
+    BOOL GetDefaultVideoColor(DWORD* pBrightness, DWORD* pContrast, DWORD* pSaturation, DWORD* pHue) override;
+    /// Sends only. `lRecordType`: as the recorder numbers them.
+    BOOL StartDVRRecord(LONG lChannel, LONG lRecordType) override;
+    BOOL StopDVRRecord(LONG lChannel) override;
+    /// Sends only. `pAlarmNum`: 1 to 255 outputs, each below the recorder's number of alarm outputs.
+    BOOL SetDeviceAlarm(LONG* pAlarmOut, LONG* pValue, LONG* pAlarmNum, BOOL bAlarmOpen) override;
+    /// 18 when the recorder says no. `bFlag` and `bFirstStream` have no place on the wire.
+    BOOL PTZControl(LONG lChannel, DWORD dwPTZCommand, DWORD dwValue, DWORD dwSpeed, BOOL bFlag,
+                    BOOL bFirstStream) override;
+    /// Writes a cruise of 1 to 255 stations; numbers as PTZControl.
+    BOOL PTZSetCruise(LONG lChannel, BYTE byCruise, DD_CRUISE_POINT_INFO* pPoints, WORD wPointNum, BOOL bFlag) override;
+    /// Cameras that the recorder is connected to, at most `lMaxNum`. Two requests. 15 while somebody else configures them, 13 for
+    /// a reply that is too short.
+    BOOL GetDeviceIPCInfo(HLX_IPC_DEVICE_INFO* pInfo, LONG lMaxNum, LONG* pNum) override;
+
     // Talk frames that came
     BOOL GetTalkFrame(FRAME_INFO_EX& frame) override { return m_talkFrames.Pop(frame); }
     void ReleaseTalkBuf(const FRAME_INFO_EX& frame) override { CTalkFrameQueue::Release(frame); }
 
     // Not offered: each fails with HLX_NOSUPPORT.
-    BOOL StartJpegStream(LONG) override { return Refuse(); }
-    BOOL StopJpegStream(LONG) override { return Refuse(); }
     BOOL CapturePicture(LONG, LONG, char*, DWORD, LPDWORD) override { return Refuse(); }
     BOOL CaptureJPEGData_V2(const char*, WORD, LONG, char*, DWORD, LPDWORD) override { return Refuse(); }
     BOOL SearchPictures(HLX_IMAGE_SREACH, LONG, HLX_IMAGE*, LONG*) override { return Refuse(); }
@@ -115,23 +153,6 @@ public:
     BOOL PlaybackSetTime(LONG*, LONG, const DD_TIME&, const DD_TIME&, DWORD) override { return Refuse(); }
     BOOL DownLoadByTime(LONG, BOOL, const DD_TIME&, const DD_TIME&) override { return Refuse(); }
     BOOL StopDownLoad(LONG) override { return Refuse(); }
-    BOOL StartDVRRecord(LONG, LONG) override { return Refuse(); }
-    BOOL StopDVRRecord(LONG) override { return Refuse(); }
-    BOOL GetVideoColor(LONG, DWORD*, DWORD*, DWORD*, DWORD*) override { return Refuse(); }
-    BOOL SetVideoColor(LONG, DWORD, DWORD, DWORD, DWORD) override { return Refuse(); }
-    BOOL GetVideoColor_Ex(LONG, HLX_IMAGE_EFFECT_T*, HLX_IMAGE_EFFECT_T*, HLX_IMAGE_EFFECT_T*,
-                          HLX_IMAGE_EFFECT_T*) override {
-        return Refuse();
-    }
-    BOOL SetVideoColor_Ex(LONG, DWORD, DWORD, DWORD, DWORD) override { return Refuse(); }
-    BOOL SaveVideoColor(LONG, DWORD, DWORD, DWORD, DWORD) override { return Refuse(); }
-    BOOL GetDefaultVideoColor(DWORD*, DWORD*, DWORD*, DWORD*) override { return Refuse(); }
-    BOOL SetDeviceAlarm(LONG*, LONG*, LONG*, BOOL) override { return Refuse(); }
-    BOOL ChangTime(unsigned int) override { return Refuse(); }
-    BOOL RebootDVR() override { return Refuse(); }
-    BOOL ShutDownDVR() override { return Refuse(); }
-    BOOL PTZControl(LONG, DWORD, DWORD, DWORD, BOOL, BOOL) override { return Refuse(); }
-    BOOL PTZSetCruise(LONG, BYTE, DD_CRUISE_POINT_INFO*, WORD, BOOL) override { return Refuse(); }
     BOOL ChangeDiskProperty(DVR_DISK_INFO*) override { return Refuse(); }
     LONG FormatDisk(DVR_DISK_INFO*) override { return Refuse(LONG{-1}); }
     BOOL GetFormatProgress(LONG*, LONG*) override { return Refuse(); }
@@ -158,7 +179,6 @@ public:
     LONG GetAlarmInfoEx(HLX_ALARMINFO_EX*, LONG) override { return Refuse(LONG{-1}); }
     LONG GetRecordStatus(HLX_RECORD_STATUS*, LONG) override { return Refuse(LONG{-1}); }
     LONG GetRecordStatusEx(HLX_RECORD_STATUS_EX*, LONG) override { return Refuse(LONG{-1}); }
-    BOOL GetDeviceIPCInfo(HLX_IPC_DEVICE_INFO*, LONG, LONG*) override { return Refuse(); }
     BOOL GetAlarmStatus(void*, unsigned int, void*, unsigned int*, int*, BOOL) override { return Refuse(); }
 
 protected:
@@ -193,6 +213,16 @@ private:
     HLX_ERROR AskQuietly(tuint32 dwCmdType, Body body, std::initializer_list<tuint32> accepted, REPLY_CMD_DATA& reply);
     std::optional<REPLY_CMD_DATA> Ask(tuint32 dwCmdType, Body body, std::initializer_list<tuint32> accepted);
 
+    /// Waits for `yes` or `no`; the latter sets `refused`.
+    bool AskYesNo(tuint32 dwCmdType, Body body, tuint32 yes, tuint32 no, HLX_ERROR refused = HLX_DVR_OPRATE_FAILED);
+
+    // Control
+    std::optional<NET_COLOR_INFO> ColorInfo(LONG lChannel, DWORD dwBrightness, DWORD dwContrast, DWORD dwSaturation,
+                                            DWORD dwHue);
+    std::optional<NET_COLOR_INFO> AskColor(LONG lChannel);
+    bool SendManualRecord(LONG lChannel, bool bStart, LONG lRecordType);
+    bool AskIPCInfo(HLX_IPC_DEVICE_INFO* pInfo, LONG lMaxNum, LONG* pNum);
+
     // Login
     HLX_ERROR LoginOnLink(const char* sUserName, const char* sPassword);
     HLX_ERROR SendLogin();
@@ -217,6 +247,7 @@ private:
     bool AddTask(LONG lChannel, BOOL bFirstStream, unsigned int bufid);
     HLX_ERROR StreamRefusal();
     bool SendStreamMasks(tuint32 dwCmdType);
+    bool SendJpegMask(tuint32 dwCmdType);
     bool HasChannel(LONG lChannel);
     std::atomic<tuint64>& StreamMask(BOOL bFirstStream) { return bFirstStream ? m_ullFirstStream : m_ullSecondStream; }
 
@@ -235,6 +266,7 @@ private:
     CPUB_Lock m_streamLock;
     std::atomic<tuint64> m_ullFirstStream{0};
     std::atomic<tuint64> m_ullSecondStream{0};
+    std::atomic<tuint64> m_ullJpegStream{0};
 
     CPUB_Lock m_ChanelTaskInfoLock;
     std::vector<DVR_CHANEL_TASKINFO>

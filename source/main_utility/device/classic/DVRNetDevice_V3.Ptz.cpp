@@ -1,0 +1,29 @@
+// Cameras that the classic recorder moves.
+#include "main_utility/device/classic/DVRNetDevice_V3.h"
+
+BOOL CDVRNetDevice_V3::PTZControl(LONG lChannel, DWORD dwPTZCommand, DWORD dwValue, DWORD dwSpeed, BOOL, BOOL) {
+    if (!HasChannel(lChannel)) return Failure(HLX_CHANNEL_ERROR);
+    if (dwPTZCommand > PTZ_CMD_AUTO_SCAN_STOP) return Failure(HLX_PARAMETER_ERROR);
+    const NET_PTZ_CTRL_INFO info = {static_cast<tuint32>(lChannel), dwSpeed, dwPTZCommand, dwValue};
+    return AskYesNo(CMD_REQUEST_PTZ_CTRL, BodyOf(info), CMD_REPLY_PTZ_SEND_CMD_SUC, CMD_REPLY_PTZ_SEND_CMD_FAIL,
+                    HLX_ERROR_SERIALPORT);
+}
+
+BOOL CDVRNetDevice_V3::PTZSetCruise(LONG lChannel, BYTE byCruise, DD_CRUISE_POINT_INFO* pPoints, WORD wPointNum, BOOL) {
+    if (!HasChannel(lChannel)) return Failure(HLX_CHANNEL_ERROR);
+    if (!pPoints || wPointNum == 0 || wPointNum > MAX_CRUISE_POINT_NUM) return Failure(HLX_PARAMETER_ERROR);
+    struct {
+        NET_PTZ_CTRL_INFO control;
+        tuint32 count;
+        NET_CRUISE_POINT_INFO points[MAX_CRUISE_POINT_NUM];
+    } body;
+    body.control = {static_cast<tuint32>(lChannel), 0, PTZ_CMD_CRUISE_SET, byCruise};
+    body.count = wPointNum;
+    for (WORD i = 0; i < wPointNum; ++i) {
+        const DD_CRUISE_POINT_INFO& point = pPoints[i];
+        body.points[i] = {point.dwPointIndex, point.dwPresetIdx, point.dwDwellSpeed, point.dwDwellTime};
+    }
+    const size_t length = sizeof(body.control) + sizeof(body.count) + wPointNum * sizeof(NET_CRUISE_POINT_INFO);
+    return AskYesNo(CMD_REQUEST_PTZ_CTRL, BodyOf(body).first(length), CMD_REPLY_PTZ_SEND_CMD_SUC,
+                    CMD_REPLY_PTZ_SEND_CMD_FAIL, HLX_ERROR_SERIALPORT);
+}

@@ -1,0 +1,229 @@
+// An application steers a recorder.
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
+#include <thread>
+
+#include "simulator/SimBytes.h"
+#include "System.h"
+
+namespace {
+
+class ControlTest : public CSystemTest {
+protected:
+    void LogIn(CLASSIC_RECORDER_CONFIG config = Fast(4)) {
+        m_pRecorder = &StartRecorder(std::move(config));
+        m_user = Login();
+        ASSERT_GT(m_user, 0);
+    }
+    CClassicControl Control() const { return m_pRecorder->Control(); }
+
+    CClassicRecorder* m_pRecorder = nullptr;
+    LONG m_user = 0;
+};
+
+TEST_F(ControlTest, ColourIsKeptWhenSaved) {
+    CLASSIC_RECORDER_CONFIG config = Fast(4);
+    config.rebootTime = std::chrono::milliseconds(1);
+    config.rebootDelay = std::chrono::milliseconds(100);
+    LogIn(config);
+    EXPECT_TRUE(HLX_SaveVideoEffect(m_user, 3, 1, 2, 3, 4));
+    EXPECT_TRUE(HLX_SetVideoEffect(m_user, 3, 11, 12, 13, 14));
+    DWORD b = 0, c = 0, s = 0, h = 0;
+    EXPECT_TRUE(HLX_GetVideoEffect(m_user, 3, &b, &c, &s, &h));
+    EXPECT_TRUE(b == 11 && c == 12 && s == 13 && h == 14);
+    HLX_IMAGE_EFFECT_T effects[4]{};
+    EXPECT_TRUE(HLX_GetVideoEffect_Ex(m_user, 0, &effects[0], &effects[1], &effects[2], &effects[3]));
+    EXPECT_TRUE(effects[3].curValue == 128 && effects[3].defaultValue == 128 && effects[3].maxValue == 255);
+
+    EXPECT_TRUE(HLX_RebootDVR(m_user));
+    EXPECT_TRUE(m_events.WaitFor(SIM_EVENT_KIND::CLOSED, 1, std::chrono::seconds(5)));
+    HLX_Logout(m_user);
+    ASSERT_TRUE(WaitUntil([&] { return (m_user = Login()) > 0; }));
+    EXPECT_TRUE(HLX_GetVideoEffect(m_user, 3, &b, &c, &s, &h));
+    EXPECT_TRUE(b == 1 && c == 2 && s == 3 && h == 4);
+}
+
+TEST_F(ControlTest, CameraRemembersItsPlaces) {
+    LogIn();
+    EXPECT_TRUE(HLX_PTZControl_Other(m_user, 2, PTZ_CMD_RIGHT_UP, 5));
+    EXPECT_TRUE(HLX_PTZPreset_Other(m_user, 2, PTZ_CMD_PRESET_SET, 9));
+    EXPECT_TRUE(HLX_PTZControl_Other(m_user, 2, PTZ_CMD_LEFT, 8));
+    EXPECT_TRUE(HLX_PTZControl_Other(m_user, 2, PTZ_CMD_STOP, 0));
+    EXPECT_EQ(Control().ptz[2].position, (CLASSIC_PTZ_POSITION{-3, 5}));
+
+    CReceiver receiver;
+    const POINTERHANDLE live = receiver.Play(m_user, 2);
+    EXPECT_TRUE(HLX_PTZPreset(live, PTZ_CMD_PRESET_GO, 9));
+    EXPECT_EQ(Control().ptz[2].position, (CLASSIC_PTZ_POSITION{5, 5}));
+    EXPECT_FALSE(HLX_PTZPreset(live, PTZ_CMD_PRESET_GO, 10));
+    EXPECT_EQ(HLX_GetLastError(), DWORD{HLX_ERROR_SERIALPORT});
+
+    const DD_CRUISE_POINT_INFO points[] = {{0, 9, 1, 2}, {1, 3, 4, 5}};
+    EXPECT_FALSE(HLX_PTZCruise(live, PTZ_CMD_CRUISE_RUN, 4));
+    EXPECT_TRUE(HLX_PTZSetCruise(live, 4, points, 2));
+    EXPECT_TRUE(HLX_PTZCruise_Other(m_user, 2, PTZ_CMD_CRUISE_RUN, 4));
+    EXPECT_EQ(Control().ptz[2].cruises[4].at(1).dwDwellTime, 5u);
+    EXPECT_TRUE(Control().ptz[1].presets.empty());
+}
+
+TEST_F(ControlTest, RecordingAlarmsCamerasAndClock) {
+    LogIn(Fast(4, 1));
+    EXPECT_TRUE(HLX_StartDVRRecord(m_user, 0, 1) && HLX_StartDVRRecord(m_user, 3, 1) && HLX_StopDVRRecord(m_user, 0));
+    LONG outputs[] = {1, 2}, values[] = {5, 6}, num = 2, one = 1;
+    EXPECT_TRUE(HLX_SetDeviceManualAlarm(m_user, outputs, values, &num, 1));
+    EXPECT_TRUE(HLX_SetDeviceManualAlarm(m_user, outputs, values, &one, 0));
+    HLX_IPC_DEVICE_INFO cameras[4]{};
+    LONG count = 0;
+    EXPECT_TRUE(HLX_GetDeviceIPCInfo(m_user, cameras, 4, &count));  // its reply comes behind what was only sent
+    EXPECT_TRUE(count == 2 && std::string(cameras[1].szServer) == "192.0.2.2" && cameras[1].channel == 1);
+    EXPECT_EQ(Control().manualRecord, 8u);
+    EXPECT_EQ(Control().alarmOut, (std::map<tuint32, tuint32>{{2, 6}}));
+
+    constexpr UINT NEW_TIME = 1'600'000'000;
+    EXPECT_TRUE(HLX_ChangTime(m_user, NEW_TIME));
+    CReceiver receiver;
+    receiver.Play(m_user, 0);
+    ASSERT_TRUE(receiver.WaitForFrames(1));
+    const LONGLONG told = receiver.Frames().back().info.time / 1000000;
+    EXPECT_TRUE(told >= NEW_TIME - 1 && told < NEW_TIME + 30) << told;
+}
+
+TEST_F(ControlTest, RebootDropsEveryLinkAndComesBack) {
+    CLASSIC_RECORDER_CONFIG config = Fast(4);
+    config.rebootTime = std::chrono::milliseconds(300);
+    LogIn(config);
+    const LONG other = Login();
+    EXPECT_TRUE(HLX_RebootDVR(m_user));
+    EXPECT_TRUE(m_events.WaitFor(SIM_EVENT_KIND::CLOSED, 2, std::chrono::seconds(5)));
+    DWORD value = 0;
+    EXPECT_TRUE(WaitUntil([&] {
+        return !HLX_GetVideoEffect(other, 0, &value, &value, &value, &value) &&
+               HLX_GetLastError() == HLX_NETWORK_NOT_CONNECT;
+    }));
+    HLX_Logout(m_user);
+    HLX_Logout(other);
+    EXPECT_TRUE(WaitUntil([&] { return Login() > 0; }));
+}
+
+class CaptureTest : public ControlTest {
+protected:
+    void SetUp() override {
+        ControlTest::SetUp();
+        CLASSIC_RECORDER_CONFIG config = Fast(4);
+        config.bKeepDigests = true;
+        LogIn(config);
+    }
+    DWORD Capture(LONG lChannel, DWORD dwSize = 100000) {
+        m_picture.assign(dwSize, 'x');
+        DWORD size = 0;
+        if (!HLX_CaptureJPEGPicture(m_user, lChannel, nullptr, m_picture.data(), dwSize, &size)) return 0;
+        m_picture.resize(size);
+        return size;
+    }
+    bool WaitForCommand(tuint32 cmdType, std::uint64_t count) const {
+        return WaitUntil([&] { return m_pRecorder->CommandCount(cmdType) == count; });
+    }
+
+    std::vector<char> m_picture;
+};
+
+TEST_F(CaptureTest, PictureIsOneThatWasSent) {
+    CReceiver receiver;  // a channel may be watched meanwhile
+    receiver.Play(m_user, 1);
+    ASSERT_GT(Capture(1), 0u);
+    const std::uint64_t digest = DigestBytes(std::as_bytes(std::span(m_picture)));
+    const auto sent = m_pRecorder->TakeSentFrames();
+    EXPECT_TRUE(std::ranges::any_of(sent, [&](const CLASSIC_SENT_FRAME& frame) {
+        return frame.frameType == FRAME_TYPE_JPEG && frame.channel == 1 && frame.digest == digest;
+    }));
+    EXPECT_TRUE(WaitForCommand(CMD_REQUEST_JPEG_STOP, 1));
+    EXPECT_TRUE(receiver.WaitForFrames(receiver.Count(DD_FRAME_TYPE_VIDEO) + 10));
+    EXPECT_EQ(m_pRecorder->CommandCount(CMD_REQUEST_LOGIN), 1u);  // neither needed a session of its own
+
+    const CTempDir folder;
+    const std::string sFile = folder.File("picture.jpg");
+    EXPECT_TRUE(HLX_CapturePicture_Other(m_user, 3, sFile.c_str()));
+    EXPECT_GT(std::filesystem::file_size(sFile), 1000u);
+}
+
+TEST_F(CaptureTest, Refusals) {
+    EXPECT_TRUE(Capture(0, 100) == 0 && HLX_GetLastError() == HLX_NOENOUGH_BUF);
+    EXPECT_EQ(m_picture, std::vector<char>(100, 'x'));
+    EXPECT_TRUE(Capture(4) == 0 && HLX_GetLastError() == HLX_CHANNEL_ERROR);
+    EXPECT_TRUE(WaitForCommand(CMD_REQUEST_JPEG_STOP, 1));
+    CReceiver receiver;
+    std::atomic<DWORD> error{0};
+    receiver.m_inCallback = [&](POINTERHANDLE, const HLX_FRAME_INFO&) {
+        DWORD size = 0;
+        char byte = 0;
+        if (!HLX_CaptureJPEGPicture(m_user, 0, nullptr, &byte, 1, &size)) error = HLX_GetLastError();
+    };
+    receiver.Play(m_user, 0);
+    EXPECT_TRUE(receiver.WaitForFrames(1));
+    EXPECT_EQ(error, DWORD{HLX_OPER_NOPERMIT});
+}
+
+TEST_F(CaptureTest, PictureThatNeverComes) {
+    m_pRecorder->SetFaults({{SIM_FAULT_KIND::SILENT, SIM_PHASE::STREAM, 0, 1}});
+    const CFastTime fast(20);
+    EXPECT_TRUE(Capture(0) == 0 && HLX_GetLastError() == HLX_NETWORK_RECV_TIMEOUT);
+}
+
+TEST_F(CaptureTest, LogoutEndsTheWait) {
+    m_pRecorder->SetFaults({{SIM_FAULT_KIND::SILENT, SIM_PHASE::STREAM, 0, 1}});
+    DWORD error = 0;
+    std::thread waiting([&] {
+        if (Capture(0) == 0) error = HLX_GetLastError();
+    });
+    EXPECT_TRUE(WaitForCommand(CMD_REQUEST_JPEG_START, 1));
+    EXPECT_TRUE(HLX_Logout(m_user));
+    waiting.join();
+    EXPECT_EQ(error, DWORD{HLX_NETWORK_NOT_CONNECT});
+}
+
+TEST_F(CaptureTest, ManyAtOnce) {
+    std::atomic<int> taken{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 6; ++i) {
+        threads.emplace_back([&, i] {
+            std::vector<char> picture(100000);
+            DWORD size = 0;
+            for (int turn = 0; turn < 5; ++turn)
+                taken += HLX_CaptureJPEGPicture(m_user, i % 3, nullptr, picture.data(), 100000, &size) && size > 1000;
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(taken, 30);
+}
+
+TEST_F(ControlTest, FaultyReplies) {
+    LogIn();
+    DWORD value = 0;
+    const CFastTime fast(200);
+    const struct {
+        SIM_FAULT fault;
+        DWORD error;
+        std::function<BOOL()> operation;
+    } rows[] = {
+        {{SIM_FAULT_KIND::SHORT_REPLY, SIM_PHASE::COMMAND, 5, 1},
+         HLX_NETWORK_ERRORDATA,
+         [&] { return HLX_GetVideoEffect(m_user, 0, &value, &value, &value, &value); }},
+        {{SIM_FAULT_KIND::WRONG_REPLY, SIM_PHASE::COMMAND, CMD_REPLY_CFG_FAIL, 1},
+         HLX_DVR_OPRATE_FAILED,
+         [&] { return HLX_SaveVideoEffect(m_user, 0, 1, 1, 1, 1); }},
+        {{SIM_FAULT_KIND::WRONG_REPLY, SIM_PHASE::COMMAND, 99, 1},
+         HLX_NETWORK_RECV_TIMEOUT,
+         [&] { return HLX_PTZControl_Other(m_user, 0, PTZ_CMD_LEFT, 1); }},
+        {{SIM_FAULT_KIND::RESET, SIM_PHASE::COMMAND, 0, 1},
+         HLX_NETWORK_NOT_CONNECT,
+         [&] { return HLX_ChangTime(m_user, 1); }},
+    };
+    for (const auto& row : rows) {
+        m_pRecorder->SetFaults({row.fault});
+        EXPECT_FALSE(row.operation()) << &row - rows;
+        EXPECT_EQ(HLX_GetLastError(), row.error) << &row - rows;
+    }
+}
+
+}  // namespace
