@@ -1096,8 +1096,8 @@ extern "C" {
 HLX_API BOOL HLX_Init(void);
 
 /// Ends the library: stops streams, logs out, joins all threads. The result is 1, also when nothing was started; the
-/// last error is then HLX_NOINIT (3). From inside a live frame callback it does nothing and returns 0 with
-/// HLX_OPER_NOPERMIT (16). Blocks until all threads have ended, up to about 2 s.
+/// last error is then HLX_NOINIT (3). From inside a live frame callback or a message callback it does nothing and returns
+/// 0 with HLX_OPER_NOPERMIT (16). Blocks until all threads have ended, up to about 2 s.
 HLX_API BOOL HLX_Cleanup(void);
 
 /// 0x00010002: version 1.2. 0 without HLX_Init. Keeps the last error. Local.
