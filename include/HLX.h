@@ -1056,8 +1056,9 @@ typedef void (*LIVE_DATA_CALLBACK_EX)(POINTERHANDLE lLiveHandle, UINT dataType, 
                                       void* pUser);
 
 /// Device status, on the message thread: an HLX_DEVICE_MSG_TYPE, the user id, and an array of HLX_ALARMINFO or
-/// HLX_RECORD_STATUS (or the device's bytes for HLX_IVM_RULE) of dwBufLen bytes. The result is ignored. It must not
-/// call HLX_CloseAlarmChan.
+/// HLX_RECORD_STATUS (or the device's bytes for HLX_IVM_RULE) of dwBufLen bytes. The result is ignored.
+/// HLX_CloseAlarmChan in it returns at once and makes this callback the session's last; HLX_Cleanup is refused in it with
+/// HLX_OPER_NOPERMIT (16).
 typedef BOOL (*NET_MESSAGE_CALLBACK)(LONG lCommand, LONG lUserID, char* pBuf, DWORD dwBufLen, void* pUser);
 
 /// As NET_MESSAGE_CALLBACK with HLX_ALARMINFO_EX and HLX_RECORD_STATUS_EX.
@@ -1095,8 +1096,8 @@ extern "C" {
 HLX_API BOOL HLX_Init(void);
 
 /// Ends the library: stops streams, logs out, joins all threads. The result is 1, also when nothing was started; the
-/// last error is then HLX_NOINIT (3). From inside a live frame callback it does nothing and returns 0 with
-/// HLX_OPER_NOPERMIT (16). Blocks until all threads have ended, up to about 2 s.
+/// last error is then HLX_NOINIT (3). From inside a live frame callback or a message callback it does nothing and returns
+/// 0 with HLX_OPER_NOPERMIT (16). Blocks until all threads have ended, up to about 2 s.
 HLX_API BOOL HLX_Cleanup(void);
 
 /// 0x00010002: version 1.2. 0 without HLX_Init. Keeps the last error. Local.
@@ -1581,10 +1582,13 @@ HLX_API BOOL HLX_SetDVRMessageCallBack(NET_MESSAGE_CALLBACK fMessageCallBack, vo
 /// Sets the extended message callback. Both share one user value, the last set. Local.
 HLX_API BOOL HLX_SetDVRMessageCallBackEx(NET_MESSAGE_CALLBACK_EX fMessageCallBack, void* pUser);
 
-/// Begins to report a session's alarms and status, every 1.5 s. Result: the alarm handle. Local.
+/// Begins to report a session's alarms and status: what is in force is told every 1.5 s, for as long as it lasts and the
+/// session is connected. Once is enough; a session that comes back after a break is reported again by itself. Result: the
+/// alarm handle, which is the user id. Local.
 HLX_API POINTERHANDLE HLX_SetupAlarmChan(LONG lUserID);
 
-/// Ends it; 1 also for an unknown handle. Waits for a message callback in progress.
+/// Ends it; 1 also for an unknown handle. Waits for a message callback of this session that is in progress; then none comes
+/// any more.
 HLX_API BOOL HLX_CloseAlarmChan(POINTERHANDLE lAlarmHandle);
 
 /// Alarms in force: HLX_ALARMINFO records to `lpOutBuffer` of `dwOutBufferSize` bytes; the device's own answer, if

@@ -1,10 +1,13 @@
 #include "simulator/ClassicCommand.h"
 
+#include <algorithm>
+#include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <nlohmann/json.hpp>
+#include <string_view>
 
 #include "simulator/classic/ClassicRecorder.h"
 
@@ -82,6 +85,35 @@ bool TakeFaults(CLASSIC_COMMAND_OPTIONS& options, std::string& sError) {
     return true;
 }
 
+struct STATUS_ROW {
+    std::string_view name;
+    tuint64 CLASSIC_STATUS::*pMask;
+};
+
+constexpr STATUS_ROW STATUS_TABLE[] = {
+    {"motion", &CLASSIC_STATUS::motion},
+    {"sensor", &CLASSIC_STATUS::sensor},
+    {"video-loss", &CLASSIC_STATUS::videoLoss},
+    {"manual-record", &CLASSIC_STATUS::manualRec},
+    {"schedule-record", &CLASSIC_STATUS::scheduleRec},
+    {"motion-record", &CLASSIC_STATUS::motionRec},
+    {"sensor-record", &CLASSIC_STATUS::sensorRec},
+};
+
+/// Adds what a text like motion=2 says; false when it says nothing.
+bool TakeStatus(const std::string& sText, CLASSIC_STATUS& status) {
+    const size_t at = std::min(sText.find('='), sText.size());
+    const std::string_view name = std::string_view(sText).substr(0, at);
+    unsigned bit = 64;
+    const char* pEnd = sText.data() + sText.size();
+    const char* pNumber = sText.data() + std::min(at + 1, sText.size());
+    const auto [pRest, error] = std::from_chars(pNumber, pEnd, bit);
+    const auto* pRow = std::ranges::find(STATUS_TABLE, name, &STATUS_ROW::name);
+    if (error != std::errc() || pRest != pEnd || bit > 63 || pRow == std::end(STATUS_TABLE)) return false;
+    status.*pRow->pMask |= tuint64{1} << bit;
+    return true;
+}
+
 }  // namespace
 
 int RunClassic(CLASSIC_COMMAND_OPTIONS options) {
@@ -89,6 +121,10 @@ int RunClassic(CLASSIC_COMMAND_OPTIONS options) {
     const char* pPassword = std::getenv("HLX_PASSWORD");
     if (!pPassword) return Fail(SIM_EXIT_USAGE, "Set HLX_PASSWORD to the password that clients must give.");
     if (!TakeFaults(options, sError)) return Fail(SIM_EXIT_USAGE, sError);
+    CLASSIC_STATUS status;
+    for (const std::string& sText : options.status) {
+        if (!TakeStatus(sText, status)) return Fail(SIM_EXIT_USAGE, sText + " is no status, as motion=2 is.");
+    }
 
     CLASSIC_RECORDER_CONFIG& config = options.config;
     config.sPassword = pPassword;
@@ -98,6 +134,7 @@ int RunClassic(CLASSIC_COMMAND_OPTIONS options) {
     const sigset_t signals = BlockSignals();
     CClassicRecorder recorder(config);
     if (!recorder.CheckConfig(sError)) return Fail(SIM_EXIT_USAGE, sError);
+    if (!options.status.empty()) recorder.SetStatus(status);
     if (!recorder.Start(sError)) return Fail(SIM_EXIT_FAILURE, sError);
     PrintLine({{"event", "ready"},
                {"family", "classic"},

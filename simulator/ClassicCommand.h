@@ -9,6 +9,7 @@ enum SIM_EXIT { SIM_EXIT_OK = 0, SIM_EXIT_FAILURE = 1, SIM_EXIT_USAGE = 2 };
 struct CLASSIC_COMMAND_OPTIONS {
     CLASSIC_RECORDER_CONFIG config;
     std::vector<std::string> faults;  // as texts, see ParseFault()
+    std::vector<std::string> status;  // as texts: motion=2
     bool bFast = false;
     bool bEvents = false;
     double seconds = 0;  // ends by itself after so long; 0: never

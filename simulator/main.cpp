@@ -66,6 +66,12 @@ void AddRunOptions(CLI::App& command, CLASSIC_COMMAND_OPTIONS& options) {
     command.add_option("--fault", options.faults, "Misbehave; may be given repeatedly, see below")
         ->type_name("FAULT")
         ->allow_extra_args(false);
+    command
+        .add_option("--status", options.status,
+                    "What goes on, by channel or sensor from 0; may be given repeatedly. KIND is motion, sensor, "
+                    "video-loss, manual-record, schedule-record, motion-record or sensor-record")
+        ->type_name("KIND=N")
+        ->allow_extra_args(false);
     command.add_flag("--events", options.bEvents, "Print one JSON line for each event");
     command.add_option("--seconds", options.seconds, "End after so many seconds")->check(CLI::NonNegativeNumber);
 }

@@ -1,7 +1,9 @@
 #include "simulator/classic/ClassicMessages.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
+#include <utility>
 
 namespace {
 
@@ -14,6 +16,13 @@ template <size_t SIZE>
 void PutText(char (&field)[SIZE], const std::string& sText) {
     const size_t length = std::min(sText.size(), SIZE - 1);
     std::memcpy(field, sText.data(), length);
+}
+
+template <class Record>
+SIM_BYTES BodyBytes(const Record& record) {
+    SIM_BYTES body;
+    Append(body, RecordBytes(record));
+    return body;
 }
 
 void FillCounts(PRODUCT_INFO& product, const CLASSIC_RECORDER_CONFIG& config) {
@@ -127,4 +136,27 @@ SIM_BYTES MakeCameraReply(const CLASSIC_RECORDER_CONFIG& config) {
         Append(body, RecordBytes(camera));
     }
     return body;
+}
+
+std::vector<SIM_BYTES> MakeStatusMessages(const std::optional<CLASSIC_STATUS>& old, const CLASSIC_STATUS& now) {
+    const auto bodies = [](const CLASSIC_STATUS& status) {
+        const auto records =
+            NET_REC_STATUS_INFO{0, status.manualRec, status.scheduleRec, status.motionRec, status.sensorRec};
+        return std::array{std::pair{CMD_REPLY_VIDEO_LOSS, BodyBytes(NET_STATUS_MASK_INFO{0, status.videoLoss})},
+                          std::pair{CMD_REPLY_MOTION, BodyBytes(NET_STATUS_MASK_INFO{0, status.motion})},
+                          std::pair{CMD_REPLY_SENSOR, BodyBytes(NET_STATUS_MASK_INFO{0, status.sensor})},
+                          std::pair{CMD_REPLY_REC_STATUS, BodyBytes(records)}};
+    };
+    const auto told = bodies(old.value_or(CLASSIC_STATUS{}));
+    const auto news = bodies(now);
+    std::vector<SIM_BYTES> messages;
+    for (size_t i = 0; i < news.size(); ++i) {
+        const auto& [cmdType, body] = news[i];
+        if (old && body == told[i].second) continue;
+        SIM_BYTES& message = messages.emplace_back();
+        const PACKCMD head = MakeCommandHead(cmdType, body.size());
+        Append(message, RecordBytes(head));
+        Append(message, body);
+    }
+    return messages;
 }

@@ -91,6 +91,14 @@ void CClassicRecorder::SetPassword(const std::string& sPassword) {
     m_pState->sPassword = sPassword;
 }
 
+void CClassicRecorder::SetStatus(const CLASSIC_STATUS& status) {
+    {
+        const std::lock_guard guard(m_pState->lock);
+        m_pState->status = status;
+    }
+    m_server.Post([] {});  // each turn of the loop looks for news on all links
+}
+
 void CClassicRecorder::CutLinks(SIM_CUT how) {
     m_server.Post([this, how] { m_server.CutAllLinks(how); });
 }

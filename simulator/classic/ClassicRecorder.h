@@ -43,6 +43,10 @@ public:
     /// Changes the password for later logins.
     void SetPassword(const std::string& sPassword);
 
+    /// Changes what goes on. Clients that are logged in are told soon what changed, others all of it behind their login; a recorder
+    /// that was never given a status tells nothing.
+    void SetStatus(const CLASSIC_STATUS& status);
+
     /// Ends all links, soon.
     void CutLinks(SIM_CUT how);
 

@@ -182,6 +182,7 @@ void CClassicSession::OnLogin(SIM_BYTE_VIEW body) {
     }
     if (!m_bLoggedIn) ++m_state.sessions;
     m_bLoggedIn = true;
+    m_toldStatus.reset();
     Tell(SIM_EVENT_KIND::LOGIN, 0, m_state.config.sUser);
     const NET_LOGIN_SUCCESS_REPLY reply = MakeLoginReply(m_state.config);
     Reply(CMD_REPLY_LONGIN_SUCC, RecordBytes(reply));
@@ -258,6 +259,14 @@ void CClassicSession::SendDelayed(SIM_TIME now) {
     });
 }
 
+void CClassicSession::SendStatus() {
+    if (!m_bLoggedIn) return;
+    const auto status = m_state.Status();
+    if (!status) return;
+    for (const SIM_BYTES& message : MakeStatusMessages(m_toldStatus, *status)) m_link.SendMessage({message});
+    m_toldStatus = status;
+}
+
 void CClassicSession::StopStreamsByFault() {
     const auto channel = m_state.faults.Peek(SIM_FAULT_KIND::STREAM_STOP);
     if (!channel || *channel < 0 || *channel > 63) return;
@@ -287,6 +296,7 @@ SIM_TIME CClassicSession::OnDue(SIM_TIME now) {
         m_link.SendHeartbeat();
         m_nextHeartbeat = now + m_state.config.heartbeat;
     }
+    SendStatus();
     PumpFrames(now);
     const SIM_TIME closeDue = m_opened < m_state.downFrom ? std::min(m_closeDue, m_state.downFrom) : m_closeDue;
     if (now >= closeDue) m_link.CutWhenSent(SIM_CUT::CLOSE);

@@ -71,6 +71,7 @@ private:
     void SetMasks(const CLASSIC_STREAM_MASKS& masks);
     void Reply(tuint32 cmdType, SIM_BYTE_VIEW body);
     void SendDelayed(SIM_TIME now);
+    void SendStatus();
     void PumpFrames(SIM_TIME now);
     void StopStreamsByFault();
     void Tell(SIM_EVENT_KIND kind, std::uint64_t value = 0, const std::string& sText = {});
@@ -88,6 +89,7 @@ private:
     SIM_TIME m_closeDue = SIM_TIME::max();       // after a logout
     SIM_PHASE m_phase = SIM_PHASE::CONNECT;
     std::vector<DELAYED> m_delayed;  // in the order of sending
+    std::optional<CLASSIC_STATUS> m_toldStatus;
     bool m_bLoggedIn = false;
     bool m_bBlocked = false;
 };

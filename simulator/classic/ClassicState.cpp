@@ -39,3 +39,8 @@ bool CLASSIC_STATE::IsPassword(const std::string& sGiven) {
     const std::lock_guard guard(lock);
     return sGiven == sPassword;
 }
+
+std::optional<CLASSIC_STATUS> CLASSIC_STATE::Status() {
+    const std::lock_guard guard(lock);
+    return status;
+}

@@ -3,6 +3,7 @@
 
 #include <map>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include "simulator/classic/ClassicConfig.h"
@@ -24,6 +25,17 @@ struct CLASSIC_SENT_FRAME {
     bool operator==(const CLASSIC_SENT_FRAME&) const = default;
 };
 
+/// What goes on at a recorder: bit n is channel n, or sensor n.
+struct CLASSIC_STATUS {
+    tuint64 motion = 0;
+    tuint64 sensor = 0;
+    tuint64 videoLoss = 0;
+    tuint64 manualRec = 0;  // channels that record, by cause
+    tuint64 scheduleRec = 0;
+    tuint64 motionRec = 0;
+    tuint64 sensorRec = 0;
+};
+
 /// Used by the recorder's thread; the members with a lock of their own by any.
 struct CLASSIC_STATE {
     CLASSIC_RECORDER_CONFIG config;  // does not change after the start, but for what stands apart below
@@ -42,6 +54,7 @@ struct CLASSIC_STATE {
     std::vector<CLASSIC_SENT_FRAME> sent;       // lock
     std::uint64_t framesSent = 0;               // lock
     CClassicControl control;                    // lock; written on the recorder's thread only, which reads without
+    std::optional<CLASSIC_STATUS> status;       // lock; none: nothing is told of it
 
     void Tell(const SIM_EVENT& event) const {
         if (config.observer) config.observer(event);
@@ -49,4 +62,5 @@ struct CLASSIC_STATE {
     void CountCommand(tuint32 cmdType);
     void NoteFrame(unsigned link, const CLASSIC_FRAME& frame);
     bool IsPassword(const std::string& sGiven);
+    std::optional<CLASSIC_STATUS> Status();
 };

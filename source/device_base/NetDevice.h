@@ -37,6 +37,8 @@ public:
 
     /// Stores the message callback that serves all devices, those that log in later too. Returns 1.
     static BOOL SetDVRMessageCallBack(NET_MESSAGE_CALLBACK fMessageCallBack, void* pUser);
+    /// The same for the extended form. Both share one user value, the last set.
+    static BOOL SetDVRMessageCallBackEx(NET_MESSAGE_CALLBACK_EX fMessageCallBack, void* pUser);
 
     virtual void NeedJumpForward() {}
     /// Seconds since 1970 of the last login that failed by a wrong password; 0 for none or for a family that keeps
@@ -208,6 +210,7 @@ public:
 
 protected:
     static NET_MESSAGE_CALLBACK m_pfnMessageCallback;
+    static NET_MESSAGE_CALLBACK_EX m_pfnMessageCallbackEx;
     static void* m_pCallbackUser;
 
     LONG m_deviceID = 0;

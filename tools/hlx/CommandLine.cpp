@@ -90,9 +90,17 @@ void DeclareLive(CLI::App& app, OPTIONS& options) {
     });
 }
 
+void DeclareAlarms(CLI::App& app, OPTIONS& options) {
+    DeclareConnect(app, options);
+    CLI::Option* pFollow = app.add_flag("--follow", options.alarms.bFollow,
+                                        "go on and tell what begins and ends; otherwise what is on now is told once");
+    AddDuration(app, "-d,--duration", options.alarms.length, "end this long after the start")->needs(pFollow);
+}
+
 constexpr COMMAND COMMANDS[] = {
     {"info", "log in and print what the device is", DeclareConnect, RunInfo},
     {"live", "receive a channel's live stream, show its figures, write its video", DeclareLive, RunLive},
+    {"alarms", "tell alarms and records that are on, one a line", DeclareAlarms, RunAlarms},
 };
 
 // The parser itself would only say that a command is required.

@@ -11,3 +11,6 @@ EXIT_CODE RunInfo(const OPTIONS& options, CInterrupt& interrupt);
 
 // Logs in and takes one channel's live stream: writes its video, shows and counts what comes.
 EXIT_CODE RunLive(const OPTIONS& options, CInterrupt& interrupt);
+
+// Logs in and tells the alarms and records that are on, and with --follow how they change.
+EXIT_CODE RunAlarms(const OPTIONS& options, CInterrupt& interrupt);

@@ -29,7 +29,13 @@ struct LIVE_OPTIONS {
     std::chrono::milliseconds stall{10'000};
 };
 
+struct ALARMS_OPTIONS {
+    bool bFollow = false;                 // else one look at what is on
+    std::chrono::milliseconds length{0};  // 0: without end
+};
+
 struct OPTIONS {
     CONNECT_OPTIONS connect;
     LIVE_OPTIONS live;
+    ALARMS_OPTIONS alarms;
 };

@@ -26,7 +26,8 @@ BOOL HLX_Init(void) {
 BOOL HLX_Cleanup(void) {
     CThreadState::Instance()->SetLastError(HLX_SUCCESS);
     if (!g_pSdkImpl) return 1;
-    if (CLiveMan::InFrameCallback()) return Failure(HLX_OPER_NOPERMIT);
+    const bool bOnOwnThread = CLiveMan::InFrameCallback() || CDeviceMsgMan::InMessageCallback();
+    if (bOnOwnThread) return Failure(HLX_OPER_NOPERMIT);
     // Once cleanup has run, the last error reads as not initialised.
     CThreadState::Instance()->SetLastError(HLX_NOINIT);
     g_pSdkImpl->Quit();

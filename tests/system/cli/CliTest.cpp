@@ -115,6 +115,19 @@ TEST(CliInfo, TellsTheDevice) {
     EXPECT_NE(text.strOutput.find("\nVideo inputs   4\n"), std::string::npos) << text.strOutput;
 }
 
+TEST(CliAlarms, TellsWhatIsOnALineEach) {
+    CSimulator simulator({"--status", "motion=2", "--status", "sensor=1", "--status", "manual-record=3"});
+    CProcess follow(Hlx("alarms", simulator.Address(), {"--json", "--follow"}), WITH_PASSWORD);
+    for (const char* sLine : {R"({"event":"alarm","kind":"motion","channel":2,"state":"on"})",
+                              R"({"event":"alarm","kind":"sensor","sensor":1,"state":"on"})",
+                              R"({"event":"record","kind":"manual","channel":3,"state":"on"})"}) {
+        EXPECT_TRUE(follow.ReadUntil(std::string(sLine) + "\n")) << follow.Output() << follow.Errors();
+    }
+    follow.Kill(SIGINT);
+    EXPECT_EQ(follow.Wait(), 130);
+    EXPECT_EQ(std::count(follow.Output().begin(), follow.Output().end(), '\n'), 3) << follow.Output();
+}
+
 TEST(CliInfo, TakesThePasswordFromAFileFromInputAndFromAPrompt) {
     CSimulator simulator;
     CTempFile file;

@@ -46,6 +46,28 @@ TEST_F(ClassicWire, LoginReplyTellsTheProduct) {
     EXPECT_FALSE(Text(bytes, product + 260).empty());            // MCUVersion
 }
 
+TEST_F(ClassicWire, StatusIsToldBehindTheLoginAndThenWhatChanged) {
+    CWireClient client(StartRecorder());
+    m_pRecorder->SetStatus({.motion = 5, .sensor = 6, .videoLoss = 7, .manualRec = 8, .sensorRec = 1ull << 63});
+    client.Login();
+    const auto isStatus = [](const WIRE_MESSAGE& message) { return message.Id() >> 24 == 9; };
+    const std::uint64_t masks[] = {7, 5, 6, 8};  // from byte 20 on of video loss, motion, sensor, records
+    for (std::uint32_t id = 1; id <= 4; ++id) {
+        const auto message = client.Next(isStatus);
+        ASSERT_TRUE(message);
+        EXPECT_EQ(message->Id(), 0x9000000 + id);
+        ASSERT_EQ(message->payload.size(), 20u + (id == 4 ? 4 : 1) * 8);
+        EXPECT_EQ(Word(message->payload, 12), message->payload.size() - 16);
+        EXPECT_EQ(Long(message->payload, 20), masks[id - 1]);
+        EXPECT_EQ(Long(message->payload, message->payload.size() - 8), id == 4 ? 1ull << 63 : masks[id - 1]);
+    }
+    m_pRecorder->SetStatus({.motion = 5, .sensor = 9, .videoLoss = 7, .manualRec = 8, .sensorRec = 1ull << 63});
+    m_pRecorder->SetStatus({.motion = 3, .sensor = 9, .videoLoss = 7, .manualRec = 8, .sensorRec = 1ull << 63});
+    const auto motion = client.Next(0x9000002);
+    ASSERT_TRUE(motion);
+    EXPECT_EQ(Long(motion->payload, 20), 3u);
+}
+
 TEST_F(ClassicWire, DiskReplyIsCountAndRecords) {
     m_config.diskCount = 3;
     CWireClient client(StartRecorder());

@@ -175,11 +175,15 @@ public:
     BOOL RequestExitConfig() override { return Refuse(); }
     BOOL ImportConfig(void*, unsigned int) override { return Refuse(); }
     BOOL ExportConfig(char*, unsigned int*) override { return Refuse(); }
-    LONG GetAlarmInfo(HLX_ALARMINFO*, LONG) override { return Refuse(LONG{-1}); }
-    LONG GetAlarmInfoEx(HLX_ALARMINFO_EX*, LONG) override { return Refuse(LONG{-1}); }
-    LONG GetRecordStatus(HLX_RECORD_STATUS*, LONG) override { return Refuse(LONG{-1}); }
-    LONG GetRecordStatusEx(HLX_RECORD_STATUS_EX*, LONG) override { return Refuse(LONG{-1}); }
     BOOL GetAlarmStatus(void*, unsigned int, void*, unsigned int*, int*, BOOL) override { return Refuse(); }
+
+    // Status
+    /// One record per bit of the masks that the recorder told last, `lMaxNum` at most; the extended alarms carry this machine's time.
+    /// Nothing is asked. The number of records, or -1: 9 without a session, 20 for a null place or a negative number.
+    LONG GetAlarmInfo(HLX_ALARMINFO* pInfo, LONG lMaxNum) override;
+    LONG GetAlarmInfoEx(HLX_ALARMINFO_EX* pInfo, LONG lMaxNum) override;
+    LONG GetRecordStatus(HLX_RECORD_STATUS* pStatus, LONG lMaxNum) override;
+    LONG GetRecordStatusEx(HLX_RECORD_STATUS_EX* pStatus, LONG lMaxNum) override;
 
 protected:
     // What the recorder told last, bit n for channel or sensor n. Written on the engine's thread.
@@ -230,6 +234,12 @@ private:
     HLX_ERROR BeginSession(const PRODUCT_INFO& product);
     HLX_DEVICEINFO DeviceInfo();
     void ClearStreams();
+
+    // Status
+    template <class Record, class Make>
+    LONG FillAlarms(Record* pInfo, LONG lMaxNum, Make make);
+    template <class Record, class Make>
+    LONG FillRecordStatus(Record* pStatus, LONG lMaxNum, Make make);
 
     // Receiving; engine's thread
     void OnLinkBroken();
