@@ -29,13 +29,17 @@ public:
     int PopData(void* pData, int len);
 
     /// Start of the waiting bytes, at least `len` of them in one piece (the ring is turned if they wrap). Null if fewer
-    /// wait. Valid until the next Init, IncreaseSize or GetDataBuffer.
+    /// wait or memory to turn it is short. Valid until the next Init, IncreaseSize, GetDataBuffer or GetFreeBuffer;
+    /// bytes that FreeBuffer or Empty dropped may be overwritten.
     char* GetDataBuffer(int len);
 
-    /// Where `len` bytes can be written in one piece; FillBuffer then counts them. Null if fewer are free. When the piece before the
-    /// ring's end is too short the waiting bytes are moved to the ring's start first, so pointers got earlier are void then.
+    /// Where `len` bytes can be written in one piece; FillBuffer then counts them. Null if fewer are free or memory to
+    /// turn the ring is short: when the piece before the ring's end is too short, the waiting bytes are moved to its
+    /// start first, so pointers got earlier are void then. Valid until the next operation that stores, moves or drops
+    /// bytes.
     char* GetFreeBuffer(int len);
 
+    /// The ring's first byte, and the one behind its last. Valid until the next Init or IncreaseSize.
     char* GetBufferHead();
     char* GetBufferTail();
 

@@ -26,8 +26,9 @@ public:
     CLinkReader(const CLinkReader&) = delete;
     CLinkReader& operator=(const CLinkReader&) = delete;
 
-    /// Gives the next bytes, borrowed until they are taken or KeepAhead is called. They may be changed. Only when
-    /// HasAhead() is false.
+    /// Gives the next bytes, which may be changed. They stay borrowed until KeepAhead is called, or all are taken and
+    /// the last Message(), which may lie in them, is done with. Only when all bytes given before are taken; the started
+    /// head of a frame may be left. A Message() in bytes that were kept ends with it.
     void GiveAhead(std::span<char> bytes);
 
     /// Bytes given but not taken yet, or the started head of a frame.

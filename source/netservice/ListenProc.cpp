@@ -6,13 +6,15 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <string>
 
-#include "sdk_common/RunFlag.h"
 #include "sdk_common/TimeSource.h"
+#include "sdk_common/WaitEvent.h"
 
 namespace {
 
@@ -67,74 +69,102 @@ void FillCaller(CLIENT_SOCK_INFO& info, const sockaddr_storage& address) {
 
 }  // namespace
 
-CSWL_ListenProcEx::CSWL_ListenProcEx(GET_ACCEPT_LINK_CALLBACK pAcceptCallback, void* pParam)
-    : m_pAcceptCallback(pAcceptCallback), m_pParam(pParam) {
+/// One run from its start to its stop. Ends for good: a stop once wanted is never taken back.
+class CListenRun {
+public:
+    CListenRun(GET_ACCEPT_LINK_CALLBACK pAcceptCallback, void* pParam);
+    ~CListenRun();
+    CListenRun(const CListenRun&) = delete;
+    CListenRun& operator=(const CListenRun&) = delete;
+
+    int OpenListenSocket(unsigned short nPort);
+
+    /// Starts the accept thread, which holds the run as long as it lives. 0: none.
+    static PUB_thread_t StartThread(const std::shared_ptr<CListenRun>& run);
+
+    /// Ends waits and the thread, and frees the port at once. Any thread.
+    void Stop();
+    unsigned short BoundPort() const { return m_boundPort; }
+
+private:
+    int BindInTries(const addrinfo& address);
+    int ListenInTries();
+    bool WaitBeforeRetry(unsigned int ms);
+    void ReadBoundPort();
+    void CloseListenSocket();
+    static void* StartAccept(void* pParam);
+    int AcceptThreadRun();
+    bool AcceptOne();
+    bool AcceptFailed();
+
+    GET_ACCEPT_LINK_CALLBACK m_pAcceptCallback;
+    void* m_pParam;
+    std::shared_ptr<CListenRun> m_self;                // the thread's reference until it has begun
+    CPUB_Lock m_socketLock;                            // keeps the socket's number valid under Stop
+    SWL_socket_t m_SocketListen = SWL_INVALID_SOCKET;  // changed by the starter and then the thread, under m_socketLock
+    CLIENT_SOCK_INFO m_clientSockInfo{};               // the accept thread's
+    std::atomic<unsigned short> m_boundPort{0};
+    std::atomic<bool> m_bStopWanted{false};
+    CWaitEvent m_stopEvent;
+    int m_wakeFd;  // readable once the thread is to end
+};
+
+CListenRun::CListenRun(GET_ACCEPT_LINK_CALLBACK pAcceptCallback, void* pParam)
+    : m_pAcceptCallback(pAcceptCallback), m_pParam(pParam), m_wakeFd(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
     m_stopEvent.CreateWaitEvent();
 }
 
-CSWL_ListenProcEx::~CSWL_ListenProcEx() {
-    StopListen();
+CListenRun::~CListenRun() {
+    CloseListenSocket();
     if (m_wakeFd >= 0) close(m_wakeFd);
 }
 
-int CSWL_ListenProcEx::StartListen(unsigned short nPort) {
-    const std::lock_guard guard(m_ListenLock);
-    if (m_bListenStart) return LISTEN_ALREADY_STARTED;
-    m_bStopWanted = false;
-    int result = OpenListenSocket(nPort);
-    if (result == LISTEN_OK) {
-        ReadBoundPort();
-        // A new counter, so that a wake-up of an earlier run is not taken for one of this.
-        if (m_wakeFd >= 0) close(m_wakeFd);
-        m_wakeFd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
-        if (m_wakeFd >= 0) m_AcceptThreadID = PUB_CreateThread(StartAccept, this, &m_bAcceptThreadRun);
-        if (m_AcceptThreadID == 0) result = LISTEN_NO_THREAD;
-    }
-    m_bListenStart = result == LISTEN_OK;
-    if (result != LISTEN_OK) CloseListenSocket();
-    return result;
-}
-
-int CSWL_ListenProcEx::OpenListenSocket(unsigned short nPort) {
+int CListenRun::OpenListenSocket(unsigned short nPort) {
     addrinfo hints{};
     hints.ai_flags = AI_PASSIVE;
     hints.ai_family = AF_UNSPEC;
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* pAddress = nullptr;
-    if (getaddrinfo(nullptr, std::to_string(nPort).c_str(), &hints, &pAddress) != 0) return LISTEN_NO_SOCKET;
-    int result = LISTEN_NO_SOCKET;
-    m_SocketListen = SWL_CreateSocket(pAddress->ai_family, pAddress->ai_socktype, pAddress->ai_protocol);
+    if (getaddrinfo(nullptr, std::to_string(nPort).c_str(), &hints, &pAddress) != 0)
+        return CSWL_ListenProcEx::LISTEN_NO_SOCKET;
+    int result = CSWL_ListenProcEx::LISTEN_NO_SOCKET;
+    {
+        const std::lock_guard guard(m_socketLock);
+        m_SocketListen = SWL_CreateSocket(pAddress->ai_family, pAddress->ai_socktype, pAddress->ai_protocol);
+    }
     if (m_SocketListen == SWL_INVALID_SOCKET) {
         SWL_PrintError("ListenProc", __LINE__);
     } else {
         result = BindInTries(*pAddress);
     }
     freeaddrinfo(pAddress);
-    return result == LISTEN_OK ? ListenInTries() : result;
+    if (result == CSWL_ListenProcEx::LISTEN_OK) result = ListenInTries();
+    if (result == CSWL_ListenProcEx::LISTEN_OK) ReadBoundPort();
+    return result;
 }
 
-bool CSWL_ListenProcEx::WaitBeforeRetry(unsigned int ms) {
+bool CListenRun::WaitBeforeRetry(unsigned int ms) {
     m_stopEvent.WaitForCond(ms, [this] { return m_bStopWanted.load(); });
     return !m_bStopWanted;
 }
 
-int CSWL_ListenProcEx::BindInTries(const addrinfo& address) {
+int CListenRun::BindInTries(const addrinfo& address) {
     for (int i = 0; i < BIND_TRIES; ++i) {
-        if (SWL_Bind(m_SocketListen, address.ai_addr, address.ai_addrlen) == 0) return LISTEN_OK;
+        if (SWL_Bind(m_SocketListen, address.ai_addr, address.ai_addrlen) == 0) return CSWL_ListenProcEx::LISTEN_OK;
         if (!WaitBeforeRetry(BIND_RETRY_WAIT)) break;
     }
-    return LISTEN_BIND_FAILED;
+    return CSWL_ListenProcEx::LISTEN_BIND_FAILED;
 }
 
-int CSWL_ListenProcEx::ListenInTries() {
+int CListenRun::ListenInTries() {
     for (int i = 0; i < LISTEN_TRIES; ++i) {
-        if (SWL_Listen(m_SocketListen, LISTEN_BACKLOG) == 0) return LISTEN_OK;
+        if (SWL_Listen(m_SocketListen, LISTEN_BACKLOG) == 0) return CSWL_ListenProcEx::LISTEN_OK;
         if (!WaitBeforeRetry(LISTEN_RETRY_WAIT)) break;
     }
-    return LISTEN_LISTEN_FAILED;
+    return CSWL_ListenProcEx::LISTEN_LISTEN_FAILED;
 }
 
-void CSWL_ListenProcEx::ReadBoundPort() {
+void CListenRun::ReadBoundPort() {
     sockaddr_storage address{};
     socklen_t len = sizeof(address);
     CLIENT_SOCK_INFO bound{};
@@ -144,42 +174,49 @@ void CSWL_ListenProcEx::ReadBoundPort() {
     m_boundPort = ntohs(bound.nPort);
 }
 
-void CSWL_ListenProcEx::CloseListenSocket() {
+void CListenRun::CloseListenSocket() {
+    const std::lock_guard guard(m_socketLock);
     SWL_CloseSocket(m_SocketListen);
     m_SocketListen = SWL_INVALID_SOCKET;
     m_boundPort = 0;
 }
 
-void CSWL_ListenProcEx::StopListen() {
-    // A start that still tries to bind holds the lock; it gives up as soon as it sees this.
-    m_bStopWanted = true;
-    m_stopEvent.PulseEvent();
-    const std::lock_guard guard(m_ListenLock);
-    if (!m_bListenStart) return;
-    SetRunFlag(m_bAcceptThreadRun, false);
-    eventfd_write(m_wakeFd, 1);
-    PUB_ExitThread(&m_AcceptThreadID, &m_bAcceptThreadRun);
-    m_bListenStart = false;
+PUB_thread_t CListenRun::StartThread(const std::shared_ptr<CListenRun>& run) {
+    if (run->m_wakeFd < 0) return 0;
+    run->m_self = run;
+    const PUB_thread_t threadID = PUB_CreateThread(StartAccept, run.get(), nullptr);
+    if (threadID == 0) run->m_self.reset();
+    return threadID;
 }
 
-void* CSWL_ListenProcEx::StartAccept(void* pParam) {
-    static_cast<CSWL_ListenProcEx*>(pParam)->AcceptThreadRun();
+void CListenRun::Stop() {
+    m_bStopWanted = true;
+    m_stopEvent.PulseEvent();
+    if (m_wakeFd >= 0) eventfd_write(m_wakeFd, 1);
+    // The thread may still be in the callback, from which the same port may be opened again.
+    const std::lock_guard guard(m_socketLock);
+    if (m_SocketListen != SWL_INVALID_SOCKET) SWL_Shutdown(m_SocketListen, SHUT_RDWR);
+}
+
+void* CListenRun::StartAccept(void* pParam) {
+    const std::shared_ptr<CListenRun> run = std::move(static_cast<CListenRun*>(pParam)->m_self);
+    run->AcceptThreadRun();
     return nullptr;
 }
 
-int CSWL_ListenProcEx::AcceptThreadRun() {
-    int result = LISTEN_OK;
-    while (RunFlagSet(m_bAcceptThreadRun) && result == LISTEN_OK) {
+int CListenRun::AcceptThreadRun() {
+    int result = CSWL_ListenProcEx::LISTEN_OK;
+    while (!m_bStopWanted && result == CSWL_ListenProcEx::LISTEN_OK) {
         pollfd watched[] = {{static_cast<int>(m_SocketListen), POLLIN, 0}, {m_wakeFd, POLLIN, 0}};
         if (ClockPoll(watched, 2, -1) < 0) WaitBeforeRetry(NO_RESOURCE_WAIT);
-        if (!RunFlagSet(m_bAcceptThreadRun)) break;
-        if (watched[0].revents != 0 && !AcceptOne()) result = LISTEN_NO_THREAD;
+        if (m_bStopWanted) break;
+        if (watched[0].revents != 0 && !AcceptOne()) result = CSWL_ListenProcEx::LISTEN_NO_THREAD;
     }
     CloseListenSocket();
     return result;
 }
 
-bool CSWL_ListenProcEx::AcceptOne() {
+bool CListenRun::AcceptOne() {
     sockaddr_storage address{};
     socklen_t len = sizeof(address);
     const SWL_socket_t sock = SWL_Accept(m_SocketListen, reinterpret_cast<sockaddr*>(&address), &len);
@@ -190,13 +227,69 @@ bool CSWL_ListenProcEx::AcceptOne() {
     return true;
 }
 
-bool CSWL_ListenProcEx::AcceptFailed() {
+bool CListenRun::AcceptFailed() {
     const int error = errno;
+    if (m_bStopWanted) return false;
     if (!PassingAcceptError(error)) {
         SWL_PrintError("ListenProc", __LINE__);
         return false;
     }
-    // While descriptors or memory are short the caller stays in the backlog and the socket ready: without a wait this would spin.
+    // While descriptors or memory are short the caller stays in the backlog and the socket ready: without a wait this
+    // would spin.
     if (error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM) WaitBeforeRetry(NO_RESOURCE_WAIT);
     return true;
+}
+
+CSWL_ListenProcEx::CSWL_ListenProcEx(GET_ACCEPT_LINK_CALLBACK pAcceptCallback, void* pParam)
+    : m_pAcceptCallback(pAcceptCallback), m_pParam(pParam) {}
+
+CSWL_ListenProcEx::~CSWL_ListenProcEx() { StopListen(); }
+
+int CSWL_ListenProcEx::StartListen(unsigned short nPort) try {
+    const std::lock_guard guard(m_ListenLock);
+    const RunRef run = std::make_shared<CListenRun>(m_pAcceptCallback, m_pParam);
+    if (!EnterRun(run)) return LISTEN_ALREADY_STARTED;
+    int result = run->OpenListenSocket(nPort);
+    if (result == LISTEN_OK) result = LaunchThread(run);
+    if (result != LISTEN_OK) ForgetRun(run);
+    return result;
+} catch (const std::bad_alloc&) {
+    return LISTEN_NO_SOCKET;
+}
+
+bool CSWL_ListenProcEx::EnterRun(const RunRef& run) {
+    const std::lock_guard guard(m_runLock);
+    if (m_run) return false;
+    m_run = run;
+    return true;
+}
+
+int CSWL_ListenProcEx::LaunchThread(const RunRef& run) {
+    const std::lock_guard guard(m_runLock);
+    if (m_run != run) return LISTEN_NO_THREAD;  // stopped
+    m_AcceptThreadID = CListenRun::StartThread(run);
+    return m_AcceptThreadID != 0 ? LISTEN_OK : LISTEN_NO_THREAD;
+}
+
+void CSWL_ListenProcEx::ForgetRun(const RunRef& run) {
+    const std::lock_guard guard(m_runLock);
+    if (m_run == run) m_run.reset();
+}
+
+void CSWL_ListenProcEx::StopListen() {
+    RunRef run;
+    PUB_thread_t threadID = 0;
+    {
+        const std::lock_guard guard(m_runLock);
+        run.swap(m_run);
+        std::swap(threadID, m_AcceptThreadID);
+    }
+    if (!run) return;
+    run->Stop();
+    PUB_ExitThread(&threadID, nullptr);
+}
+
+unsigned short CSWL_ListenProcEx::GetListenPort() const {
+    const std::lock_guard guard(m_runLock);
+    return m_run ? m_run->BoundPort() : 0;
 }

@@ -1,14 +1,13 @@
 // A TCP listener with one accept thread.
 #pragma once
 
-#include <atomic>
+#include <memory>
 
 #include "netservice/SWLSocket.h"
 #include "sdk_common/PubLock.h"
 #include "sdk_common/PubThread.h"
-#include "sdk_common/WaitEvent.h"
 
-struct addrinfo;
+class CListenRun;
 
 struct CLIENT_SOCK_INFO {
     SWL_socket_t pTcpSock;
@@ -20,13 +19,15 @@ struct CLIENT_SOCK_INFO {
 /// third argument is always null, the result is ignored.
 using GET_ACCEPT_LINK_CALLBACK = int (*)(CLIENT_SOCK_INFO* pInfo, void* pParam1, void* pParam2);
 
-/// All operations from any thread; StopListen and the destructor not from the callback's caller's locks.
+/// All operations from any thread, the callback's too; the callback may also destroy the object. What belongs to one
+/// run from start to stop is shared with the run's thread, so a run that is ending knows nothing of the object or its
+/// next run.
 class CSWL_ListenProcEx {
 public:
     enum RESULT {
         LISTEN_OK = 0,
-        LISTEN_NO_SOCKET = 1,      // no address or no socket
-        LISTEN_NO_THREAD = 2,      // the accept thread could not be started
+        LISTEN_NO_SOCKET = 1,      // no address, no socket or no memory
+        LISTEN_NO_THREAD = 2,      // no wake-up descriptor or no accept thread, or stopped just before its start
         LISTEN_BIND_FAILED = 3,    // after up to 60 tries, 2000 ms apart
         LISTEN_LISTEN_FAILED = 4,  // after up to 12 tries, 10000 ms apart
         LISTEN_ALREADY_STARTED = 6
@@ -41,36 +42,23 @@ public:
     /// to two minutes while the port is in use, or until StopListen.
     int StartListen(unsigned short nPort);
 
-    /// Ends the thread and closes the listening socket, also ends a StartListen that still waits. May be called from
-    /// the callback; the thread then ends after it. Does nothing if not started.
+    /// Ends the thread and frees the port, also ends a StartListen that still waits. Does nothing if not started.
+    /// Waits for a callback under way; called from the callback it does not, and the thread ends after the callback.
     void StopListen();
 
     /// The port really bound, host order; 0 while not listening.
-    unsigned short GetListenPort() const { return m_boundPort; }
+    unsigned short GetListenPort() const;
 
 private:
-    int OpenListenSocket(unsigned short nPort);
-    int BindInTries(const addrinfo& address);
-    int ListenInTries();
-    bool WaitBeforeRetry(unsigned int ms);
-    void ReadBoundPort();
-    void CloseListenSocket();
-    static void* StartAccept(void* pParam);
-    int AcceptThreadRun();
-    bool AcceptOne();
-    bool AcceptFailed();
+    using RunRef = std::shared_ptr<CListenRun>;
+    bool EnterRun(const RunRef& run);  // false if there is one already
+    int LaunchThread(const RunRef& run);
+    void ForgetRun(const RunRef& run);
 
-    bool m_bAcceptThreadRun = false;
-    bool m_bListenStart = false;  // guarded by m_ListenLock
     GET_ACCEPT_LINK_CALLBACK m_pAcceptCallback;
     void* m_pParam;
-    SWL_socket_t m_SocketListen =
-        SWL_INVALID_SOCKET;             // the accept thread's while it runs, else guarded by m_ListenLock
-    PUB_thread_t m_AcceptThreadID = 0;  // guarded by m_ListenLock
-    CPUB_Lock m_ListenLock;
-    CLIENT_SOCK_INFO m_clientSockInfo{};  // the accept thread's
-    std::atomic<unsigned short> m_boundPort{0};
-    std::atomic<bool> m_bStopWanted{false};  // ends waits of a start that is under way
-    CWaitEvent m_stopEvent;
-    int m_wakeFd = -1;  // readable once the accept thread is to end
+    CPUB_Lock m_ListenLock;             // makes starts serial, held while one waits for its port; before m_runLock
+    mutable CPUB_Lock m_runLock;        // held for moments only
+    RunRef m_run;                       // from the beginning of a start to the stop; guarded by m_runLock
+    PUB_thread_t m_AcceptThreadID = 0;  // of m_run; guarded by m_runLock
 };

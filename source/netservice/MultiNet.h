@@ -74,11 +74,13 @@ public:
     virtual int RemoveAllConnect() { return 0; }
 
     /// Queues a message, with its frame head put before it unless `bRawData`. 0 when queued, -1 for an unknown or
-    /// broken link, a bad argument or a buffer that has no room; with `bBlock` it waits up to 15 s for room.
+    /// broken link, a bad argument or a buffer that has no room; with `bBlock` it waits up to 15 s for room. On the
+    /// engine's thread it meanwhile writes the queue out itself.
     virtual int SendData(int deviceID, const void* pBuf, int iLen, bool bBlock, bool bRawData) { return -1; }
 
     /// Sends past the queue in the caller's thread, as is: the caller frames its message and continues a partial send.
-    /// With `bBlock` it waits while the link lives. Count of bytes sent, also less than `iLen`.
+    /// With `bBlock` it waits while the link lives, on the engine's thread 30 s at most. Count of bytes sent, also less
+    /// than `iLen`.
     virtual int SendDataSync(int deviceID, const void* pBuf, int iLen, bool bBlock) { return -1; }
 
     /// Reads from a link in manual mode; 0 in automatic mode. `lBlockTime`: seconds to wait for all `iLen` bytes; with
@@ -98,7 +100,7 @@ public:
     virtual void SendHeartBeat() {}
 
     /// The bare sends and reads under the above, in either mode. `lBlockTime` in seconds; SendBuff with `bBlock` waits
-    /// while the link lives.
+    /// while the link lives, on the engine's thread 30 s at most.
     virtual int SendBuff(int deviceID, const void* pBuf, int iLen, bool bBlock, int lBlockTime) { return 0; }
     virtual int RecvBuff(int deviceID, void* pBuf, int iLen, bool bBlock, int lBlockTime) { return 0; }
 

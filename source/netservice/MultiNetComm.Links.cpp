@@ -70,15 +70,13 @@ int CSWL_MultiNetComm::AddNewComm(int deviceID, SWL_socket_t sock) {
 }
 
 int CSWL_MultiNetComm::RemoveComm(int deviceID) {
-    {
-        const std::scoped_lock guard(m_lstLinkLock);
-        const std::scoped_lock sendGuard(m_listLinkSendLock);
-        const LinkRef link = FindLink(deviceID);
-        if (!link) return 0;
-        MarkRemoved(link);
-    }
+    const std::scoped_lock guard(m_lstLinkLock);
+    const std::scoped_lock sendGuard(m_listLinkSendLock);
+    const LinkRef link = FindLink(deviceID);
+    if (!link) return 0;
+    MarkRemoved(link);
     TellRoom();
-    Wake();
+    Wake();  // under the locks: once Destroy has had them the wake-up may be closed
     return 0;
 }
 
@@ -87,8 +85,8 @@ int CSWL_MultiNetComm::RemoveAllConnect() {
         const std::scoped_lock guard(m_lstLinkLock);
         const std::scoped_lock sendGuard(m_listLinkSendLock);
         for (const LinkRef& link : m_lstNetLink) MarkRemoved(link);
+        TellRoom();
     }
-    TellRoom();
     UpdateRemoveComm();
     return 0;
 }
@@ -111,7 +109,8 @@ void CSWL_MultiNetComm::UpdateRemoveComm() {
     m_tempDelNetLink.clear();
 }
 
-// What is queued gets one try to go out, a logout for instance. The memory goes with the last one who is still in the link.
+// What is queued gets one try to go out, a logout for instance. The memory goes with the last one who is still in the
+// link.
 void CSWL_MultiNetComm::CloseLink(const LinkRef& link) {
     if (!link->bBroken && link->bSendIdle && !link->bSyncSending) DrainQueue(*link, false);
     SetWatch(*link, 0);
@@ -188,8 +187,8 @@ void CSWL_MultiNetComm::SetWatch(COMM_LINK& link, tuint32 wanted) {
     }
 }
 
-// Only marks the link. The engine's thread does the rest in TellBrokenLinks, so that no lock of the caller is held when the
-// receiver is told and no buffer goes away under a receiver who is still reading it.
+// Only marks the link. The engine's thread does the rest in TellBrokenLinks, so that no lock of the caller is held when
+// the receiver is told and no buffer goes away under a receiver who is still reading it.
 void CSWL_MultiNetComm::BreakLink(COMM_LINK& link, int iLine) {
     if (link.bBroken.exchange(true)) return;
     std::fprintf(stderr, "%s, %d, pNetLinkResource->bBroken = true , m_deviceID = %d\n", "MultiNetComm", iLine,

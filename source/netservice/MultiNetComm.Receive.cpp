@@ -45,8 +45,8 @@ int CSWL_MultiNetComm::ReadSome(COMM_LINK& link, bool& bFull) {
     return count;
 }
 
-// Messages are handed on from where they lie. The receiver may change the link's mode or end it at each of them; bytes that it
-// does not want here any more are kept for RecvData.
+// Messages are handed on from where they lie. The receiver may change the link's mode or end it at each of them; bytes
+// that it does not want here any more are kept for RecvData.
 void CSWL_MultiNetComm::DeliverMessages(const LinkRef& link, LinkLock& lock) {
     while (MayRead(*link)) {
         switch (link->reader.Next()) {

@@ -36,7 +36,7 @@ int CSWL_MultiNetComm::SendData(int deviceID, const void* pBuf, int iLen, bool b
         }
         if (link->bufferMaxLen < needed) {
             if (!RaiseLimit(*link, needed)) return -1;
-        } else if (!bBlock || !WaitForRoom(lock, deadline)) {
+        } else if (!bBlock || !MakeRoom(*link, lock, deadline)) {
             return -1;
         }
     }
@@ -129,12 +129,12 @@ int CSWL_MultiNetComm::SendBuff(int deviceID, const void* pBuf, int iLen, bool b
 int CSWL_MultiNetComm::SendPastQueue(const LinkRef& link, LinkLock& lock, const void* pBuf, int iLen, bool bBlock,
                                      int lBlockTime) {
     if (!pBuf || iLen < 0) return -1;
+    const tint64 deadline = SyncDeadline(bBlock, lBlockTime);
     while (link->bSyncSending) {
-        if (!bBlock) return 0;
-        WaitForRoom(lock, NO_DEADLINE);
+        if (!WaitForRoom(lock, deadline)) return link->bBroken || link->bRemoved ? -1 : 0;
     }
     link->bSyncSending = true;
-    const tint64 deadline = bBlock ? NO_DEADLINE : TimeSource().MonotonicMicroseconds() + tint64{lBlockTime} * 1000000;
+    WatchForWriting(*link);  // the engine's thread writes nothing into the middle of this
     int sent = 0;
     if (FinishStartedMessage(link, lock, deadline)) {
         sent = SendOnLink(link, lock, static_cast<const char*>(pBuf), iLen, deadline);
@@ -144,6 +144,13 @@ int CSWL_MultiNetComm::SendPastQueue(const LinkRef& link, LinkLock& lock, const 
     WatchForWriting(*link);
     TellRoom();
     return sent;
+}
+
+// On the engine's own thread nobody would find out that the peer is dead.
+tint64 CSWL_MultiNetComm::SyncDeadline(bool bBlock, int lBlockTime) const {
+    const tint64 now = TimeSource().MonotonicMicroseconds();
+    const tint64 wanted = bBlock ? NO_DEADLINE : now + tint64{lBlockTime} * 1000000;
+    return OnOwnThread() ? std::min<tint64>(wanted, now + DEAD_AFTER * 1000) : wanted;
 }
 
 bool CSWL_MultiNetComm::FinishStartedMessage(const LinkRef& link, LinkLock& lock, tint64 deadline) {
@@ -176,6 +183,14 @@ bool CSWL_MultiNetComm::WaitForSocket(COMM_LINK& link, LinkLock& lock, tint64 de
     ClockPoll(&watched, 1, LOOK_INTERVAL);
     lock.lock();
     return true;
+}
+
+// False once the deadline has passed. On the engine's own thread nobody else would write the queue out.
+bool CSWL_MultiNetComm::MakeRoom(COMM_LINK& link, LinkLock& lock, tint64 deadline) {
+    if (!OnOwnThread() || !link.bSendIdle || link.bSyncSending) return WaitForRoom(lock, deadline);
+    const int waiting = link.sendBuffer.GetDataSize();
+    if (DrainQueue(link, false) == DRAIN_BROKEN) return false;
+    return link.sendBuffer.GetDataSize() < waiting || WaitForSocket(link, lock, deadline);
 }
 
 // Waits without the lock until somebody calls TellRoom. False once the deadline has passed.

@@ -23,7 +23,6 @@ constexpr int LONGEST_IDLE_WAIT = 1000;
 constexpr unsigned int BROKEN_SET_WAIT = 3;
 
 constexpr LONGLONG HEARTBEAT_AFTER = 7500;  // milliseconds without sending
-constexpr LONGLONG DEAD_AFTER = 30000;      // milliseconds without receiving
 constexpr LONGLONG CLOCK_JUMP = 60000;      // a longer silence was none: somebody set the clock
 constexpr LONGLONG ENGINE_HELD_UP = 5000;   // the engine itself was away, which is no link's fault
 
@@ -46,8 +45,11 @@ bool CSWL_MultiNetComm::Init(int sendBufSize) {
     m_sendBufSize = sendBufSize;
     m_idleWait = SHORTEST_IDLE_WAIT;
     m_threadId = PUB_CreateThread(RecvThread, this, &m_bSockThreadRun);
-    if (m_threadId == 0) CloseEventSet();
-    return m_threadId != 0;
+    if (m_threadId != 0) return true;
+    m_sendBufSize = 0;
+    CloseEventSet();
+    m_scratch.reset();
+    return false;
 }
 
 bool CSWL_MultiNetComm::OpenEventSet() {
@@ -86,6 +88,7 @@ void CSWL_MultiNetComm::Destroy() {
     UpdateRemoveComm();
     WaitForUsersToLeave();
     CloseEventSet();
+    m_scratch.reset();
 }
 
 void CSWL_MultiNetComm::WaitForUsersToLeave() {
@@ -101,6 +104,7 @@ void* CSWL_MultiNetComm::RecvThread(void* pParam) {
 }
 
 void CSWL_MultiNetComm::RecvThreadRun() {
+    m_servingThread = pthread_self();
     while (RunFlagSet(m_bSockThreadRun)) {
         UpdateRemoveComm();
         TellBrokenLinks();
@@ -109,6 +113,7 @@ void CSWL_MultiNetComm::RecvThreadRun() {
         ServeKeptBytes();
         ServeTimes();
     }
+    m_servingThread = 0;
 }
 
 void CSWL_MultiNetComm::WaitForWork() {
@@ -148,23 +153,23 @@ void CSWL_MultiNetComm::ServeLink(const LinkRef& link, tuint32 events) {
     if (events & READ_EVENTS) ReadStage(link);
     if ((events & WRITE_EVENTS) == 0) return;
     const std::scoped_lock guard(m_listLinkSendLock);
-    if (link->watched & EPOLLOUT) DrainQueue(*link, false);
+    const bool bMayWrite = link->bSendIdle && !link->bSyncSending;
+    if (bMayWrite && (link->watched & EPOLLOUT)) DrainQueue(*link, false);
     WatchForWriting(*link);
 }
 
 void CSWL_MultiNetComm::ServeKeptBytes() {
     if (!m_bKeptWaiting.exchange(false)) return;
-    std::list<LinkRef> waiting;
-    {
-        const std::scoped_lock guard(m_lstLinkLock);
-        for (const LinkRef& link : m_lstNetLink) {
-            if (link->reader.HasAhead() && MayRead(*link)) waiting.push_back(link);
-        }
+    LinkLock lock(m_lstLinkLock);
+    for (LinkRef link = NextKept(0); link; link = NextKept(link->serial)) DeliverMessages(link, lock);
+}
+
+// Links stand in the list in the order of their serials; a receiver may change the list between two of them.
+CSWL_MultiNetComm::LinkRef CSWL_MultiNetComm::NextKept(tuint64 behind) {
+    for (const LinkRef& link : m_lstNetLink) {
+        if (link->serial > behind && link->reader.HasAhead() && MayRead(*link)) return link;
     }
-    for (const LinkRef& link : waiting) {
-        LinkLock lock(m_lstLinkLock);
-        DeliverMessages(link, lock);
-    }
+    return nullptr;
 }
 
 void CSWL_MultiNetComm::ServeTimes() {

@@ -40,6 +40,9 @@ public:
     /// Bytes that one read takes from a socket at most.
     static constexpr int SCRATCH_SIZE = 256 * 1024;
 
+    /// Milliseconds without receiving after which a link counts as dead.
+    static constexpr LONGLONG DEAD_AFTER = 30000;
+
     CSWL_MultiNetComm() = default;
     ~CSWL_MultiNetComm() override;
     CSWL_MultiNetComm(const CSWL_MultiNetComm&) = delete;
@@ -104,6 +107,7 @@ private:
     void ServeReadyLinks();
     void ServeLink(const LinkRef& link, tuint32 events);
     void ServeKeptBytes();
+    LinkRef NextKept(tuint64 behind);  // m_lstLinkLock held
     void ServeTimes();
     void CheckReceiveTime(COMM_LINK& link, LONGLONG now);
     LONGLONG SendHeartBeatIfDue(COMM_LINK& link, LONGLONG now);
@@ -118,8 +122,8 @@ private:
     int ReadNow(COMM_LINK& link, char* pBuf, int iLen);
     int RecvOnLink(const LinkRef& link, char* pBuf, int iLen, bool bBlock, int lBlockTime);
 
-    // Sending (MultiNetComm.Send.cpp), with m_listLinkSendLock held; those with a lock argument give it up while they wait.
-    // Deadlines are microseconds of the monotonic clock.
+    // Sending (MultiNetComm.Send.cpp), with m_listLinkSendLock held; those with a lock argument give it up while they
+    // wait. Deadlines are microseconds of the monotonic clock.
     bool RaiseLimit(COMM_LINK& link, tint64 needed);
     bool QueueMessage(COMM_LINK& link, const void* pBuf, int iLen, bool bRawData);
     DRAIN DrainQueue(COMM_LINK& link, bool bFrontOnly);
@@ -127,6 +131,9 @@ private:
     int SendPastQueue(const LinkRef& link, LinkLock& lock, const void* pBuf, int iLen, bool bBlock, int lBlockTime);
     bool FinishStartedMessage(const LinkRef& link, LinkLock& lock, tint64 deadline);
     int SendOnLink(const LinkRef& link, LinkLock& lock, const char* pBuf, int iLen, tint64 deadline);
+    bool OnOwnThread() const { return m_servingThread == pthread_self(); }
+    tint64 SyncDeadline(bool bBlock, int lBlockTime) const;
+    bool MakeRoom(COMM_LINK& link, LinkLock& lock, tint64 deadline);
     bool WaitForSocket(COMM_LINK& link, LinkLock& lock, tint64 deadline);
     bool WaitForRoom(LinkLock& lock, tint64 deadline);
     void TellRoom();  // any thread, any lock
@@ -139,6 +146,7 @@ private:
     CPUB_Lock m_listLinkSendLock;
     bool m_bSockThreadRun = false;
     PUB_thread_t m_threadId = 0;
+    std::atomic<PUB_thread_t> m_servingThread{0};  // the engine's thread, as itself tells
     int m_sendBufSize = 0;
     tuint64 m_nextSerial = 1;  // guarded by m_lstLinkLock; 0 stands for the wake-up
 

@@ -15,13 +15,20 @@ tint64 NowMilliseconds() { return TimeSource().MonotonicMicroseconds() / 1000; }
 
 }  // namespace
 
+/// A run of records that the reader holds.
+struct HANDED_RUN {
+    unsigned char* pBuffer;
+    int len;
+};
+
 /// A ring and the runs that its reader holds.
 struct NET_DATA_BUFFER_MAN {
     unsigned int bufferID = 0;
     std::unique_ptr<CNetDataBufferMan> pDataBuffer;
-    std::list<unsigned char*> toReleaseBufferList;  // oldest first; guarded by pReleaseLock
+    std::list<HANDED_RUN> toReleaseBufferList;  // oldest first; guarded by pReleaseLock
     std::unique_ptr<CPUB_Lock> pReleaseLock;
-    std::atomic<bool> bRemoving{false};
+    std::atomic<bool> bRemoving{false};  // set under m_bufferArrayLock and pReleaseLock
+    std::atomic<bool> bVoid{false};      // runs that were not released are lost
     std::atomic<bool> bWake{false};
     std::atomic<size_t> openRuns{0};  // size of the list, to be read without the lock
     CWaitEvent dataEvent;
@@ -43,8 +50,12 @@ void CMultiNetDataBufferMan::Quit() {
         all.swap(m_dataBufferArray);
     }
     for (const BufferRef& entry : all) {
-        entry->bRemoving = true;
+        {
+            const std::scoped_lock guard(*entry->pReleaseLock);
+            entry->bRemoving = entry->bVoid = true;
+        }
         entry->dataEvent.PulseEvent();
+        entry->releaseEvent.PulseEvent();
         entry->pDataBuffer->Quit();
     }
 }
@@ -54,16 +65,35 @@ std::vector<CMultiNetDataBufferMan::BufferRef>::iterator CMultiNetDataBufferMan:
     return std::lower_bound(m_dataBufferArray.begin(), m_dataBufferArray.end(), bufferID, isBelow);
 }
 
+bool CMultiNetDataBufferMan::IsAt(std::vector<BufferRef>::iterator place, unsigned int bufferID) {
+    return place != m_dataBufferArray.end() && (*place)->bufferID == bufferID;
+}
+
+CMultiNetDataBufferMan::BufferRef CMultiNetDataBufferMan::FindLive(unsigned int bufferID) {
+    const auto place = Place(bufferID);
+    return IsAt(place, bufferID) && !(*place)->bRemoving ? *place : nullptr;
+}
+
 CMultiNetDataBufferMan::BufferRef CMultiNetDataBufferMan::Find(unsigned int bufferID) {
     const std::scoped_lock guard(m_bufferArrayLock);
-    const auto place = Place(bufferID);
-    return place != m_dataBufferArray.end() && (*place)->bufferID == bufferID ? *place : nullptr;
+    return FindLive(bufferID);
+}
+
+// The ring, maybe one being removed, whose oldest run starts at `pBuffer`.
+CMultiNetDataBufferMan::BufferRef CMultiNetDataBufferMan::FindHolder(unsigned int bufferID,
+                                                                     const unsigned char* pBuffer) {
+    const std::scoped_lock guard(m_bufferArrayLock);
+    for (auto place = Place(bufferID); IsAt(place, bufferID); ++place) {
+        const std::scoped_lock releaseGuard(*(*place)->pReleaseLock);
+        const std::list<HANDED_RUN>& runs = (*place)->toReleaseBufferList;
+        if (!runs.empty() && runs.front().pBuffer == pBuffer) return *place;
+    }
+    return nullptr;
 }
 
 bool CMultiNetDataBufferMan::AddBuffer(unsigned int bufferID, int size, bool bLive) try {
     const std::scoped_lock guard(m_bufferArrayLock);
-    const auto place = Place(bufferID);
-    if (place != m_dataBufferArray.end() && (*place)->bufferID == bufferID) return true;
+    if (FindLive(bufferID)) return true;
     const BufferRef entry = std::make_shared<NET_DATA_BUFFER_MAN>();
     entry->bufferID = bufferID;
     entry->pDataBuffer = std::make_unique<CNetDataBufferMan>();
@@ -71,29 +101,35 @@ bool CMultiNetDataBufferMan::AddBuffer(unsigned int bufferID, int size, bool bLi
     entry->dataEvent.CreateWaitEvent();
     entry->releaseEvent.CreateWaitEvent();
     if (!entry->pDataBuffer->Initial(size, bLive)) return false;
-    m_dataBufferArray.insert(place, entry);
+    m_dataBufferArray.insert(Place(bufferID), entry);
     return true;
 } catch (const std::bad_alloc&) {
     return false;
 }
 
 void CMultiNetDataBufferMan::RemoveBuffer(unsigned int bufferID) {
-    const BufferRef entry = Find(bufferID);
+    const BufferRef entry = StartRemoval(bufferID);
     if (!entry) return;
-    {
-        const std::scoped_lock guard(*entry->pReleaseLock);
-        entry->bRemoving = true;
-    }
     entry->dataEvent.PulseEvent();
-    while (entry->openRuns > 0) entry->releaseEvent.WaitForCond(RELEASE_WAIT, [&] { return entry->openRuns == 0; });
+    const auto isOver = [&] { return entry->openRuns == 0 || entry->bVoid; };
+    while (!isOver()) entry->releaseEvent.WaitForCond(RELEASE_WAIT, isOver);
     entry->pDataBuffer->Quit();
     Erase(entry);
 }
 
+CMultiNetDataBufferMan::BufferRef CMultiNetDataBufferMan::StartRemoval(unsigned int bufferID) {
+    const std::scoped_lock guard(m_bufferArrayLock);
+    const BufferRef entry = FindLive(bufferID);
+    if (!entry) return nullptr;
+    const std::scoped_lock releaseGuard(*entry->pReleaseLock);
+    entry->bRemoving = true;
+    return entry;
+}
+
 void CMultiNetDataBufferMan::Erase(const BufferRef& entry) {
     const std::scoped_lock guard(m_bufferArrayLock);
-    const auto place = Place(entry->bufferID);
-    if (place != m_dataBufferArray.end() && *place == entry) m_dataBufferArray.erase(place);
+    const auto place = std::find(Place(entry->bufferID), m_dataBufferArray.end(), entry);
+    if (place != m_dataBufferArray.end()) m_dataBufferArray.erase(place);
 }
 
 bool CMultiNetDataBufferMan::PushData(unsigned int bufferID, const HLX_FRAME_INFO& frame, const unsigned char* pData) {
@@ -110,7 +146,7 @@ bool CMultiNetDataBufferMan::GetDataBuffer(unsigned int bufferID, unsigned char*
     const std::scoped_lock guard(*entry->pReleaseLock);
     if (entry->bRemoving) return false;
     try {
-        entry->toReleaseBufferList.push_back(nullptr);
+        entry->toReleaseBufferList.push_back({});
     } catch (const std::bad_alloc&) {
         return false;
     }
@@ -118,19 +154,20 @@ bool CMultiNetDataBufferMan::GetDataBuffer(unsigned int bufferID, unsigned char*
         entry->toReleaseBufferList.pop_back();
         return false;
     }
-    entry->toReleaseBufferList.back() = pBuffer;
+    entry->toReleaseBufferList.back() = {pBuffer, len};
     ++entry->openRuns;
     return true;
 }
 
 void CMultiNetDataBufferMan::ReleaseDataBuffer(unsigned int bufferID, unsigned char* pBuffer, int len) {
-    const BufferRef entry = Find(bufferID);
+    const BufferRef entry = FindHolder(bufferID, pBuffer);
     if (!entry) return;
     {
         const std::scoped_lock guard(*entry->pReleaseLock);
-        if (entry->toReleaseBufferList.empty() || entry->toReleaseBufferList.front() != pBuffer) return;
-        entry->toReleaseBufferList.pop_front();
-        entry->pDataBuffer->ReleaseDataBuffer(pBuffer, len);
+        std::list<HANDED_RUN>& runs = entry->toReleaseBufferList;
+        if (runs.empty() || runs.front().pBuffer != pBuffer || runs.front().len != len) return;
+        if (!entry->pDataBuffer->ReleaseDataBuffer(pBuffer, len)) return;
+        runs.pop_front();
         --entry->openRuns;
     }
     if (entry->bRemoving) entry->releaseEvent.PulseEvent();

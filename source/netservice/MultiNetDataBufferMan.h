@@ -29,15 +29,16 @@ public:
     static CMultiNetDataBufferMan* Instance();
 
     bool Initial();
-    /// Removes all rings at once. Called when their readers have ended: runs not released are void after it.
+    /// Removes all rings at once. Called when their readers have ended: runs not released are void after it, and a
+    /// RemoveBuffer that waits for them ends.
     void Quit();
 
-    /// Makes a ring of `size` bytes. True also if the id exists already, whose ring then stays as it is. False if
-    /// memory is short.
+    /// Makes a ring of `size` bytes. True also if the id exists already, whose ring then stays as it is; one that is
+    /// being removed does not count. False if memory is short.
     bool AddBuffer(unsigned int bufferID, int size, bool bLive);
 
-    /// Takes a ring away. From the start the reader gets nothing more and frames are dropped. Blocks until the reader has released every
-    /// run that it took, so the reader must not call or wait for it.
+    /// Takes a ring away. From the start its id is unknown but to ReleaseDataBuffer. Blocks until the reader has
+    /// released every run that it took, so the reader must not call or wait for it.
     void RemoveBuffer(unsigned int bufferID);
 
     /// Stores a frame (data of `frame.length` bytes, copied). True when the producer is done with the frame: it was
@@ -48,7 +49,7 @@ public:
     /// The next run of records; see CNetDataBufferMan. False for an unknown id or when nothing waits.
     bool GetDataBuffer(unsigned int bufferID, unsigned char*& pBuffer, int& len);
 
-    /// Gives a run back, in the order of taking. Anything else than the oldest run changes nothing.
+    /// Gives a run back, in the order of taking. Anything else than the oldest run with its length changes nothing.
     void ReleaseDataBuffer(unsigned int bufferID, unsigned char* pBuffer, int len);
 
     /// The following give 0 for an unknown id.
@@ -69,10 +70,16 @@ public:
 private:
     using BufferRef = std::shared_ptr<NET_DATA_BUFFER_MAN>;
     CMultiNetDataBufferMan() = default;
-    std::vector<BufferRef>::iterator Place(unsigned int bufferID);  // m_bufferArrayLock held
+    bool IsAt(std::vector<BufferRef>::iterator place,
+              unsigned int bufferID);  // these three with m_bufferArrayLock held
+    std::vector<BufferRef>::iterator Place(unsigned int bufferID);
+    BufferRef FindLive(unsigned int bufferID);
     BufferRef Find(unsigned int bufferID);
+    BufferRef FindHolder(unsigned int bufferID, const unsigned char* pBuffer);
+    BufferRef StartRemoval(unsigned int bufferID);
     void Erase(const BufferRef& entry);
 
-    std::vector<BufferRef> m_dataBufferArray;  // sorted by id; guarded by m_bufferArrayLock
+    // Sorted by id; of one id the live ring, if there is one, before those being removed. Guarded by m_bufferArrayLock.
+    std::vector<BufferRef> m_dataBufferArray;
     CPUB_Lock m_bufferArrayLock;
 };

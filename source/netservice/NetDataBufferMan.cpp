@@ -151,6 +151,7 @@ void CNetDataBufferMan::KeepEndFrame(const HLX_FRAME_INFO& frame) {
 bool CNetDataBufferMan::GetDataBuffer(unsigned char*& pBuffer, int& len) {
     const std::scoped_lock guard(m_lock);
     const NET_DATA_BUFFER_INFO& info = m_dataBufferInfo;
+    PushLostEndFrame();
     if (info.dataLen == 0) return false;
     if (info.writeOffset > info.readOffset) {
         TakeUpToWrite(pBuffer, len);
@@ -210,6 +211,7 @@ bool CNetDataBufferMan::ReleaseDataBuffer(const unsigned char* pBuffer, int len)
     info.freeLen += end - info.freeOffset;
     info.freeOffset = end;
     if (end == info.tailOffset) WrapFreeOffset();
+    PushLostEndFrame();
     return true;
 }
 

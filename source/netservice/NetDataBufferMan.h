@@ -66,8 +66,8 @@ public:
     /// The next run of whole records. False if there is none. The bytes stay valid until released.
     bool GetDataBuffer(unsigned char*& pBuffer, int& len);
 
-    /// Gives the oldest run back, with the length it was handed out with. False, with nothing changed, for any other pointer or a length
-    /// beyond the ring.
+    /// Gives the oldest run back, with the length it was handed out with. False, with nothing changed, for any other
+    /// pointer or a length beyond the ring.
     bool ReleaseDataBuffer(const unsigned char* pBuffer, int len);
 
     int GetFreeBufferSize();

@@ -27,7 +27,8 @@ int SWL_Init() {
 }
 
 int SWL_Quit() {
-    g_initCount.fetch_sub(1);
+    for (int count = g_initCount; count > 0 && !g_initCount.compare_exchange_weak(count, count - 1);) {
+    }
     return 0;
 }
 

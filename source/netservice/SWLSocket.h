@@ -11,7 +11,7 @@ constexpr SWL_socket_t SWL_INVALID_SOCKET = -1;
 
 /// The first call ignores SIGPIPE for the whole process; further calls are counted. Always 0. Any thread.
 int SWL_Init();
-/// Counts one SWL_Init down. Always 0. Any thread.
+/// Counts one SWL_Init down, never below 0. Always 0. Any thread.
 int SWL_Quit();
 
 /// A non-blocking, close-on-exec socket with SO_REUSEADDR; -1 with errno on failure. The caller owns it.

@@ -24,5 +24,7 @@ BOOL CreateGUID(GUID& guid);
 /// null pointer.
 BOOL GuidToString(const GUID& guid, char* pText);
 
-/// Reads the form that GuidToString prints, braces required, small letters allowed. The zero GUID for anything else.
+/// Reads the form that GuidToString prints, as sscanf takes it: braces and dashes required, small letters and fewer
+/// digits in a field allowed, as are spaces, a sign or "0x" before them; what follows the closing brace is not looked
+/// at. The zero GUID for anything else.
 GUID GetGuidFromString(const char* pText);

@@ -12,13 +12,14 @@ thread_local CThreadState::OwnNumber* t_pOwnNumber = nullptr;
 
 }  // namespace
 
-CThreadState::OwnNumber::OwnNumber() { t_pOwnNumber = this; }
+CThreadState::OwnNumber::OwnNumber() : m_pOuter(t_pOwnNumber) { t_pOwnNumber = this; }
 
-CThreadState::OwnNumber::~OwnNumber() { t_pOwnNumber = nullptr; }
+CThreadState::OwnNumber::~OwnNumber() { t_pOwnNumber = m_pOuter; }
 
 CThreadState* CThreadState::Instance() {
-    static CThreadState state;
-    return &state;
+    // Never destroyed: threads of the library may still set a number while the process ends.
+    static auto* const pState = new CThreadState;
+    return pState;
 }
 
 CThreadState::CThreadState() { SetLastError(0); }

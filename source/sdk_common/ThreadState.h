@@ -25,8 +25,8 @@ public:
     /// The stored number, 0 if none.
     DWORD GetLastError();
 
-    /// While one of these lives on a thread, that thread's numbers go into it and not into the table: background work of the library
-    /// neither reads a number of an application thread nor overwrites it.
+    /// While one of these lives on a thread, that thread's numbers go into it and not into the table: background work of the
+    /// library neither reads a number of an application's thread nor overwrites it. Never alive while the application is called.
     class OwnNumber {
     public:
         OwnNumber();
@@ -37,6 +37,7 @@ public:
     private:
         friend class CThreadState;
         DWORD m_number = 0;
+        OwnNumber* m_pOuter;
     };
 
     /// Writes the stored number to `*pErrorNo` if the pointer is not null and a number was ever stored. The result is

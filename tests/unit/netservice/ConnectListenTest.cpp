@@ -1,5 +1,4 @@
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/resource.h>
@@ -84,33 +83,6 @@ TEST(Connect, ReachesAListenerAndTellsWhoCalled) {
     listener.StopListen();
     EXPECT_EQ(ConnectTo("127.0.0.1", port, 300), SWL_INVALID_SOCKET) << "nobody listens any more";
     EXPECT_EQ(listener.StartListen(port), CSWL_ListenProcEx::LISTEN_OK) << "and again on the same port";
-}
-
-TEST(Connect, Ipv6TextsWorkBareAndInBrackets) {
-    const SWL_socket_t listener = SWL_CreateSocket(AF_INET6, SOCK_STREAM, 0);
-    sockaddr_in6 address{};
-    address.sin6_family = AF_INET6;
-    address.sin6_addr = in6addr_loopback;
-    socklen_t len = sizeof(address);
-    auto* pAddress = reinterpret_cast<sockaddr*>(&address);
-    if (SWL_Bind(listener, pAddress, len) != 0) GTEST_SKIP() << "no IPv6 here";
-    ASSERT_EQ(SWL_Listen(listener, 5), 0);
-    getsockname(static_cast<int>(listener), pAddress, &len);
-    for (const char* pText : {"[::1]", "::1", "[::1"}) {
-        const SWL_socket_t sock = ConnectTo(pText, ntohs(address.sin6_port));
-        EXPECT_GE(sock, 0) << pText;
-        SWL_CloseSocket(sock);
-    }
-    SWL_CloseSocket(listener);
-}
-
-TEST(Connect, SenselessAddressesFail) {
-    const int descriptors = OpenDescriptorCount();
-    for (const char* pText : {"", "[", "[]", "1.2.3.4.5", "::g", "host name"}) {
-        EXPECT_EQ(ConnectTo(pText, 80, 100), SWL_INVALID_SOCKET) << pText;
-    }
-    EXPECT_EQ(ConnectTo(nullptr, 80, 100), SWL_INVALID_SOCKET);
-    EXPECT_EQ(OpenDescriptorCount(), descriptors);
 }
 
 TEST(Connect, WaitIsBoundedAndEndedByDestroy) {

@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstring>
 #include <deque>
-#include <fstream>
 #include <random>
 #include <string>
 #include <thread>
@@ -177,37 +175,15 @@ TEST(FrameRing, VideoStartsAtAKeyFrame) {
     EXPECT_FALSE(ring.HasData());
 }
 
-TEST(FrameRing, SilentStreamIsForgotten) {
-    CNetDataBufferMan ring;
-    ASSERT_TRUE(ring.Initial(1 << 20, true));
-    const auto pushTo = [&](unsigned int channel, bool bKey) {
-        HLX_FRAME_INFO frame = Frame(VIDEO, 0, bKey);
-        frame.channel = channel;
-        EXPECT_TRUE(ring.PushData(frame, nullptr));
-        RUN run;
-        const bool bOut = ring.GetDataBuffer(run.pBuffer, run.len);
-        if (bOut) ring.ReleaseDataBuffer(run.pBuffer, run.len);
-        return bOut;
-    };
-    EXPECT_TRUE(pushTo(1, true));
-    for (int i = 0; i < 9999; ++i) EXPECT_TRUE(pushTo(2, true));
-    EXPECT_TRUE(pushTo(1, false)) << "one frame short of being forgotten";
-    for (int i = 0; i < 10000; ++i) EXPECT_TRUE(pushTo(2, true));
-    EXPECT_FALSE(pushTo(1, false));
-}
-
-TEST(FrameRing, TenthTryGivesUpClosesTheGateAndKeepsTheEndFrame) {
+TEST(FrameRing, TenthTryGivesUpAndClosesTheGate) {
     constexpr unsigned int ID = LIVE_BUFFER_ID(3, 5, 0);
     auto& rings = *CMultiNetDataBufferMan::Instance();
     ASSERT_TRUE(rings.AddBuffer(ID, 4096, true));
     ASSERT_TRUE(rings.AddBuffer(ID, 1, false)) << "exists already";
     const std::string data = Noise(4000);
     ASSERT_TRUE(rings.PushData(ID, Frame(VIDEO, 4000, true), Bytes(data)));
-    for (const unsigned int type : {VIDEO, static_cast<unsigned int>(DD_FRAME_TYPE_END)}) {
-        for (int i = 1; i < 10; ++i) EXPECT_FALSE(rings.PushData(ID, Frame(type, 400), Bytes(data))) << i;
-        EXPECT_TRUE(rings.PushData(ID, Frame(type, 400), Bytes(data)));
-    }
-    EXPECT_EQ(rings.GetLostFrames(ID), 2u);
+    for (int i = 1; i <= 10; ++i) EXPECT_EQ(rings.PushData(ID, Frame(VIDEO, 400), Bytes(data)), i == 10) << i;
+    EXPECT_EQ(rings.GetLostFrames(ID), 1u);
     RUN run;
     ASSERT_TRUE(rings.GetDataBuffer(ID, run.pBuffer, run.len));
     rings.ReleaseDataBuffer(ID, run.pBuffer + 4, run.len);  // not what was taken
@@ -236,21 +212,12 @@ TEST(FrameRing, LostEndFrameFollowsWhenThereIsRoom) {
     RUN run;
     ASSERT_TRUE(ring.GetDataBuffer(run.pBuffer, run.len));
     ASSERT_TRUE(ring.ReleaseDataBuffer(run.pBuffer, run.len));
-    ASSERT_TRUE(Push(ring, 8));
+    EXPECT_TRUE(ring.HasData()) << "pushed by the release, for nothing else may come";
     ASSERT_TRUE(ring.GetDataBuffer(run.pBuffer, run.len));
-    EXPECT_EQ(run.len, 64);
-    ASSERT_TRUE(ring.GetDataBuffer(run.pBuffer, run.len)) << "pushed while the run before was taken";
     HLX_FRAME_INFO head{};
     std::memcpy(&head, run.pBuffer, sizeof(head));
     EXPECT_EQ(head.frameType, static_cast<unsigned int>(DD_FRAME_TYPE_END));
     EXPECT_EQ(run.len, 56);
-}
-
-TEST(FrameRing, BufferIdsKeepTheirKindsApart) {
-    EXPECT_EQ(LIVE_BUFFER_ID(1, 0, 0), 2048u | 0x400);
-    EXPECT_EQ(LIVE_BUFFER_ID(2, 3, 1), 1u + 4096 + 12 + 0x400);
-    EXPECT_EQ(PLAYBACK_BUFFER_ID(1, 0), 2048u + 120);
-    EXPECT_EQ(PLAYBACK_BUFFER_ID(1, 17), 2048u + 121) << "the slot takes four bits";
 }
 
 TEST(FrameRing, RemovalWaitsForTheReaderAndTurnsItAway) {
@@ -289,35 +256,5 @@ TEST(FrameRing, ReaderIsWokenByDataByWakeReaderAndByTime) {
     std::thread producer([&] { rings.PushData(ID, Frame(AUDIO, 4), Bytes("1234")); });
     EXPECT_TRUE(rings.WaitForData(ID, CWaitEvent::WAIT_FOREVER));
     producer.join();
-    rings.RemoveBuffer(ID);
-}
-
-TEST(FrameRing, ProducerAndReaderOnTheirThreadsLoseNothing) {
-    constexpr unsigned int ID = PLAYBACK_BUFFER_ID(9, 3);
-    constexpr unsigned int FRAMES = 3000;
-    auto& rings = *CMultiNetDataBufferMan::Instance();
-    ASSERT_TRUE(rings.AddBuffer(ID, 65536, false));
-    std::thread producer([&] {
-        const std::string data = Noise(3000);
-        for (unsigned int i = 0; i < FRAMES; ++i) {
-            const unsigned int length = i * 37 % 3000;
-            while (rings.GetFreeBufferSize(ID) < 8192) std::this_thread::yield();
-            while (!rings.PushData(ID, Frame(AUDIO, length, false, i), Bytes(data))) std::this_thread::yield();
-        }
-    });
-    unsigned int expected = 0;
-    while (expected < FRAMES && rings.WaitForData(ID, 10000)) {
-        RUN run;
-        if (!rings.GetDataBuffer(ID, run.pBuffer, run.len)) continue;
-        for (int at = 0; at < run.len; ++expected) {
-            HLX_FRAME_INFO head{};
-            std::memcpy(&head, run.pBuffer + at, sizeof(head));
-            ASSERT_EQ(head.frameIndex, expected + rings.GetLostFrames(ID));
-            at += 56 + static_cast<int>(head.length);
-        }
-        rings.ReleaseDataBuffer(ID, run.pBuffer, run.len);
-    }
-    producer.join();
-    EXPECT_EQ(expected, FRAMES);
     rings.RemoveBuffer(ID);
 }

@@ -100,19 +100,3 @@ TEST(LinkReader, PromisedBytesCostNothingUntilTheyArrive) {
         EXPECT_LE(partial.buffSize, 80 * 1024);
     }
 }
-
-TEST(LinkReader, HeartbeatFreesTheBuffer) {
-    RECV_DATA_BUFFER partial;
-    CLinkReader reader(partial);
-    std::string bytes = Framed(BIG);
-    std::string firstHalf = bytes.substr(0, 100000);
-    std::string rest = bytes.substr(100000) + Framed("");
-    reader.GiveAhead(firstHalf);
-    ASSERT_EQ(reader.Next(), CLinkReader::NEED_BYTES);
-    reader.GiveAhead(rest);
-    ASSERT_EQ(reader.Next(), CLinkReader::MESSAGE);
-    EXPECT_GE(partial.buffSize, static_cast<int>(BIG.size()));
-    ASSERT_EQ(reader.Next(), CLinkReader::HEARTBEAT);
-    EXPECT_EQ(partial.pData, nullptr);
-    EXPECT_EQ(partial.buffSize, 0);
-}

@@ -160,6 +160,7 @@ TEST_F(MultiNetReceive, AnIdCanBeUsedAgainAtOnce) {
     EXPECT_EQ(Read(old, 1), "");
     Write(fresh, Framed("answer"));
     EXPECT_TRUE(m_receiver.AwaitMessages(1));
+    EXPECT_EQ(m_engine.AddNewComm(12345, SWL_socket_t{-1}), -1);
     EXPECT_EQ(m_engine.RemoveComm(12345), 0);
     EXPECT_EQ(m_engine.SetRecvMode(12345, true), -1);
     EXPECT_EQ(m_engine.SetAutoRecvCallback(12345, CReceiver::OnData, &m_receiver), -1);
@@ -188,25 +189,6 @@ TEST_F(MultiNetReceive, ServesSocketNumbersAbove1023) {
     EXPECT_EQ(m_engine.SendData(LINK, "pong", 4, false, true), 0);
     EXPECT_EQ(Read(pair[1], 4), "pong");
     setrlimit(RLIMIT_NOFILE, &old);
-}
-
-TEST_F(MultiNetReceive, NothingIsLeftBehind) {
-    const int threads = ThreadCount();
-    const int descriptors = OpenDescriptorCount();
-    for (int round = 0; round < 3; ++round) {
-        CSWL_MultiNetComm engine;
-        ASSERT_TRUE(engine.Init(262144));
-        EXPECT_FALSE(engine.Init(262144)) << "runs already";
-        int pair[2];
-        ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
-        EXPECT_EQ(engine.AddNewComm(1, SWL_socket_t{pair[0]}), 0);
-        EXPECT_EQ(engine.AddNewComm(2, SWL_socket_t{-1}), -1);
-        engine.Destroy();
-        EXPECT_EQ(engine.AddNewComm(1, SWL_socket_t{pair[1]}), -1) << "the socket stays the caller's";
-        close(pair[1]);
-    }
-    EXPECT_TRUE(WaitUntil([&] { return ThreadCount() == threads; }));
-    EXPECT_EQ(OpenDescriptorCount(), descriptors);
 }
 
 TEST_F(MultiNetReceive, RandomComingAndGoingFromManyThreads) {

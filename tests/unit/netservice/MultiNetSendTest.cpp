@@ -35,22 +35,6 @@ TEST_F(MultiNetSend, FramesOrLeavesAsItIs) {
     EXPECT_EQ(m_engine.SendDataSync(LINK, nullptr, 1, true), -1);
 }
 
-TEST_F(MultiNetSend, SlowReaderGetsEveryByteOnce) {
-    const int peer = AddManual();
-    std::string expected;
-    std::thread sender([&] {
-        for (int i = 0; i < 400; ++i) {
-            const std::string message = Noise(i * 13 % 4000, i);
-            expected += Framed(message);
-            EXPECT_EQ(m_engine.SendData(LINK, message.data(), static_cast<int>(message.size()), true, false), 0);
-        }
-    });
-    std::string got;
-    for (int i = 0; i < 400; ++i) got += Read(peer, i * 13 % 4000 + 8);
-    sender.join();
-    EXPECT_TRUE(got == expected);
-}
-
 TEST_F(MultiNetSend, LargeMessageRaisesTheLimit) {
     const int peer = AddManual();
     m_engine.SetBufferMaxLen(LINK, 100);
@@ -126,25 +110,6 @@ TEST_F(MultiNetSend, NothingComesBetweenThePartsOfAMessage) {
     }
     got += Read(peer, 8 + 400000 + 8 + 100 + 4 - got.size());
     EXPECT_TRUE(got == Framed(queued) + "SYNC" + Framed(other) || got == Framed(queued) + Framed(other) + "SYNC");
-}
-
-TEST_F(MultiNetSend, QueueAndHeartbeatWaitWhileASynchronousMessageIsPartlySent) {
-    const int peer = AddManual();
-    const std::string message = Noise(2000000);
-    const int part = m_engine.SendDataSync(LINK, message.data(), 2000000, false);
-    ASSERT_GT(part, 0);
-    ASSERT_LT(part, 2000000);
-    EXPECT_EQ(m_engine.SendData(LINK, "queued", 6, false, false), 0);
-    EXPECT_TRUE(Read(peer, part) == message.substr(0, part));
-    std::string rest;
-    for (int done = part; done < 2000000;) {
-        const int count = m_engine.SendDataSync(LINK, message.data() + done, 2000000 - done, false);
-        ASSERT_GE(count, 0);
-        done += count;
-        rest += Read(peer, count);
-    }
-    EXPECT_TRUE(rest == message.substr(part));
-    EXPECT_EQ(Read(peer, 14), Framed("queued"));
 }
 
 TEST_F(MultiNetSend, QueuedBytesGetATryBeforeTheClose) {

@@ -87,26 +87,19 @@ TEST_F(MultiNetTime, HeartbeatGoesOutEverySevenAndAHalfSeconds) {
     const int part = m_engine.SendDataSync(LINK, message.data(), 2000000, false);
     ASSERT_LT(part, 2000000);
     EXPECT_TRUE(Read(peer, part) == message.substr(0, part));
+    EXPECT_EQ(m_engine.SendData(LINK, "queued", 6, false, false), 0);
     Pass(16000);
-    EXPECT_EQ(ReadWaiting(peer), "") << "inside a message that is partly sent";
+    EXPECT_EQ(ReadWaiting(peer), "") << "neither comes inside a message that is partly sent";
 }
 
-TEST(MultiNetCost, IdleEngineSleepsAndIdleLinksAreSmall) {
+TEST(MultiNetCost, IdleEngineSleeps) {
 #if defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "the sanitizer's own memory and wake-ups would be counted";
+    GTEST_SKIP() << "the sanitizer's own wake-ups would be counted";
 #endif
     constexpr int LINKS = 200;
     CSWL_MultiNetComm engine;
     ASSERT_TRUE(engine.Init(262144));
     std::vector<int> peers;
-    const auto residentPages = [] {
-        long total = 0, resident = 0;
-        FILE* pFile = fopen("/proc/self/statm", "r");
-        EXPECT_EQ(fscanf(pFile, "%ld %ld", &total, &resident), 2);
-        fclose(pFile);
-        return resident;
-    };
-    const long before = residentPages();
     CReceiver receiver;
     for (int i = 0; i < LINKS; ++i) {
         int pair[2];
@@ -121,7 +114,6 @@ TEST(MultiNetCost, IdleEngineSleepsAndIdleLinksAreSmall) {
         char bytes[13];
         ASSERT_EQ(recv(peer, bytes, sizeof(bytes), MSG_WAITALL), 13);
     }
-    EXPECT_LE((residentPages() - before) * 4096 / LINKS, 16 * 1024);
     const auto switches = [] {
         rusage usage{};
         getrusage(RUSAGE_SELF, &usage);

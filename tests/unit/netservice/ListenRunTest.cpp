@@ -1,0 +1,28 @@
+#include "EngineFixture.h"
+#include "netservice/ConnectProc.h"
+#include "netservice/ListenProc.h"
+
+TEST(ListenRun, CallbackMayStopRestartAndDestroy) {
+    static std::unique_ptr<CSWL_ListenProcEx> listener;
+    static std::atomic<int> calls{0};
+    static unsigned short port = 0;
+    const auto onAccept = [](CLIENT_SOCK_INFO* pInfo, void*, void*) {
+        SWL_CloseSocket(pInfo->pTcpSock);
+        listener->StopListen();
+        EXPECT_TRUE(calls > 0 || listener->StartListen(port) == CSWL_ListenProcEx::LISTEN_OK);
+        if (calls == 1) listener.reset();
+        return ++calls;
+    };
+    calls = 0;
+    const int descriptors = OpenDescriptorCount();
+    listener = std::make_unique<CSWL_ListenProcEx>(onAccept, nullptr);
+    ASSERT_EQ(listener->StartListen(0), CSWL_ListenProcEx::LISTEN_OK);
+    port = listener->GetListenPort();
+    for (int i = 1; i <= 2; ++i) {
+        CSWL_ConnectProcEx* pConnect = CSWL_ConnectProcEx::NewConnectProc("127.0.0.1", port);
+        SWL_CloseSocket(pConnect->ConnectSynEx(2000));
+        pConnect->Destroy();
+        ASSERT_TRUE(WaitUntil([&] { return calls == i; }));
+    }
+    EXPECT_TRUE(WaitUntil([&] { return OpenDescriptorCount() == descriptors; })) << "both runs have ended";
+}
