@@ -226,6 +226,7 @@ BOOL CNetDeviceMan::RemoveDevice(LONG lHandle) {
 bool CNetDeviceMan::RemoveDevice_Ex(LONG lHandle) {
     const Session session = m_table.TakeLoggedIn(lHandle);
     if (!session) return false;
+    YLOG(YLOG_INFO, "user %d, %s: logged out", session->lHandle, session->sDeviceIP);
     m_table.ForgetExtra(lHandle);
     if (session->gate.BeginRemoval())
         EndSession(*session);

@@ -1,5 +1,6 @@
 #include <future>
 
+#include "sdk_common/YLog4C.h"
 #include "TestFamily.h"
 
 namespace {
@@ -148,8 +149,10 @@ TEST_F(NetDeviceMan, TheLogTellsTheStoryWithoutSecrets) {
     YLog4C::SetLog2MultiThread(true);
     YLog4C::SetLog2Func([](int, const char* pText, void* pUser) { *static_cast<std::string*>(pUser) += pText; }, &log);
     const tuint32 encryptParam = 305419896;  // 0x12345678
-    std::memcpy(&m_block[28], &encryptParam, 4);
-    std::memcpy(&m_block[45], "\xEF\xCD\xAB", 3);
+    std::string block = FirstBlock(77, 1);
+    std::memcpy(&block[28], &encryptParam, 4);
+    std::memcpy(&block[45], "\xEF\xCD\xAB", 3);
+    SetBlock(block);
     const LONG id = Login();
     CTestDevice::s_login = [](CTestDevice&) { return Failure(HLX_PASSWORD_ERROR); };
     EXPECT_EQ(-1, Login());
