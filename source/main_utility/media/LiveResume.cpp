@@ -126,7 +126,8 @@ bool CLiveMan::TakeDue(ST_ResumeOnReconnection& entry) {
 /// gone again: its next return makes a new entry.
 void CLiveMan::Resume(ST_ResumeOnReconnection entry) {
     auto streams = Choose([&](const LIVE_STREAM_INFO& stream) {
-        return stream.lDeviceHandle == entry.lUserID && (entry.channel < 0 || stream.channel == entry.channel) &&
+        return !stream.bCapture && stream.lDeviceHandle == entry.lUserID &&
+               (entry.channel < 0 || stream.channel == entry.channel) &&
                (entry.lLiveHandle == 0 || stream.lLiveHandle == entry.lLiveHandle);
     });
     if (entry.bIsK7KChannel && streams.size() > 1) streams.resize(1);
@@ -141,7 +142,7 @@ void CLiveMan::Resume(ST_ResumeOnReconnection entry) {
 void CLiveMan::RestartSilent() {
     const time_t now = MonotonicSeconds();
     Restart(Choose([&](const LIVE_STREAM_INFO& stream) {
-        return now - stream.tStreamDataLastTime > SILENT_AFTER && stream.streamType != HLX_THIRD_STREAM &&
+        return now - stream.tStreamDataLastTime > SILENT_AFTER && !stream.bCapture &&
                m_pDataBufferMan->GetFreeBufferSize(stream.bufferID) == LIVE_RING_SIZE &&
                m_pDeviceMan->GetDeviceStatus(stream.lDeviceHandle) == NET_DEVICE_STATUS_CONNECTED;
     }));
