@@ -15,6 +15,13 @@ constexpr tuint32 MESSAGE_INTERVAL = 1500;  // milliseconds
 
 thread_local bool s_bInCallback = false;
 
+/// What a poll gives, at most `most`. Its number is nobody's business but this thread's.
+template <class Poll>
+LONG Polled(Poll poll, LONG most) {
+    const CThreadState::OwnNumber ownNumber;
+    return std::min<LONG>(poll(), most);
+}
+
 }  // namespace
 
 static_assert(sizeof(HLX_ALARMINFO) == 16 && sizeof(HLX_ALARMINFO_EX) == 200);
@@ -94,7 +101,6 @@ bool CDeviceMsgMan::IsListed(long long lUserID) const {
 
 void* CDeviceMsgMan::DVRMessageThread(void* pParam) {
     auto& man = *static_cast<CDeviceMsgMan*>(pParam);
-    const CThreadState::OwnNumber ownNumber;
     while (RunFlagSet(man.m_bRunning)) {
         man.DVRMessageProc();
         man.m_stopWait.WaitForCond(MESSAGE_INTERVAL, [&] { return !RunFlagSet(man.m_bRunning); });
@@ -134,15 +140,15 @@ void CDeviceMsgMan::TellSession(LONG lUserID) {
 template <class Record, class Poll>
 void CDeviceMsgMan::TellRecords(LONG lUserID, LONG lCommand, FORM form, RECORDS<Record>& records, Poll poll) {
     records.fill(Record{});
-    const LONG count = std::min<LONG>(poll(records.data()), MAX_RECORDS);
+    const LONG count = Polled([&] { return poll(records.data()); }, MAX_RECORDS);
     if (count > 0) Deliver(lUserID, lCommand, form, records.data(), static_cast<size_t>(count) * sizeof(Record));
 }
 
 void CDeviceMsgMan::TellRules(LONG lUserID, FORM form) {
     char* const pStatus = m_IVMRuleStatus.get();
     std::fill_n(pStatus, RULE_STATUS_SIZE, '\0');
-    const LONG length =
-        std::min<LONG>(m_pDeviceMan->GetIVMRuleStatus(lUserID, pStatus, RULE_STATUS_SIZE), RULE_STATUS_SIZE);
+    const LONG length = Polled([&] { return m_pDeviceMan->GetIVMRuleStatus(lUserID, pStatus, RULE_STATUS_SIZE); },
+                               LONG{RULE_STATUS_SIZE});
     if (length > 0) Deliver(lUserID, HLX_IVM_RULE, form, pStatus, static_cast<size_t>(length));
 }
 
