@@ -32,7 +32,8 @@ private:
 };
 
 CDeviceTable::CallbackGuard::CallbackGuard(CDeviceTable& table) : m_table(table) {
-    while (m_table.m_waitingForCallbackLock.load() > 0) PUB_Sleep(1);
+    if (m_table.m_waitingForCallbackLock.load() > 0)
+        PUB_Sleep(1);  // once: a crowd of callers must not keep the frames out
     m_table.m_callbackLock.Lock();
 }
 
