@@ -20,7 +20,7 @@ struct TOLD {
     }
     std::mutex lock;
     std::vector<std::pair<DWORD, LONG>> calls;  // lock
-    std::function<void(DWORD, LONG)> inCallback;
+    CSharedFunction<std::function<void(DWORD, LONG)>> inCallback;
 };
 
 class Healing : public NetDeviceMan {
@@ -37,7 +37,7 @@ protected:
     }
     static void OnException(DWORD type, LONG id, LONG, void* pUser) {
         auto& told = *static_cast<TOLD*>(pUser);
-        if (told.inCallback) told.inCallback(type, id);
+        if (const auto inCallback = told.inCallback.Get()) inCallback(type, id);
         told.Add(type, id);
     }
     void Cut() { ++m_cuts; }

@@ -13,6 +13,25 @@
 #include "support/MovedTime.h"
 #include "support/TestSupport.h"
 
+/// A function that the test sets while threads of the library call it.
+template <class Function>
+class CSharedFunction {
+public:
+    CSharedFunction& operator=(Function body) {
+        std::lock_guard guard(m_lock);
+        m_body = std::move(body);
+        return *this;
+    }
+    Function Get() {
+        std::lock_guard guard(m_lock);
+        return m_body;
+    }
+
+private:
+    std::mutex m_lock;
+    Function m_body;  // m_lock
+};
+
 /// A device family for these tests: its login does what the test says, and it counts its objects.
 class CTestDevice : public CDVRNetDevice_V3 {
 public:
@@ -23,7 +42,8 @@ public:
 
     BOOL Login(char*, char*, LPHLX_DEVICEINFO lpDeviceInfo) override {
         lpDeviceInfo->videoInputNum = 7;
-        m_bConnected = !s_login || s_login(*this);
+        const LoginBody login = s_login.Get();
+        m_bConnected = !login || login(*this);
         return m_bConnected;
     }
     BOOL Logout() override {
@@ -51,7 +71,7 @@ public:
 
     static inline std::atomic<int> s_alive{0};
     static inline std::atomic<int> s_logouts{0};
-    static inline LoginBody s_login;
+    static inline CSharedFunction<LoginBody> s_login;
 
 private:
     std::atomic<bool> m_bConnected{false};
