@@ -93,7 +93,7 @@ LIVE_END CLiveRun::Follow() {
         }
         auto wake = nextSecond;
         if (!snapshot.bHeldUp) wake = std::min(wake, snapshot.ready + m_options.live.stall);
-        if (snapshot.first && m_options.live.length > 0ms)
+        if (!snapshot.bHeldUp && snapshot.first && m_options.live.length > 0ms)
             wake = std::min(wake, *snapshot.first + m_options.live.length);
         m_interrupt.Wait(std::chrono::ceil<std::chrono::milliseconds>(wake - now));
     }
@@ -105,9 +105,10 @@ LIVE_END CLiveRun::EndOf(const CLiveReceiver::SNAPSHOT& snapshot, Clock::time_po
     if (m_pWriter && m_pWriter->Error() != 0) return EndOfError(m_pWriter->Error());
     if (m_report.Error() != 0) return EndOfError(m_report.Error());
     if (snapshot.bNoMemory) return LIVE_END::NO_MEMORY;
+    if (snapshot.bHeldUp) return LIVE_END::NONE;  // a frame that was counted is on its way to the writer
     if (snapshot.bComplete) return LIVE_END::FRAMES;
     if (snapshot.first && live.length > 0ms && now >= *snapshot.first + live.length) return LIVE_END::DURATION;
-    if (!snapshot.bHeldUp && now >= snapshot.ready + live.stall) return LIVE_END::STALLED;
+    if (now >= snapshot.ready + live.stall) return LIVE_END::STALLED;
     return LIVE_END::NONE;
 }
 

@@ -62,6 +62,7 @@ void CLiveReceiver::Take(const HLX_FRAME_INFO& info, const BYTE* pData) {
     std::lock_guard lock(m_lock);
     m_state.ready = Clock::now();
     m_state.bHeldUp = false;
+    if (m_state.bComplete) m_interrupt.Wake();  // not before the writer has the last frame
 }
 
 // Counts a video frame; false for one that is not to be written. m_lock is held.
