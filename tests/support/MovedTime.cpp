@@ -12,8 +12,8 @@ tint64 RealMicroseconds() {
 
 }  // namespace
 
-CMovedTime::CMovedTime() : m_realBase(RealMicroseconds<std::chrono::steady_clock>()), m_monotonicBase(m_realBase) {
-    m_wallOffset = RealMicroseconds<std::chrono::system_clock>() - m_realBase;
+CMovedTime::CMovedTime() : m_realSeen(RealMicroseconds<std::chrono::steady_clock>()), m_monotonicBase(m_realSeen) {
+    m_wallOffset = RealMicroseconds<std::chrono::system_clock>() - m_realSeen;
     SetTimeSource(this);
 }
 
@@ -31,8 +31,7 @@ void CMovedTime::JumpWall(tint64 milliseconds) {
 
 void CMovedTime::SetRate(int rate) {
     std::lock_guard guard(m_lock);
-    m_monotonicBase = Now();
-    m_realBase = RealMicroseconds<std::chrono::steady_clock>();
+    Now();
     m_rate = rate;
 }
 
@@ -53,6 +52,10 @@ tint64 CMovedTime::RealSlice(tint64 leftMicroseconds) {
     return std::clamp<tint64>(real, 0, LOOK_AGAIN);
 }
 
-tint64 CMovedTime::Now() const {
-    return m_monotonicBase + (RealMicroseconds<std::chrono::steady_clock>() - m_realBase) * m_rate;
+tint64 CMovedTime::Now() {
+    constexpr tint64 LONGEST_STEP = 5000;
+    const tint64 real = RealMicroseconds<std::chrono::steady_clock>();
+    const tint64 passed = real - m_realSeen;
+    m_realSeen = real;
+    return m_monotonicBase += m_rate > 1 ? std::min(passed, LONGEST_STEP) * m_rate : passed * m_rate;
 }

@@ -200,7 +200,7 @@ TEST_F(CaptureTest, ManyAtOnce) {
 TEST_F(ControlTest, FaultyReplies) {
     LogIn();
     DWORD value = 0;
-    const CFastTime fast(200);
+    const CFastTime fast(50);
     const struct {
         SIM_FAULT fault;
         DWORD error;

@@ -53,8 +53,8 @@ INSTANTIATE_TEST_SUITE_P(
         LOGIN_FAULT{"close@connect", HLX_NETWORK_FAIL_CONNECT}, LOGIN_FAULT{"reset@connect", HLX_NETWORK_FAIL_CONNECT},
         LOGIN_FAULT{"silent@connect", HLX_NETWORK_FAIL_CONNECT, 50}, LOGIN_FAULT{"close@head", HLX_NETWORK_NOT_CONNECT},
         LOGIN_FAULT{"close@login", HLX_NETWORK_NOT_CONNECT}, LOGIN_FAULT{"reset@login", HLX_NETWORK_NOT_CONNECT},
-        LOGIN_FAULT{"silent@login", HLX_NETWORK_RECV_TIMEOUT, 50},
-        LOGIN_FAULT{"wrong-reply@login=131073", HLX_NETWORK_RECV_TIMEOUT, 50},
+        LOGIN_FAULT{"silent@login", HLX_NETWORK_RECV_TIMEOUT, 25},
+        LOGIN_FAULT{"wrong-reply@login=131073", HLX_NETWORK_RECV_TIMEOUT, 25},
         LOGIN_FAULT{"short-reply@login=347", HLX_NETWORK_ERRORDATA},
         LOGIN_FAULT{"short-reply@login=0", HLX_NETWORK_ERRORDATA}, LOGIN_FAULT{"close@disk", HLX_NETWORK_NOT_CONNECT}));
 
@@ -66,7 +66,7 @@ TEST_F(CSystemTest, AWrongPasswordAndALateFirstBlockAndASilentDiskCount) {
     EXPECT_EQ(DWORD{HLX_PASSWORD_ERROR}, HLX_GetLastError());
 
     recorder.SetFaults({{SIM_FAULT_KIND::SILENT, SIM_PHASE::DISK, 0, 1}});
-    const CFastTime fast(50);
+    const CFastTime fast(20);
     const LONG id = Login();
     EXPECT_GT(id, 0) << "a recorder that does not tell its disks is logged in all the same";
     EXPECT_TRUE(HLX_Logout(id));
