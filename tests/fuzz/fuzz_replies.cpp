@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr int MAX_OPERATIONS = 16;  // of one input: long inputs find nothing that short ones do not
+
 enum ANSWER : tuint8 { MESSAGES = 3, BREAK_LINK = 4, SEND_FAILS = 8 };  // MESSAGES: bits that count them
 
 constexpr std::array REPLY_IDS = {CMD_REPLY_LONGIN_SUCC,
@@ -50,7 +52,7 @@ public:
 
     void Run() {
         Begin();
-        while (m_script.Left()) {
+        for (int i = 0; i < MAX_OPERATIONS && m_script.Left(); ++i) {
             if (m_device.GetDeviceStatus() == NET_DEVICE_STATUS_DISCONNECT) Begin();
             Operate(m_script.Read<tuint8>());
         }
