@@ -40,9 +40,16 @@ TEST(ListenRun, AStopBesideTheStartEndsTheListener) {
     CSWL_ListenProcEx listener(onAccept, nullptr);
     for (int i = 0; i < 100; ++i) {
         std::thread stopper;
-        if (i % 2) stopper = std::thread([&] { listener.StopListen(); });
+        std::atomic<bool> bStarted{false};
+        // The port is known a moment before the accept thread is made.
+        const auto stopEarly = [&] {
+            while (listener.GetListenPort() == 0 && !bStarted) std::this_thread::yield();
+            listener.StopListen();
+        };
+        if (i % 2) stopper = std::thread(stopEarly);
         const int result = listener.StartListen(0);
         EXPECT_TRUE(result == CSWL_ListenProcEx::LISTEN_OK || (i % 2 && result != 0)) << result;
+        bStarted = true;
         if (stopper.joinable()) stopper.join();
         listener.StopListen();
         EXPECT_EQ(listener.GetListenPort(), 0);
