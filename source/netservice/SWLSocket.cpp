@@ -1,6 +1,7 @@
 #include "netservice/SWLSocket.h"
 
 #include <fcntl.h>
+#include <netdb.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -8,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 
+#include "netservice/LinkTrace.h"
 #include "sdk_common/PubTime.h"
 #include "sdk_common/TimeSource.h"
 
@@ -17,7 +19,28 @@ std::atomic<int> g_initCount{0};
 
 int Number(SWL_socket_t sock) { return static_cast<int>(sock); }
 
+/// A new link of the record; without the peer's address the socket was accepted.
+void TraceOpened(SWL_socket_t sock, const sockaddr* pAddr, socklen_t len) {
+    char host[NI_MAXHOST] = "";
+    char port[NI_MAXSERV] = "";
+    const bool bNamed =
+        pAddr && getnameinfo(pAddr, len, host, sizeof(host), port, sizeof(port), NI_NUMERICHOST | NI_NUMERICSERV) == 0;
+    CLinkTrace::Instance().Opened(sock, bNamed ? std::string(host) + ":" + port : "accepted");
+}
+
 bool MayStillConnect(int error) { return error == EINPROGRESS || error == EAGAIN || error == EALREADY; }
+
+int ConnectWithin(SWL_socket_t sock, const sockaddr* pServAddr, socklen_t len, int iTimeOut) {
+    if (connect(Number(sock), pServAddr, len) == 0 || errno == EISCONN) return 0;
+    if (!MayStillConnect(errno)) return -1;
+    pollfd watched{Number(sock), POLLOUT, 0};
+    if (ClockPoll(&watched, 1, iTimeOut < 0 ? 0 : iTimeOut) < 1) return -1;
+    int error = 0;
+    socklen_t size = sizeof(error);
+    if (getsockopt(Number(sock), SOL_SOCKET, SO_ERROR, &error, &size) != 0) return -1;
+    errno = error;
+    return error == 0 ? 0 : -1;
+}
 
 }  // namespace
 
@@ -38,7 +61,11 @@ SWL_socket_t SWL_CreateSocket(int iDomain, int iType, int iProtocol) {
     return sock;
 }
 
-int SWL_CloseSocket(SWL_socket_t sock) { return sock < 0 ? -1 : close(Number(sock)); }
+int SWL_CloseSocket(SWL_socket_t sock) {
+    if (sock < 0) return -1;
+    if (CLinkTrace::IsOn()) CLinkTrace::Instance().Closed(sock);
+    return close(Number(sock));
+}
 
 int SWL_Shutdown(SWL_socket_t sock, int iHow) { return shutdown(Number(sock), iHow); }
 
@@ -47,7 +74,9 @@ int SWL_Bind(SWL_socket_t sock, const sockaddr* pAddr, socklen_t len) { return b
 int SWL_Listen(SWL_socket_t sock, int iBacklog) { return listen(Number(sock), iBacklog); }
 
 SWL_socket_t SWL_Accept(SWL_socket_t sock, sockaddr* pAddr, socklen_t* pLen) {
-    return accept4(Number(sock), pAddr, pLen, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    const int accepted = accept4(Number(sock), pAddr, pLen, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    if (accepted >= 0 && CLinkTrace::IsOn()) TraceOpened(accepted, nullptr, 0);
+    return accepted;
 }
 
 int SWL_SetOption(SWL_socket_t sock, int iLevel, int iName, int iValue) {
@@ -55,25 +84,24 @@ int SWL_SetOption(SWL_socket_t sock, int iLevel, int iName, int iValue) {
 }
 
 int SWL_Connect(SWL_socket_t sock, const sockaddr* pServAddr, socklen_t len, int iTimeOut) {
-    if (connect(Number(sock), pServAddr, len) == 0 || errno == EISCONN) return 0;
-    if (!MayStillConnect(errno)) return -1;
-    pollfd watched{Number(sock), POLLOUT, 0};
-    if (ClockPoll(&watched, 1, iTimeOut < 0 ? 0 : iTimeOut) < 1) return -1;
-    int error = 0;
-    socklen_t size = sizeof(error);
-    if (getsockopt(Number(sock), SOL_SOCKET, SO_ERROR, &error, &size) != 0) return -1;
-    errno = error;
-    return error == 0 ? 0 : -1;
+    const int result = ConnectWithin(sock, pServAddr, len, iTimeOut);
+    if (result == 0 && CLinkTrace::IsOn()) TraceOpened(sock, pServAddr, len);
+    return result;
 }
 
 int SWL_Send(SWL_socket_t sock, const void* pBuf, int iLen, int) {
     if (iLen < 0) return -1;
-    return static_cast<int>(send(Number(sock), pBuf, static_cast<size_t>(iLen), MSG_NOSIGNAL | MSG_DONTWAIT));
+    const auto sent =
+        static_cast<int>(send(Number(sock), pBuf, static_cast<size_t>(iLen), MSG_NOSIGNAL | MSG_DONTWAIT));
+    if (CLinkTrace::IsOn()) CLinkTrace::Instance().Sent(sock, pBuf, sent);
+    return sent;
 }
 
 int SWL_Recv(SWL_socket_t sock, void* pBuf, int iLen, int) {
     if (iLen < 0) return -1;
-    return static_cast<int>(recv(Number(sock), pBuf, static_cast<size_t>(iLen), MSG_DONTWAIT));
+    const auto received = static_cast<int>(recv(Number(sock), pBuf, static_cast<size_t>(iLen), MSG_DONTWAIT));
+    if (CLinkTrace::IsOn()) CLinkTrace::Instance().Received(sock, pBuf, received);
+    return received;
 }
 
 bool SDK_SWL_EWOULDBLOCK() { return errno == EAGAIN || errno == EWOULDBLOCK; }
