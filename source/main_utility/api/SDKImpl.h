@@ -284,6 +284,7 @@ private:
     bool StartMonitor();
     void Rollback();
     void QuitManagers();
+    void SwitchLogOff();
     static void* MonitorTimeThread(void* pParam);
 
     CThreadState* m_pThreadState = nullptr;
