@@ -1058,8 +1058,8 @@ typedef void (*LIVE_DATA_CALLBACK_EX)(POINTERHANDLE lLiveHandle, UINT dataType, 
 
 /// Device status, on the message thread: an HLX_DEVICE_MSG_TYPE, the user id, and an array of HLX_ALARMINFO or
 /// HLX_RECORD_STATUS (or the device's bytes for HLX_IVM_RULE) of dwBufLen bytes. The result is ignored.
-/// HLX_CloseAlarmChan in it returns at once and makes this callback the session's last; HLX_Cleanup is refused in it with
-/// HLX_OPER_NOPERMIT (16).
+/// HLX_CloseAlarmChan in it returns at once and makes this callback the session's last; HLX_Cleanup is refused in it
+/// with HLX_OPER_NOPERMIT (16). A C++ exception that leaves it is caught and logged.
 typedef BOOL (*NET_MESSAGE_CALLBACK)(LONG lCommand, LONG lUserID, char* pBuf, DWORD dwBufLen, void* pUser);
 
 /// As NET_MESSAGE_CALLBACK with HLX_ALARMINFO_EX and HLX_RECORD_STATUS_EX.
@@ -1114,13 +1114,18 @@ HLX_API DWORD HLX_GetLastError(void);
 /// are no texts. Needs no HLX_Init. Local.
 HLX_API char* HLX_GetErrorMsg(LONG* pErrorNo);
 
-/// Switches the log on or off, to files and console (standard error). It is off after HLX_Init and from HLX_Cleanup on.
-/// `strLogDir`: directory of the files, made if it is missing; null, empty or above 255 bytes leaves the directory as it
-/// was, at first the program's own. `bAutoDel` has no effect. `logLevel`: the highest YLOG_LEVEL that is written, held
-/// inside their range. The files are named after the program, "<name>.log" the current one, at most 100 of at most
-/// 2147483646 bytes; other processes may write to them too. A thread of the log writes, so callers do not wait; lines
-/// that cannot be written are dropped and counted in the log. Passwords, keys and nonces are never written. The result
-/// is 1. Switching off waits for what is not written yet. Local.
+/// Switches the log on or off, to files and, always with them, to the console: every line stands on standard error
+/// too, among the program's own output there; lines for which it has no room at the moment are dropped. It is off
+/// after HLX_Init and from HLX_Cleanup on, and for good in a forked child. `strLogDir`: directory of the files, made
+/// if it is missing, a relative one in the working directory of now; null, empty or with an absolute path above 255
+/// bytes leaves the directory as it was, at first the program's own. `bAutoDel` has no effect. `logLevel`: the
+/// highest YLOG_LEVEL that is written, held inside their range: YLOG_ERROR what failed, YLOG_WARN breaks, refusals
+/// and losses too, YLOG_INFO each login, logout, return and stream too, YLOG_DEBUG and YLOG_BUFF details for whoever
+/// looks for a fault. The files are named after the program, "<name>.log" the current one, "<name>.log.1" and up full
+/// ones, the higher the newer, at most 100 of at most 2147483646 bytes; other processes may write to them too. A
+/// thread of the log writes, so callers do not wait; lines that cannot be written are dropped and counted in the log.
+/// Passwords, keys and nonces are never written. The result is 1. Switching off, and changing the directory, waits
+/// for what is not written yet. Local.
 HLX_API BOOL HLX_SetLogToFile(BOOL bLogEnable, const char* strLogDir, BOOL bAutoDel, int logLevel);
 
 /// Breaks `intTime` (microseconds since 1970) down to local time: second, minute, hour, mday, month and year of
@@ -1580,7 +1585,7 @@ HLX_API BOOL HLX_CloseFormatHandle(POINTERHANDLE lFormatHandle);
 
 // ------------------------------------------------------------------------------------------------ messages and alarms
 
-/// Sets the message callback; null takes it off. Local.
+/// Sets the message callback. Null takes it off and waits, as HLX_CloseAlarmChan does, for its call in progress. Local.
 HLX_API BOOL HLX_SetDVRMessageCallBack(NET_MESSAGE_CALLBACK fMessageCallBack, void* pUser);
 
 /// Sets the extended message callback. Both share one user value, the last set. Local.
@@ -1591,8 +1596,9 @@ HLX_API BOOL HLX_SetDVRMessageCallBackEx(NET_MESSAGE_CALLBACK_EX fMessageCallBac
 /// alarm handle, which is the user id. Local.
 HLX_API POINTERHANDLE HLX_SetupAlarmChan(LONG lUserID);
 
-/// Ends it; 1 also for an unknown handle. Waits for a message callback of this session that is in progress; then none comes
-/// any more.
+/// Ends it; 1 also for an unknown handle. Waits for a message callback of this session that is in progress; then none
+/// comes any more. So do not hold a lock that the message callback takes. Inside a message, live frame or register
+/// callback it does not wait, and a message callback in progress is the session's last.
 HLX_API BOOL HLX_CloseAlarmChan(POINTERHANDLE lAlarmHandle);
 
 /// Alarms in force: HLX_ALARMINFO records to `lpOutBuffer` of `dwOutBufferSize` bytes; the device's own answer, if

@@ -1,10 +1,10 @@
 // Sessions that heal: breaks are told, links opened again, logins repeated; subscription messages are polled.
 #include <algorithm>
-#include <cstdio>
 #include <new>
 #include <vector>
 
 #include "main_utility/device/NetDeviceMan.h"
+#include "sdk_common/Console.h"
 #include "sdk_common/PubTime.h"
 #include "sdk_common/RunFlag.h"
 #include "sdk_common/YLog4C.h"
@@ -146,7 +146,7 @@ bool CNetDeviceMan::LoginAgain(NET_DEVICE_RES& session, HLX_DEVICEINFO& info) {
     const auto wrongTime = static_cast<time_t>(device.GetLastWrongPswTime());
     const time_t passed = GetWallSeconds() - wrongTime;
     if (wrongTime != 0 && passed >= 0 && passed < WRONG_PASSWORD_PAUSE) {
-        std::fprintf(stderr, "%lld\n", static_cast<long long>(passed));
+        PrintConsoleF("%lld\n", static_cast<long long>(passed));
         return false;
     }
     const bool bStopping = session.gate.Gone() || !RunFlagSet(m_bReConnecting);

@@ -86,6 +86,8 @@ void CNetDeviceMan::StopListener() {
     if (listener) listener->StopListen();
 }
 
+bool CNetDeviceMan::InRegisterCallback() { return t_bAccepting; }
+
 int CNetDeviceMan::AcceptLinkCallback(CLIENT_SOCK_INFO* pInfo, void* pParam, void*) {
     t_bAccepting = true;
     int result = 0;

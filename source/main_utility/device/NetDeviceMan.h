@@ -48,6 +48,8 @@ public:
     BOOL AddRegisterDeviceInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum);
     BOOL SetRegisterCallback(ACCEPT_REGISTER_CALLBACK fRegisterCBFun, void* pUser);
     BOOL SetUnRegisterCallback(ACCEPT_UNREGISTER_CALLBACK fUnRegisterCBFun, void* pUser);
+    /// True on the listener's thread while it serves a caller.
+    static bool InRegisterCallback();
     BOOL SetSubscribCallBack(SUBSCRIBE_CALLBACK fSubscribCallBack, void* pUser);
 
     /// Connects, tells the family, logs in. `luserId` is 0, or the parent's id for a further session that carries one
