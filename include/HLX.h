@@ -1115,9 +1115,10 @@ HLX_API char* HLX_GetErrorMsg(LONG* pErrorNo);
 
 /// Switches the log on or off, to files and console (standard error). It is off after HLX_Init and from HLX_Cleanup on.
 /// `strLogDir`: directory of the files, made if it is missing; null, empty or above 255 bytes leaves the directory as it
-/// was, at first the program's own. `bAutoDel` has no effect. `logLevel`: the highest YLOG_LEVEL that is written, held
-/// inside their range. The files are named after the program, "<name>.log" the current one, at most 100 of at most
-/// 2147483646 bytes; other processes may write to them too. A thread of the log writes, so callers do not wait; lines
+/// was, at first the program's own. It may also name the current file itself: a path that ends in ".log" and is no
+/// directory; directory and name without ".log" are then up to 255 and 63 bytes. `bAutoDel` has no effect. `logLevel`:
+/// the highest YLOG_LEVEL that is written, held inside their range. The files are named after the program, "<name>.log"
+/// the current one, at most 100 of at most 2147483646 bytes; other processes may write to them too. A thread of the log writes, so callers do not wait; lines
 /// that cannot be written are dropped and counted in the log. Passwords, keys and nonces are never written. The result
 /// is 1. Switching off waits for what is not written yet. Local.
 HLX_API BOOL HLX_SetLogToFile(BOOL bLogEnable, const char* strLogDir, BOOL bAutoDel, int logLevel);

@@ -1,5 +1,6 @@
 #include "sdk_common/YLog4C.h"
 
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -8,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <mutex>
+#include <string_view>
 
 #include "sdk_common/LogText.h"
 #include "sdk_common/PubTime.h"
@@ -37,6 +39,13 @@ std::atomic<bool> g_bFlushRT{false};
 std::atomic<bool> g_bMultiThread{false};
 LOG_FUN g_pfnLog = nullptr;  // SettingsLock, with its user value
 void* g_pLogUser = nullptr;
+
+constexpr std::string_view LOG_SUFFIX = ".log";
+
+bool IsDirectory(const std::string& path) {
+    struct stat state {};
+    return stat(path.c_str(), &state) == 0 && S_ISDIR(state.st_mode);
+}
 
 thread_local bool t_bInOutput = false;
 
@@ -94,6 +103,25 @@ bool YLog4C::SetLogAppname(const char* lpszAppname) {
         return false;
     SetText(g_strLogAppname, lpszAppname);
     return true;
+}
+
+bool YLog4C::SetLogPlace(const char* lpszPath) try {
+    std::lock_guard guard(SettingsLock());
+    const std::string path = lpszPath ? lpszPath : "";
+    const size_t slash = path.rfind('/');
+    const std::string file = path.substr(slash + 1);  // all without a slash
+    const bool bFile = file.size() > LOG_SUFFIX.size() && file.ends_with(LOG_SUFFIX) && !IsDirectory(path);
+    if (!bFile) {
+        if (!SetLogDir(lpszPath)) return false;
+        g_strLogAppname[0] = '\0';
+        return true;
+    }
+    const std::string name = file.substr(0, file.size() - LOG_SUFFIX.size());
+    const std::string directory = slash == 0 ? "/" : path.substr(0, slash);
+    return name.size() < sizeof(g_strLogAppname) && SetLogDir(slash == std::string::npos ? "." : directory.c_str()) &&
+           SetLogAppname(name.c_str());
+} catch (...) {  // no memory
+    return false;
 }
 
 bool YLog4C::SetLogFileMaxcnt(int maxCount) {

@@ -29,3 +29,6 @@ EXIT_CODE Fail(bool bJson, std::string_view strWhat, const ERROR_ROW& row);
 
 // The same for a failure that is not the library's: "hlx: <sentence>".
 EXIT_CODE Fail(bool bJson, std::string_view strSentence, EXIT_CODE eExit);
+
+// From now on standard error is ours alone: what the library writes there is dropped.
+void SilenceLibrary();

@@ -150,7 +150,7 @@ DWORD CSDKImpl::GetSDKVersion() { return SDK_VERSION; }
 DWORD CSDKImpl::GetSDKBuildVersion() { return BuildVersion(BUILD_DATE); }
 
 BOOL CSDKImpl::SetLogToFile(BOOL bLogEnable, const char* strLogDir, BOOL, int logLevel) {
-    mYlog->SetLogDir(strLogDir);
+    mYlog->SetLogPlace(strLogDir);
     mYlog->SetLog2MultiThread(true);
     mYlog->SetLogLevel(logLevel);
     mYlog->SetLogFileMaxcnt(YLog4C::MAX_FILE_COUNT);
