@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <vector>
@@ -28,13 +27,16 @@ bool HasValue(const CLI::Option& option) { return option.get_items_expected_max(
 bool IsFile(const CLI::Option& option) { return option.get_type_name() == "FILE"; }
 bool IsHost(const CLI::Option& option) { return option.get_type_name().starts_with("HOST"); }
 
-// The allowed words with blanks between them; empty where anything goes.
+// The allowed words with blanks between them; empty where anything goes. A word in capitals stands for others.
 std::string WordsOf(const CLI::Option& option) {
-    std::string strType = option.get_type_name();
+    const std::string strType = option.get_type_name();
     if (strType == "ACTION") return PtzActionNames(" ");
     if (strType.find('|') == std::string::npos) return {};
-    std::replace(strType.begin(), strType.end(), '|', ' ');
-    return strType;
+    std::string strWords;
+    for (const std::string& strWord : CLI::detail::split(strType, '|')) {
+        if (strWord[0] >= 'a') strWords += (strWords.empty() ? "" : " ") + strWord;
+    }
+    return strWords;
 }
 
 std::vector<std::string> NamesOf(const CLI::Option& option) {

@@ -51,7 +51,7 @@ EXIT_CODE CSession::Open(const CONNECT_OPTIONS& options) {
 EXIT_CODE CheckChannel(const CSession& session, const CONNECT_OPTIONS& options, int64_t lChannel) {
     const int nChannels = session.Info().videoInputNum;
     if (nChannels <= 0 || lChannel < nChannels) return EXIT_OK;
-    return Fail(options.bJson, fmt::format("channel {} (the device has {}, counted from 0)", lChannel, nChannels),
+    return Fail(options.bJson, fmt::format("channel {} of 0 to {}", lChannel, nChannels - 1),
                 ErrorRow(HLX_CHANNEL_ERROR));
 }
 
