@@ -155,7 +155,12 @@ TEST_F(CliControl, TheClockIsSetAndShown) {
     const size_t nMark = shown.strOutput.find("\"secondsAhead\":");
     ASSERT_NE(nMark, std::string::npos);
     EXPECT_NEAR(std::stod(shown.strOutput.substr(nMark + 15)), static_cast<double>(fnAhead().count()), 3);
+}
 
+TEST_F(CliControl, TheClockIsSetToThisMachines) {
+    const auto fnAhead = [this] { return std::chrono::microseconds(m_recorder->Control().timeOffset); };
+    ExpectDone({"time", "--set", "2026-11-21T10:00+09:00"});
+    EXPECT_GT(abs(fnAhead()), 20s);
     ExpectDone({"time", "--set", "now"});
     EXPECT_LT(abs(fnAhead()), 10s);
 }
