@@ -76,8 +76,10 @@ std::string Quoted(const std::string& strText) { return "'" + Replaced(strText, 
 constexpr const char* BASH_BEGIN = R"(# Completion of hlx for bash.
 _hlx() {
     local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
-    local i place=0 words=
+    local i place=0 words= action=
     COMPREPLY=()
+    if ((COMP_CWORD == 1)); then command=; fi
+    case $command,$prev in
 )";
 
 // A host with a port comes as three words, for the colon parts them.
@@ -97,47 +99,52 @@ constexpr const char* BASH_PLACE = R"(        *)
 constexpr const char* BASH_END = R"(            esac
             ;;
     esac
-    COMPREPLY=($(compgen -W "$words" -- "$cur"))
+    mapfile -t COMPREPLY < <(compgen ${action:+-A $action} -W "$words" -- "$cur")
 }
 complete -F _hlx hlx
 )";
 
 std::string BashFill(const CLI::Option& option) {
-    if (IsFile(option)) return "compopt -o filenames 2>/dev/null; COMPREPLY=($(compgen -f -- \"$cur\")); return";
-    if (IsHost(option)) return "COMPREPLY=($(compgen -A hostname -- \"$cur\")); return";
+    if (IsFile(option)) return "compopt -o filenames 2>/dev/null; action=file ;;";
+    if (IsHost(option)) return "action=hostname ;;";
     const std::string strWords = WordsOf(option);
-    return strWords.empty() ? "return" : "words=" + Quoted(strWords);
+    return (strWords.empty() ? "return" : "words=" + Quoted(strWords)) + " ;;";
+}
+
+// A row for each option with a value: "live,-s|live,--stream) words='main sub' ;;".
+std::string BashValues(const CLI::App& command) {
+    std::string strText;
+    for (const CLI::Option* pOption : ShownOptions(command, false)) {
+        if (!HasValue(*pOption)) continue;
+        const std::string strNames = JoinNames({pOption}, command.get_name() + ",", "|", Any);
+        strText += fmt::format("        {}) {}\n", strNames, BashFill(*pOption));
+    }
+    return strText;
+}
+
+// A row for each place without an option's name, and one for the names of the options.
+std::string BashPlaces(const CLI::App& command) {
+    std::string strText;
+    size_t nPlace = 0;
+    for (const CLI::Option* pOption : ShownOptions(command, true)) {
+        strText += fmt::format("                {},{}) {}\n", command.get_name(), nPlace++, BashFill(*pOption));
+    }
+    const std::string strNames = JoinNames(ShownOptions(command, false), "", " ", Any);
+    return strText + fmt::format("                {},options) words={} ;;\n", command.get_name(), Quoted(strNames));
 }
 
 std::string BashText(const CLI::App& app) {
-    std::string strText = BASH_BEGIN;
-    std::string strCommands, strValued, strPlaces;
+    std::string strCommands, strValues, strValued, strPlaces;
     for (const CLI::App* pCommand : app.get_subcommands(nullptr)) {
-        const std::string& strName = pCommand->get_name();
-        strCommands += strName + " ";
-        strValued +=
-            (strValued.empty() ? "" : "|") + JoinNames(ShownOptions(*pCommand, false), strName + ",", "|", HasValue);
-        if (strValued.ends_with('|')) strValued.pop_back();
-        size_t nPlace = 0;
-        for (const CLI::Option* pOption : ShownOptions(*pCommand, true)) {
-            strPlaces += fmt::format("                {},{}) {} ;;\n", strName, nPlace++, BashFill(*pOption));
-        }
-        strPlaces += fmt::format("                {},options) words={} ;;\n", strName,
-                                 Quoted(JoinNames(ShownOptions(*pCommand, false), "", " ", Any)));
+        strCommands += pCommand->get_name() + " ";
+        strValues += BashValues(*pCommand);
+        strPlaces += BashPlaces(*pCommand);
+        const auto strNames = JoinNames(ShownOptions(*pCommand, false), pCommand->get_name() + ",", "|", HasValue);
+        if (!strNames.empty()) strValued += (strValued.empty() ? "" : "|") + strNames;
     }
     strCommands += JoinNames(ShownOptions(app, false), "", " ", Any);
-    strText += fmt::format(
-        "    if ((COMP_CWORD == 1)); then\n        COMPREPLY=($(compgen -W {} -- \"$cur\"))\n        return\n    fi\n",
-        Quoted(strCommands));
-    strText += "    case $command,$prev in\n";
-    for (const CLI::App* pCommand : app.get_subcommands(nullptr)) {
-        for (const CLI::Option* pOption : ShownOptions(*pCommand, false)) {
-            if (!HasValue(*pOption)) continue;
-            const std::string strNames = JoinNames({pOption}, pCommand->get_name() + ",", "|", Any);
-            strText += fmt::format("        {}) {} ;;\n", strNames, BashFill(*pOption));
-        }
-    }
-    return strText + Replaced(BASH_PLACE, "{}", strValued) + strPlaces + BASH_END;
+    return BASH_BEGIN + fmt::format("        ,*) words={} ;;\n", Quoted(strCommands)) + strValues +
+           Replaced(BASH_PLACE, "{}", strValued) + strPlaces + BASH_END;
 }
 
 // ---- zsh ----
@@ -168,24 +175,46 @@ std::string ZshOption(const CLI::Option& option) {
     return strText;
 }
 
+std::string ZshCommand(const CLI::App& command) {
+    std::string strText = fmt::format("        {})\n            _arguments -s", command.get_name());
+    for (const CLI::Option* pOption : ShownOptions(command, false)) strText += ZshOption(*pOption);
+    size_t nPlace = 0;
+    for (const CLI::Option* pOption : ShownOptions(command, true)) {
+        strText += " \\\n                " + Quoted(fmt::format("{}{}", ++nPlace, ZshFill(*pOption)));
+    }
+    return strText + "\n            ;;\n";
+}
+
+// Works from a folder of completions and when it is read by hand.
+constexpr const char* ZSH_FRAME = R"(#compdef hlx
+# Completion of hlx for zsh.
+_hlx() {
+    local -a commands
+    commands=(
+%COMMANDS    )
+    if ((CURRENT == 2)); then
+        _describe command commands
+        return
+    fi
+    shift words
+    ((CURRENT--))
+    case $words[1] in
+%CASES    esac
+}
+if [[ $funcstack[1] == _hlx ]]; then
+    _hlx "$@"
+else
+    compdef _hlx hlx
+fi
+)";
+
 std::string ZshText(const CLI::App& app) {
     std::string strCommands, strCases;
     for (const CLI::App* pCommand : app.get_subcommands(nullptr)) {
         strCommands += "        " + Quoted(pCommand->get_name() + ":" + pCommand->get_description()) + "\n";
-        strCases += fmt::format("        {})\n            _arguments -s", pCommand->get_name());
-        for (const CLI::Option* pOption : ShownOptions(*pCommand, false)) strCases += ZshOption(*pOption);
-        size_t nPlace = 0;
-        for (const CLI::Option* pOption : ShownOptions(*pCommand, true)) {
-            strCases += " \\\n                " + Quoted(fmt::format("{}{}", ++nPlace, ZshFill(*pOption)));
-        }
-        strCases += "\n            ;;\n";
+        strCases += ZshCommand(*pCommand);
     }
-    return "#compdef hlx\n# Completion of hlx for zsh.\n_hlx() {\n    local -a commands\n    commands=(\n" +
-           strCommands +
-           "    )\n    if ((CURRENT == 2)); then\n        _describe command commands\n        return\n    fi\n"
-           "    shift words\n    ((CURRENT--))\n    case $words[1] in\n" +
-           strCases +
-           "    esac\n}\nif [[ $funcstack[1] == _hlx ]]; then\n    _hlx \"$@\"\nelse\n    compdef _hlx hlx\nfi\n";
+    return Replaced(Replaced(ZSH_FRAME, "%COMMANDS", strCommands), "%CASES", strCases);
 }
 
 // ---- fish ----

@@ -298,13 +298,13 @@ std::string Offered(const Args& words) {
 
 TEST(CliCompletion, BashOffersCommandsOptionsAndWords) {
     CTempDir dir;
-    std::ofstream(dir.File("clip.h264")) << "x";
+    std::ofstream(dir.File("cl ip.h264")) << "x";
     const std::string strStart = dir.File("cl");
     const std::pair<Args, std::string> rows[] = {{{"hlx", "sn"}, "snapshot"},
                                                  {{"hlx", "live", "h", "-s", ""}, "main sub"},
                                                  {{"hlx", "live", "h", "--stream", "s"}, "sub"},
                                                  {{"hlx", "live", "h", "--str"}, "--stream"},
-                                                 {{"hlx", "live", "h", "-o", strStart}, dir.File("clip.h264")},
+                                                 {{"hlx", "live", "h", "-o", strStart}, dir.File("cl ip.h264")},
                                                  {{"hlx", "live", "h", "-c", ""}, ""},
                                                  {{"hlx", "ptz", "h", "zoom"}, "zoom-in zoom-out"},
                                                  {{"hlx", "ptz", "h", ":", "80", "-c", "1", "zoom-i"}, "zoom-in"},
