@@ -67,6 +67,11 @@ void PrintFigures(std::string_view strText) {
     g_bFiguresOnLine = true;
 }
 
+void ClearFigures() {
+    if (g_bFiguresOnLine) WriteAll(g_nErrors, "\r\033[K");
+    g_bFiguresOnLine = false;
+}
+
 void SilenceLibrary() {
     const int nNull = open("/dev/null", O_WRONLY | O_CLOEXEC);
     const int nOurs = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);

@@ -23,6 +23,9 @@ void PrintNote(std::string_view strText);
 void PrintFigures(std::string_view strText);
 bool FiguresShown();
 
+// Takes the line of figures away, where there is one.
+void ClearFigures();
+
 // Tells a failure: "hlx: <what>: <sentence> (<name>, <number>)" on standard error, with bJson also a record
 // {"event":"error",...} on standard output. Returns the row's exit code.
 EXIT_CODE Fail(bool bJson, std::string_view strWhat, const ERROR_ROW& row);

@@ -65,11 +65,12 @@ int PrintBack(const OPTIONS& options, Clock::duration after) {
 // Waits till the flag is set, till a signal, or till the end; the flag.
 bool Await(const std::atomic<bool>& bFlag, CInterrupt& interrupt, Clock::time_point start, Clock::time_point end) {
     while (!bFlag && interrupt.Signal() == 0 && Clock::now() < end) {
-        PrintFigures(fmt::format("waiting for the device, {:.0f} s",
-                                 std::chrono::duration<double>(Clock::now() - start).count()));
+        const auto waited = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start);
+        PrintFigures(fmt::format("waiting for the device, {} s", waited.count()));
         const auto wake = std::min(end, Clock::now() + Clock::duration(1s));
         interrupt.Wait(std::chrono::ceil<std::chrono::milliseconds>(wake - Clock::now()));
     }
+    ClearFigures();
     return bFlag;
 }
 
@@ -103,6 +104,7 @@ EXIT_CODE RunReboot(const OPTIONS& options, CInterrupt& interrupt) {
     LINK_WATCH watch(interrupt);  // outlives the session, whose end ends the callbacks
     CSession session(interrupt);
     if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
+    SilenceLibrary();  // it prints that the link broke, which is what we want
     HLX_SetSDKMessageCallBack(0, nullptr, LINK_WATCH::OnException, &watch);
     HLX_SetReconnect(TRY_EVERY_MILLISECONDS, options.reboot.bWait);
     EXIT_CODE eExit = EXIT_OK;

@@ -28,7 +28,9 @@ bool Holds(const std::string& strText, const std::string& strPart) {
 
 class CliControl : public testing::Test {
 protected:
-    void Start(CLASSIC_RECORDER_CONFIG config = {}) {
+    void Start(std::chrono::milliseconds rebootTime = 200ms) {
+        CLASSIC_RECORDER_CONFIG config;
+        config.rebootTime = rebootTime;
         config.channels = 4;
         config.sPassword = "secret";
         config.sMediaFolder = HLX_MEDIA_FOLDER;
@@ -183,9 +185,6 @@ TEST_F(CliControl, APictureIsWrittenWhole) {
 }
 
 TEST_F(CliControl, ARestartIsConfirmedSeenAndWaitedFor) {
-    CLASSIC_RECORDER_CONFIG config;
-    config.rebootTime = 300ms;
-    Start(config);
     const auto result = Run({"reboot", "--yes", "--wait", "--json"});
     EXPECT_EQ(result.nExit, 0) << result.strErrors;
     EXPECT_TRUE(Holds(result.strOutput, "\"seen\":\"reply\"}\n{\"event\":\"back\",\"seconds\":")) << result.strOutput;
@@ -193,9 +192,7 @@ TEST_F(CliControl, ARestartIsConfirmedSeenAndWaitedFor) {
 }
 
 TEST_F(CliControl, ADeviceThatStaysAwayIsAwaitedNoLonger) {
-    CLASSIC_RECORDER_CONFIG config;
-    config.rebootTime = 1h;
-    Start(config);
+    Start(1h);
     const auto result = Run({"reboot", "--yes", "--wait", "--limit", "900ms"});
     EXPECT_EQ(result.nExit, 5);
     EXPECT_TRUE(Holds(result.strErrors, "the device ")) << result.strErrors;
@@ -216,10 +213,12 @@ TEST_F(CliControl, ARestartAsksOnATerminal) {
     const std::pair<const char*, int> rows[] = {{"n\n", 1}, {"\n", 1}, {"y\n", 0}};
     for (const auto& [sAnswer, nExit] : rows) {
         EXPECT_EQ(m_recorder->CommandCount(CMD_REQUEST_REBOOT), 0u);
-        CProcess hlx(Line({"reboot"}), {{"HLX_PASSWORD=secret"}, {}, true});
+        CProcess hlx(Line({"reboot", "--wait"}), {{"HLX_PASSWORD=secret"}, {}, true});
         ASSERT_TRUE(hlx.ReadUntil("[y/N]")) << hlx.Output();
         hlx.Type(sAnswer);
         EXPECT_EQ(hlx.Wait(), nExit) << hlx.Output();
+        EXPECT_EQ(Holds(hlx.Output(), "\r\033[Kback after "), nExit == 0) << hlx.Output();
+        EXPECT_FALSE(Holds(hlx.Output(), "Disconnected"));  // the library's own words
     }
     EXPECT_EQ(m_recorder->CommandCount(CMD_REQUEST_REBOOT), 1u);
 }
