@@ -1118,11 +1118,12 @@ HLX_API char* HLX_GetErrorMsg(LONG* pErrorNo);
 /// too, among the program's own output there; lines for which it has no room at the moment are dropped. It is off
 /// after HLX_Init and from HLX_Cleanup on, and for good in a forked child. `strLogDir`: directory of the files, made
 /// if it is missing, a relative one in the working directory of now; null, empty or with an absolute path above 255
-/// bytes leaves the directory as it was, at first the program's own. `bAutoDel` has no effect. `logLevel`: the
-/// highest YLOG_LEVEL that is written, held inside their range: YLOG_ERROR what failed, YLOG_WARN breaks, refusals
-/// and losses too, YLOG_INFO each login, logout, return and stream too, YLOG_DEBUG and YLOG_BUFF details for whoever
-/// looks for a fault. The files are named after the program, "<name>.log" the current one, "<name>.log.1" and up full
-/// ones, the higher the newer, at most 100 of at most 2147483646 bytes; other processes may write to them too. A
+/// bytes leaves the directory as it was, at first the program's own. It may also name the current file itself: a path
+/// that ends in ".log" and is no directory; its name without ".log" is then up to 63 bytes. `bAutoDel` has no effect.
+/// `logLevel`: the highest YLOG_LEVEL that is written, held inside their range: YLOG_ERROR what failed, YLOG_WARN breaks,
+/// refusals and losses too, YLOG_INFO each login, logout, return and stream too, YLOG_DEBUG and YLOG_BUFF details for
+/// whoever looks for a fault. The files are named after the program, "<name>.log" the current one, "<name>.log.1" and up
+/// full ones, the higher the newer, at most 100 of at most 2147483646 bytes; other processes may write to them too. A
 /// thread of the log writes, so callers do not wait; lines that cannot be written are dropped and counted in the log.
 /// Passwords, keys and nonces are never written. The result is 1. Switching off, and changing the directory, waits
 /// for what is not written yet. Local.

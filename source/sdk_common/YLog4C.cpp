@@ -1,6 +1,7 @@
 #include "sdk_common/YLog4C.h"
 
 #include <pthread.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -9,6 +10,7 @@
 #include <filesystem>
 #include <mutex>
 #include <new>
+#include <string_view>
 
 #include "sdk_common/Console.h"
 #include "sdk_common/LogText.h"
@@ -39,6 +41,13 @@ std::atomic<bool> g_bMultiThread{false};
 std::atomic<bool> g_bForked{false};
 LOG_FUN g_pfnLog = nullptr;  // SettingsLock, with its user value
 void* g_pLogUser = nullptr;
+
+constexpr std::string_view LOG_SUFFIX = ".log";
+
+bool IsDirectory(const std::string& path) {
+    struct stat state {};
+    return stat(path.c_str(), &state) == 0 && S_ISDIR(state.st_mode);
+}
 
 thread_local bool t_bInOutput = false;
 
@@ -100,15 +109,20 @@ YLog4C::~YLog4C() {
     CloseLog();
 }
 
-bool YLog4C::SetLogDir(const char* lpszDir) try {
+/// The writer looks at the place under the settings' lock, so what waits is written before that is taken.
+bool YLog4C::SetPlace(const char* lpszDir, const char* lpszAppname) {
     if (!Assert(lpszDir != nullptr, "lpszDir!=NULL")) return false;
     if (!Assert(*lpszDir != '\0', "strlen(lpszDir)>0")) return false;
     const std::string directory = Absolute(lpszDir);
     if (!Assert(directory.size() < sizeof(g_strLogDir), "strlen(lpszDir)<sizeof(g_strLogDir)")) return false;
     GetInstance()->FlushLog();
+    std::lock_guard guard(SettingsLock());
     SetText(g_strLogDir, directory.c_str());
+    if (lpszAppname) SetText(g_strLogAppname, lpszAppname);
     return true;
-} catch (...) {  // no memory
+}
+
+bool YLog4C::SetLogDir(const char* lpszDir) try { return SetPlace(lpszDir, nullptr); } catch (...) {  // no memory
     return false;
 }
 
@@ -119,6 +133,20 @@ bool YLog4C::SetLogAppname(const char* lpszAppname) {
         return false;
     SetText(g_strLogAppname, lpszAppname);
     return true;
+}
+
+bool YLog4C::SetLogPlace(const char* lpszPath) try {
+    const std::string path = lpszPath ? lpszPath : "";
+    const size_t slash = path.rfind('/');
+    const std::string file = path.substr(slash + 1);  // all without a slash
+    const bool bFile = file.size() > LOG_SUFFIX.size() && file.ends_with(LOG_SUFFIX) && !IsDirectory(path);
+    if (!bFile) return SetPlace(lpszPath, "");
+    const std::string name = file.substr(0, file.size() - LOG_SUFFIX.size());
+    if (!Assert(name.size() < sizeof(g_strLogAppname), "strlen(lpszAppname)<sizeof(g_strLogAppname)")) return false;
+    const std::string directory = slash == 0 ? "/" : path.substr(0, slash);
+    return SetPlace(slash == std::string::npos ? "." : directory.c_str(), name.c_str());
+} catch (...) {  // no memory
+    return false;
 }
 
 bool YLog4C::SetLogFileMaxcnt(int maxCount) {

@@ -44,6 +44,10 @@ public:
     static bool SetLogDir(const char* lpszDir);
     static bool SetLogAppname(const char* lpszAppname);
 
+    /// A directory, with files named after the program; or a file whose name ends in ".log", which is then the current
+    /// one. A directory that is there is one whatever its name. Bounds as above.
+    static bool SetLogPlace(const char* lpszPath);
+
     /// The most files, 1 to 100, and the most bytes of each, from 1. The oldest files go.
     static bool SetLogFileMaxcnt(int maxCount);
     static bool SetLogMaxsize(int maxSize);
@@ -91,6 +95,7 @@ public:
 
 private:
     YLog4C() = default;
+    static bool SetPlace(const char* lpszDir, const char* lpszAppname);
     static void SetThreshold();
     static void AfterFork();
     static LOG_FILE_PLACE Place(const char* pName);

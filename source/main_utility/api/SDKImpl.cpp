@@ -166,7 +166,7 @@ DWORD CSDKImpl::GetSDKBuildVersion() { return BuildVersion(BUILD_DATE); }
 
 BOOL CSDKImpl::SetLogToFile(BOOL bLogEnable, const char* strLogDir, BOOL, int logLevel) {
     if (!bLogEnable) SwitchLogOff();
-    if (strLogDir && *strLogDir) mYlog->SetLogDir(strLogDir);
+    if (strLogDir && *strLogDir) mYlog->SetLogPlace(strLogDir);
     mYlog->SetLog2MultiThread(true);
     mYlog->SetLogLevel(logLevel);
     mYlog->SetLogFileMaxcnt(YLog4C::MAX_FILE_COUNT);

@@ -135,6 +135,31 @@ TEST_F(Log, ARelativeDirectoryStaysWhereItWas) {
     EXPECT_EQ(YLog4C::Log4COpenLog(nullptr), m_dir.File("logs/app.log"));
 }
 
+TEST_F(Log, APlaceIsADirectoryOrAFile) {
+    fs::create_directory(m_dir.File("folder.log"));
+    const std::pair<std::string, std::string> rows[] = {{"gate.log", fs::current_path() / "gate.log"},
+                                                        {"/gate.log", "//gate.log"},
+                                                        {m_dir.File("run.log"), m_dir.File("run.log")},
+                                                        {m_dir.File("new/run.log"), m_dir.File("new/run.log")},
+                                                        {m_dir.File("a.log.log"), m_dir.File("a.log.log")}};
+    for (const auto& [place, path] : rows) {
+        EXPECT_TRUE(YLog4C::SetLogPlace(place.c_str())) << place;
+        EXPECT_EQ(YLog4C::Log4COpenLog(nullptr), path);
+    }
+    for (const std::string& directory : {m_dir.File("folder.log"), m_dir.File("logs"), m_dir.File(".log")}) {
+        EXPECT_TRUE(YLog4C::SetLogPlace(directory.c_str()));
+        const std::string path = YLog4C::Log4COpenLog(nullptr);  // named after the program
+        EXPECT_EQ(fs::path(path).parent_path(), directory);
+        EXPECT_NE(path, directory + "/a.log.log");
+    }
+    const std::string before = YLog4C::Log4COpenLog(nullptr);
+    testing::internal::CaptureStderr();
+    for (const char* pWrong : {static_cast<const char*>(nullptr), ""}) EXPECT_FALSE(YLog4C::SetLogPlace(pWrong));
+    EXPECT_FALSE(YLog4C::SetLogPlace((std::string(64, 'n') + ".log").c_str()));
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(YLog4C::Log4COpenLog(nullptr), before);
+}
+
 TEST_F(Log, LevelsDecideAndTheFunctionHearsWhatTheFileHolds) {
     HEARD heard;
     m_log.SetLog2Func(HEARD::Hear, &heard);
