@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 
 #include "simulator/ClassicDirector.h"
 #include "simulator/ControlLoop.h"
@@ -10,7 +11,10 @@
 
 namespace {
 
+std::mutex g_readyLock;  // held until the line that tells that the recorder is ready is printed, which is the first one
+
 void PrintEvent(const SIM_EVENT& event) {
+    const std::lock_guard guard(g_readyLock);
     nlohmann::ordered_json line{{"event", EventName(event.kind)}, {"link", event.link}};
     switch (event.kind) {
         case SIM_EVENT_KIND::LOGIN:
@@ -94,8 +98,11 @@ int RunRecorder(CClassicRecorder& recorder, CControlLoop& loop, const CLASSIC_CO
     std::string sError;
     CClassicDirector director(recorder, loop.Schedule(), options.config.channels, options.bEvents);
     if (!options.sScript.empty() && !director.LoadScript(options.sScript, sError)) return Fail(SIM_EXIT_USAGE, sError);
-    if (!recorder.Start(sError)) return Fail(SIM_EXIT_FAILURE, sError);
-    PrintLine(ReadyLine(recorder, options.config));
+    {
+        const std::lock_guard guard(g_readyLock);
+        if (!recorder.Start(sError)) return Fail(SIM_EXIT_FAILURE, sError);
+        PrintLine(ReadyLine(recorder, options.config));
+    }
     director.StartScript();
     if (!options.sControl.empty()) loop.TakeLines([&](const std::string& sText) { director.TakeControlLine(sText); });
     loop.Run(EndOf(options.seconds));

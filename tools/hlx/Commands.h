@@ -14,3 +14,6 @@ EXIT_CODE RunLive(const OPTIONS& options, CInterrupt& interrupt);
 
 // Logs in and tells the alarms and records that are on, and with --follow how they change.
 EXIT_CODE RunAlarms(const OPTIONS& options, CInterrupt& interrupt);
+
+// Listens for devices that call in by themselves, and tells who comes and goes.
+EXIT_CODE RunListen(const OPTIONS& options, CInterrupt& interrupt);

@@ -40,8 +40,10 @@ std::string OptionsText(const CLI::App& app) {
 std::string CommandsText(const CLI::App& app) {
     std::string strText = ".SH COMMANDS\n";
     for (const CLI::App* pCommand : app.get_subcommands(nullptr)) {
-        strText += fmt::format(".SS hlx {} \\fIHOST\\fR[:\\fIPORT\\fR] [\\fIoptions\\fR]\n{}\n{}", pCommand->get_name(),
-                               Troff(pCommand->get_description()), OptionsText(*pCommand));
+        const bool bHost = pCommand->get_option_no_throw("HOST") != nullptr;
+        strText += fmt::format(".SS hlx {} {}[\\fIoptions\\fR]\n{}\n{}", pCommand->get_name(),
+                               bHost ? "\\fIHOST\\fR[:\\fIPORT\\fR] " : "", Troff(pCommand->get_description()),
+                               OptionsText(*pCommand));
     }
     return strText;
 }
@@ -59,6 +61,10 @@ Data goes to standard output, everything else to standard error.
 The line of figures of a live stream appears on a terminal only.
 With \fB\-\-json\fR each line is one object whose \fIevent\fR tells its kind:
 .BR info ,
+.BR listening ,
+.BR device ,
+.BR unknown ,
+.BR left ,
 .BR format ,
 .BR second ,
 .B end
@@ -83,6 +89,7 @@ HLX_PASSWORD=secret hlx info 192.0.2.7
 hlx live 192.0.2.7:6000 \-c 3 \-o channel3.h264 \-\-duration 1m
 hlx live [2001:db8::7] \-s sub \-o \- | ffplay \-
 hlx live 192.0.2.7 \-\-json \-\-frames 250
+hlx listen \-\-port 6040 \-\-device 4711:admin:/etc/hlx/gate.password
 .EE
 .SH SEE ALSO
 .BR hlx\-simulator (1)
