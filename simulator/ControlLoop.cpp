@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <utility>
 
 namespace {
@@ -20,14 +21,11 @@ CControlLoop::CControlLoop() {
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &signals, &m_before);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     m_signalFd = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
-CControlLoop::~CControlLoop() {
-    close(m_signalFd);
-    pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
-}
+CControlLoop::~CControlLoop() { close(m_signalFd); }
 
 void CControlLoop::WaitUntil(SIM_TIME due, bool& bSignal, bool& bInput) const {
     using std::chrono::nanoseconds;

@@ -1,14 +1,13 @@
 // What the main thread of hlx-simulator does while a device runs.
 #pragma once
 
-#include <csignal>
 #include <functional>
 #include <string>
 
 #include "simulator/SimScript.h"
 
 /// Waits for SIGINT, SIGTERM or the end of the time, and meanwhile does what the schedule and the lines on standard input
-/// tell. Made before every other thread, so that all have both signals blocked; SIGPIPE is ignored from then on.
+/// tell. Made before every other thread, so that all have both signals blocked; they stay so, and SIGPIPE ignored, to the program's end.
 class CControlLoop {
 public:
     CControlLoop();
@@ -30,7 +29,6 @@ private:
     void ReadInput();
     void TakeLine();
 
-    sigset_t m_before;
     int m_signalFd;
     CSimSchedule m_schedule;
     std::function<void(const std::string&)> m_take;  // empty: standard input is left alone

@@ -52,7 +52,7 @@ TEST(CliListen, TellsWhoComesGoesAndComesAgain) {
     CProcess caller(Caller(listening, "4000000000", {"--control", "-"}),
                     {{"HLX_PASSWORD=secret"}, "1s cut reset\n", false});
     const std::string strWho = std::string(R"("id":4000000000,"session":)");
-    for (const std::string strLine :
+    for (const std::string& strLine :
          {R"({"event":"device",)" + strWho + "1" + GATE, R"({"event":"left",)" + strWho + "1" + GATE,
           R"({"event":"device",)" + strWho + "2" + GATE}) {
         ASSERT_TRUE(listening.Process().ReadUntil(strLine + "\n")) << listening.Process().Output();
