@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <charconv>
 #include <CLI/CLI.hpp>
 #include <cstring>
 #include <sstream>
@@ -229,6 +230,49 @@ void DeclareCompletion(CLI::App& app, OPTIONS&) {
     app.add_option("SHELL")->description("shell to complete for")->required()->type_name(COMPLETION_SHELLS);
 }
 
+// ID:USER or ID:USER:FILE.
+LISTEN_DEVICE ParseListenDevice(const std::string& strText) {
+    LISTEN_DEVICE device;
+    const char* pLast = strText.data() + strText.size();
+    const auto [pEnd, error] = std::from_chars(strText.data(), pLast, device.dwID);
+    const bool bUser = error == std::errc{} && pEnd != pLast && *pEnd == ':';
+    const std::string strRest = bUser ? std::string(pEnd + 1, pLast) : std::string();
+    const size_t nColon = std::min(strRest.find(':'), strRest.size());
+    device.strUser = strRest.substr(0, nColon);
+    if (nColon < strRest.size()) device.strPasswordFile = strRest.substr(nColon + 1);
+    const bool bFile = nColon == strRest.size() || !device.strPasswordFile.empty();
+    if (device.strUser.empty() || !bFile) {
+        throw CLI::ValidationError(fmt::format("{}: not a device like 4711:admin or 4711:admin:FILE", strText));
+    }
+    RefuseLonger("the user name", device.strUser, LONGEST_USER);
+    return device;
+}
+
+void DeclareListen(CLI::App& app, OPTIONS& options) {
+    LISTEN_OPTIONS& listen = options.listen;
+    app.add_option("-p,--port", listen.wPort, "TCP port to listen on; 0 for any free one, which is told")
+        ->required()
+        ->type_name("PORT")
+        ->check(CLI::Range(0, 65535).description(""));
+    const auto fnDevice = [&listen](const std::string& strText) {
+        listen.devices.push_back(ParseListenDevice(strText));
+    };
+    app.add_option("--device")
+        ->each(fnDevice)
+        ->type_name("ID:USER[:FILE]")
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->description(
+            "log in to the device that names itself by ID, with the password in the first line of FILE, - for "
+            "standard input, or in HLX_PASSWORD; may be given repeatedly; a device that refuses this login is "
+            "not told");
+    AddDuration(app, "-d,--duration", listen.length, "end this long after the start");
+    app.add_option("-n,--count", listen.nCount, "end after N calls, of known or unknown devices")
+        ->type_name("N")
+        ->check(CLI::Range(uint64_t{1}, uint64_t{1} << 40).description(""));
+    app.add_flag("--json", options.connect.bJson, "write JSON to standard output, one object a line");
+}
+
 constexpr COMMAND COMMANDS[] = {
     {"info", "log in and print what the device is", DeclareConnect, RunInfo},
     {"live", "receive a channel's live stream, show its figures, write its video", DeclareLive, RunLive},
@@ -239,6 +283,7 @@ constexpr COMMAND COMMANDS[] = {
     {"time", "show or set the device's clock", DeclareTime, RunTime},
     {"reboot", "restart the device", DeclareReboot, RunReboot},
     {"completion", "print a completion script for a shell", DeclareCompletion, nullptr},
+    {"listen", "listen for devices that call in by themselves, tell who comes and goes", DeclareListen, RunListen},
 };
 
 // The parser itself would only say that a command is required.

@@ -29,3 +29,6 @@ EXIT_CODE RunSnapshot(const OPTIONS& options, CInterrupt& interrupt);
 
 // Logs in and shows a channel's picture values, after changing those that are given.
 EXIT_CODE RunColor(const OPTIONS& options, CInterrupt& interrupt);
+
+// Listens for devices that call in by themselves, and tells who comes and goes.
+EXIT_CODE RunListen(const OPTIONS& options, CInterrupt& interrupt);

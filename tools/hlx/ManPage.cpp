@@ -80,6 +80,10 @@ Data goes to standard output, everything else to standard error.
 The line of figures of a live stream appears on a terminal only.
 With \fB\-\-json\fR each line is one object whose \fIevent\fR tells its kind:
 .BR info ,
+.BR listening ,
+.BR device ,
+.BR unknown ,
+.BR left ,
 .BR format ,
 .BR second ,
 .BR end ,
@@ -120,6 +124,7 @@ hlx color 192.0.2.7 \-c 2 \-\-brightness 140 \-\-save
 hlx time 192.0.2.7 \-\-set now
 hlx reboot 192.0.2.7 \-\-yes \-\-wait \-\-log reboot.log
 hlx completion bash > ~/.local/share/bash\-completion/completions/hlx
+hlx listen \-\-port 6040 \-\-device 4711:admin:/etc/hlx/gate.password
 .EE
 .SH SEE ALSO
 .BR hlx\-simulator (1)

@@ -78,6 +78,20 @@ struct COLOR_OPTIONS {
     bool bSave = false;
 };
 
+// A device that may call in.
+struct LISTEN_DEVICE {
+    uint32_t dwID = 0;  // its register id
+    std::string strUser;
+    std::string strPasswordFile;  // as in CONNECT_OPTIONS, without a prompt
+};
+
+struct LISTEN_OPTIONS {
+    uint16_t wPort = 0;  // 0: any free one
+    std::vector<LISTEN_DEVICE> devices;
+    std::chrono::milliseconds length{0};  // 0: without end
+    uint64_t nCount = 0;                  // calls; 0: without end
+};
+
 struct OPTIONS {
     CONNECT_OPTIONS connect;
     LIVE_OPTIONS live;
@@ -87,4 +101,5 @@ struct OPTIONS {
     REBOOT_OPTIONS reboot;
     SNAPSHOT_OPTIONS snapshot;
     COLOR_OPTIONS color;
+    LISTEN_OPTIONS listen;
 };
