@@ -136,6 +136,7 @@ int CNetDeviceMan::LoginCaller(const Session& session) {
         fRegister = m_fRegisterCBFun;
         pUser = m_pRegisterCBFunParam;
     }
+    const CApplicationCall call;
     if (fRegister) fRegister(session->lHandle, session->lRegisterID, &deviceInfo, pUser);
     return 1;
 }
@@ -164,7 +165,10 @@ int CNetDeviceMan::RefuseCaller(const Session& session) {
         fUnRegister = m_fUnRegisterCBFun;
         pUser = m_pUnRegisterCBFunParam;
     }
-    if (fUnRegister) fUnRegister(session->lHandle, session->lRegisterID, &empty, pUser);
+    if (fUnRegister) {
+        const CApplicationCall call;
+        fUnRegister(session->lHandle, session->lRegisterID, &empty, pUser);
+    }
     DropSession(session);
     GiveBackDeviceID(session->lHandle);
     return 0;
