@@ -89,6 +89,22 @@ TEST_F(ControlTest, RecorderThatDoesNotAnswer) {
     EXPECT_TRUE(FailedWith(HLX_NETWORK_NOT_CONNECT, m_device.StartDVRRecord(0, 1)));
 }
 
+TEST_F(ControlTest, ReplyThatCameJustBeforeTheLinkFellCounts) {
+    const auto answerAndFall = [&](const Bytes& answer) {
+        m_recorder.m_onSend = [this, answer](tuint32) {
+            m_recorder.Receive(answer);
+            m_recorder.BreakLink();
+        };
+    };
+    answerAndFall(Message(NO_AUTH));
+    EXPECT_TRUE(m_device.RebootDVR());
+    EXPECT_TRUE(FailedWith(HLX_NETWORK_NOT_CONNECT, m_device.RebootDVR()));
+    m_device.SetNetHandle(&m_recorder);
+    m_recorder.m_answers.clear();
+    answerAndFall(Message(0x10002, Word(2)));
+    EXPECT_TRUE(FailedWith(HLX_PASSWORD_ERROR, m_recorder.Login()));
+}
+
 TEST_F(ControlTest, RefusedArgumentsSendNothing) {
     LONG none = 0, many = 256, unknown = 4, one = 1;
     DWORD value = 0;
