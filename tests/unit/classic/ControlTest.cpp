@@ -68,6 +68,8 @@ TEST_F(ControlTest, RequestsAndReplies) {
         if (row.yes) m_recorder.m_answers[row.request] = Message(row.yes);
         EXPECT_TRUE(row.operation());
         EXPECT_EQ(Sent(), Message(row.request, row.body));
+        if (row.yes) m_recorder.m_answers[row.request] = Message(row.yes, Bytes(100000, 'x'));
+        EXPECT_TRUE(row.operation());
         if (row.no) {
             m_recorder.m_answers[row.request] = Message(row.no);
             EXPECT_TRUE(FailedWith(row.error, row.operation()));
