@@ -131,7 +131,7 @@ TEST_F(Healing, DevicesThatDoNotAnswerHoldUpNoOtherAndEachSessionGetsItsTurn) {
 }
 
 TEST_F(Healing, AWrongPasswordRestsTheLoginsForThreeHundredAndTenSeconds) {
-    CMovedTime& clock = *new CMovedTime;  // threads wait on it to the end of the process
+    static CMovedTime& clock = *new CMovedTime;  // threads wait on it to the end of the process
     Login();
     std::atomic<int> tries{0};
     CTestDevice::s_login = [&](CTestDevice&) { return ++tries < 2 ? Failure(HLX_PASSWORD_ERROR) : BOOL{1}; };
