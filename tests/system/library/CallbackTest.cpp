@@ -140,8 +140,8 @@ public:
         m_callIn = std::make_unique<CCallIn>(m_recorders[0]->Port(), port);
     }
 
-    LONG m_first = 0;        // a session of the first recorder
-    POINTERHANDLE m_live{};  // a stream of it
+    LONG m_first = 0;                      // a session of the first recorder
+    std::atomic<POINTERHANDLE> m_live{0};  // a stream of it, maybe not known yet
 
 protected:
     void TearDown() override {
@@ -167,7 +167,7 @@ protected:
         HLX_CLIENTINFO client{};
         const POINTERHANDLE live = HLX_LivePlay(id, &client, nullptr, nullptr);
         Expect("live", live > 0, bAllowed);
-        Expect("stop", HLX_StopLivePlay(bAllowed ? live : m_live), bAllowed);
+        Expect("stop", HLX_StopLivePlay(bAllowed ? live : m_live.load()), bAllowed);
         Expect("logout", HLX_Logout(id), bAllowed);
         Expect("cleanup", HLX_Cleanup(), false);
         const bool bKnown = bAllowed && GetParam().bSession;
