@@ -85,7 +85,9 @@ TEST_F(Healing, DeadRecordersHoldUpNoOther) {
     ASSERT_TRUE(HLX_SetConnectTime(60000, 1));  // each dead one that is waited for would cost a minute
     std::vector<LONG> ids;
     for (size_t at = 0; at < recorders; ++at) {
-        StartRecorder(Beating(1));
+        CLASSIC_RECORDER_CONFIG config = Beating(1);
+        config.firstClips = config.secondClips;  // smaller, for so many
+        StartRecorder(config);
         ids.push_back(Login());
     }
     const auto measure = [&](const char* pName) {
