@@ -1032,7 +1032,7 @@ typedef struct tWAVEFORMATEX {
 // -------------------------------------------------------------------------------------------------------- callbacks
 //
 // All run on threads of the library. Data is valid during the call only. The last argument is what the application gave
-// when it registered the callback. No callback may call HLX_Cleanup.
+// when it registered the callback. HLX_Cleanup is refused inside every callback with HLX_OPER_NOPERMIT (16).
 
 /// Something happened to a session: an _hlx_exception_type, the user id, and the channel for the channel types (else
 /// 0). NETWORK_DISCONNECT comes on the check-connect thread, NETWORK_RECONNECT on the reconnect thread.
@@ -1058,8 +1058,8 @@ typedef void (*LIVE_DATA_CALLBACK_EX)(POINTERHANDLE lLiveHandle, UINT dataType, 
 
 /// Device status, on the message thread: an HLX_DEVICE_MSG_TYPE, the user id, and an array of HLX_ALARMINFO or
 /// HLX_RECORD_STATUS (or the device's bytes for HLX_IVM_RULE) of dwBufLen bytes. The result is ignored.
-/// HLX_CloseAlarmChan in it returns at once and makes this callback the session's last; HLX_Cleanup is refused in it
-/// with HLX_OPER_NOPERMIT (16). A C++ exception that leaves it is caught and logged.
+/// HLX_CloseAlarmChan in it returns at once and makes this callback the session's last, and so does HLX_Logout of the
+/// session. A C++ exception that leaves it is caught and logged.
 typedef BOOL (*NET_MESSAGE_CALLBACK)(LONG lCommand, LONG lUserID, char* pBuf, DWORD dwBufLen, void* pUser);
 
 /// As NET_MESSAGE_CALLBACK with HLX_ALARMINFO_EX and HLX_RECORD_STATUS_EX.
@@ -1097,8 +1097,8 @@ extern "C" {
 HLX_API BOOL HLX_Init(void);
 
 /// Ends the library: stops streams, logs out, joins all threads. The result is 1, also when nothing was started; the
-/// last error is then HLX_NOINIT (3). From inside a live frame callback or a message callback it does nothing and returns
-/// 0 with HLX_OPER_NOPERMIT (16). Blocks until all threads have ended, up to about 2 s.
+/// last error is then HLX_NOINIT (3). From inside any callback it does nothing and returns 0 with HLX_OPER_NOPERMIT
+/// (16). Blocks until all threads have ended, up to about 2 s.
 HLX_API BOOL HLX_Cleanup(void);
 
 /// 0x00010002: version 1.2. 0 without HLX_Init. Keeps the last error. Local.
@@ -1158,8 +1158,8 @@ HLX_API BOOL HLX_Logout(LONG lUserID);
 /// least 1. Does not reset the last error. Local.
 HLX_API BOOL HLX_SetConnectTime(DWORD dwWaitTime, DWORD dwTryTimes);
 
-/// Whether broken sessions are opened again (default 1), and every how many ms that is tried (`dwInterval`, default
-/// 3000, at least 100). The streams of a session that is back run again about a second later. Local.
+/// Whether broken sessions are opened again (default 1), 16 at a time, and every how many ms that is tried (`dwInterval`,
+/// default 3000, at least 100). The streams of a session that is back run again about a second later. Local.
 HLX_API BOOL HLX_SetReconnect(DWORD dwInterval, BOOL bEnableRecon);
 
 /// Sets the callback for breaks and returns of sessions, those that carry further viewers of a channel among them; null

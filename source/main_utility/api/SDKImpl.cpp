@@ -133,6 +133,7 @@ void CSDKImpl::Quit() {
     m_playbackMan.Stop();
     m_downloadMan.Stop();
     m_pDeviceMan->Stop();
+    m_liveMan.Stop();  // what an exception or register callback opened meanwhile; no such callback runs any more
     QuitManagers();
 }
 
