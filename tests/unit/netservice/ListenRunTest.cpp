@@ -95,7 +95,11 @@ TEST(ListenRun, OnlyCallersThatSpokeAreTold) {
     CSWL_ListenProcEx listener(onAccept, nullptr, {8, [] { return WAIT; }});
     ASSERT_EQ(listener.StartListen(0), CSWL_ListenProcEx::LISTEN_OK);
     std::vector<SWL_socket_t> silent;
-    for (int caller = 0; caller < 65; ++caller) silent.push_back(Call(listener.GetListenPort()));
+    const int descriptors = OpenDescriptorCount();
+    for (int caller = 1; caller <= 65; ++caller) {
+        silent.push_back(Call(listener.GetListenPort()));
+        EXPECT_TRUE(WaitUntil([&] { return OpenDescriptorCount() == descriptors + caller + std::min(caller, 64); }));
+    }
     EXPECT_TRUE(isClosed(silent[0])) << "64 may wait, and the oldest goes";
 
     SWL_Send(silent[1], "1234", 4);
