@@ -167,11 +167,4 @@ TEST_F(Forward, LogoutFreesTheStreamsOfASessionThatIsGone) {
     HLX_SetRegisterPort(0, nullptr, 0);
 }
 
-TEST_F(Forward, ALoginWithoutMemoryForItsDeviceSaysSo) {
-    CNetDeviceMan::Instance()->SetDeviceMaker(
-        [](const PRE_SEND_DATA&, NET_DEVICE_RES&) -> bool { throw std::bad_alloc(); });
-    EXPECT_EQ(HLX_Login("127.0.0.1", m_peer.Port(), "admin", "", nullptr), -1);
-    EXPECT_EQ(HLX_GetLastError(), DWORD{HLX_ALLOC_RESOURCE_ERROR});
-}
-
 }  // namespace

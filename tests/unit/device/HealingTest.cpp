@@ -314,31 +314,31 @@ TEST_F(AutoRegister, ThePortIsKeptFromStopToStart) {
     EXPECT_TRUE(Connect());
 }
 
-TEST_F(AutoRegister, PortChangesFromManyThreadsAndCallbacksEndWithThePortOfTheLast) {
-    CMovedTime& clock = *new CMovedTime;  // threads wait on it to the end of the process
-    clock.SetRate(20);                    // a port of the other threads is in use for a moment
-    const auto change = [this](unsigned short port) { m_man.SetRegisterPort(port, nullptr, 0); };
-    const unsigned short other = CScriptedPeer([](int) {}).Port();
-    std::atomic<bool> bCalled{false}, bBack{false};
+/// The first change waits for a callback, the second one comes through, and the first must then leave the second's port alone.
+TEST_F(AutoRegister, OfTwoPortChangesAtOnceTheSecondStands) {
+    std::atomic<bool> bRelease{false}, bFirstDone{false};
+    std::atomic<int> calls{0};
     OnRegister([&](LONG) {
-        bCalled = true;
-        change(other);
-        bBack = true;
+        ++calls;
+        EXPECT_TRUE(WaitUntil([&] { return bRelease.load(); }));
     });
     Listen();
     EXPECT_TRUE(CallIn(4711));
-    EXPECT_TRUE(WaitUntil([&] { return bCalled.load(); }));
-    std::vector<std::thread> threads;
-    for (int worker = 0; worker < 3; ++worker) {
-        threads.emplace_back([&, worker] {
-            for (int round = 0; round < 10; ++round) change(worker == 0 ? 0 : worker == 1 ? m_port : other);
-        });
-    }
-    for (auto& thread : threads) thread.join();
-    EXPECT_TRUE(WaitUntil([&] { return bBack.load(); }));
-    change(0);
-    EXPECT_FALSE(Connect());
-    change(m_port);
+    EXPECT_TRUE(WaitUntil([&] { return calls == 1; }));
+    std::thread first([&] {
+        m_man.SetRegisterPort(0, nullptr, 0);
+        bFirstDone = true;
+    });
+    EXPECT_TRUE(WaitUntil([&] { return !Connect(); }));
+    Listen();
+    CTestDevice::s_login = [&](CTestDevice& device) {
+        bRelease = true;
+        EXPECT_TRUE(WaitUntil([&] { return bFirstDone.load(); }));
+        return BOOL{!device.m_bWoken};
+    };
+    EXPECT_TRUE(CallIn(4711));
+    first.join();
+    EXPECT_TRUE(WaitUntil([&] { return calls == 2; }));
     EXPECT_TRUE(Connect());
 }
 
