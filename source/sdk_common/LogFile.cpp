@@ -205,7 +205,6 @@ bool CLogFile::WriteWhole(std::string_view text) const {
         const ssize_t written = SystemCall(SYSTEM_CALL::WRITE_FILE, ssize_t{-1}, [&](size_t longest) {
             return write(m_fd, text.data(), std::min(text.size(), longest));
         });
-        if (written < 0 && errno == EINTR) continue;
         if (written <= 0) return (void)!ftruncate(m_fd, before), false;
         text.remove_prefix(static_cast<size_t>(written));
     }

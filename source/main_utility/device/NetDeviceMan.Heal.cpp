@@ -32,9 +32,9 @@ bool CNetDeviceMan::StartHealing() {
 void CNetDeviceMan::StopHealing() {
     for (bool* pRun : {&m_bReConnecting, &m_checkConnect, &m_bSubscribing}) SetRunFlag(*pRun, false);
     m_stopWait.Close();
-    for (const Session& session : m_table.Snapshot()) {
-        if (session->gate.Reconnecting()) m_table.TellBroken(*session);
-    }
+    m_table.ForEach([&](NET_DEVICE_RES& session) {
+        if (session.gate.Reconnecting()) m_table.TellBroken(session);
+    });
     InterruptRequests();
     PUB_ExitThread(&m_hReConnect, &m_bReConnecting);
     PUB_ExitThread(&m_checkConnectThread, &m_checkConnect);
@@ -47,7 +47,7 @@ void CNetDeviceMan::Pause(const bool& bRun, tuint32 milliseconds) {
 }
 
 void CNetDeviceMan::InterruptRequests() {
-    for (const Session& session : m_table.Snapshot()) session->pNetDevice->InterruptWait();
+    m_table.ForEach([](NET_DEVICE_RES& session) { session.pNetDevice->InterruptWait(); });
 }
 
 void* CNetDeviceMan::CheckConnectThread(void* pParam) {

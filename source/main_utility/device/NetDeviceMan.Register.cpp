@@ -49,15 +49,19 @@ void CNetDeviceMan::KeepLoginInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD device
 /// be had is forgotten, so that it can be asked for again.
 void CNetDeviceMan::StartListener() {
     DWORD port = m_listenPort;
-    if (port == 0) return;
+    if (port != 0 && !OpenListener(port)) m_listenPort.compare_exchange_strong(port, 0);
+}
+
+bool CNetDeviceMan::OpenListener(DWORD port) try {
     m_bListenerStopping = false;
     const auto listener = std::make_shared<CSWL_ListenProcEx>(AcceptLinkCallback, this);
     {
         std::lock_guard guard(m_listenerLock);
         m_pListenProc = listener;
     }
-    if (listener->StartListen(static_cast<unsigned short>(port)) != CSWL_ListenProcEx::LISTEN_OK)
-        m_listenPort.compare_exchange_strong(port, 0);
+    return listener->StartListen(static_cast<unsigned short>(port)) == CSWL_ListenProcEx::LISTEN_OK;
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 /// Wakes a caller's login that is under way. From inside a register callback the listener is only retired, since it runs that callback.

@@ -112,6 +112,7 @@ private:
     void AdvanceDeviceID();
     void GiveBackDeviceID(int lHandle);
     bool LoginSession(const Session& session, LPHLX_DEVICEINFO lpDeviceInfo, LONG luserId);
+    static bool LoginDevice(NET_DEVICE_RES& session, LPHLX_DEVICEINFO lpDeviceInfo);
     void DropSession(const Session& session);
     bool RemoveDevice_Ex(LONG lHandle);
     void EndSession(NET_DEVICE_RES& session);
@@ -137,6 +138,7 @@ private:
     void KeepLoginInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum);
     bool FindLoginInfo(DWORD deviceId, NET_DEVICE_RES& session);
     void StartListener();
+    bool OpenListener(DWORD port);
     void StopListener();
     static int AcceptLinkCallback(CLIENT_SOCK_INFO* pInfo, void* pParam, void* pReserved);
     int OnGetAcceptLink(const CLIENT_SOCK_INFO& info);

@@ -37,18 +37,18 @@ bool CLiveMan::Start() { return StartResuming(); }
 
 void CLiveMan::Stop() {
     StopResuming();
-    for (;;) {
-        POINTERHANDLE lLiveHandle = 0;
-        {
-            std::lock_guard guard(m_streamLock);
-            if (m_streamInfoArray.empty()) return;
-            lLiveHandle = m_streamInfoArray.front()->lLiveHandle;
-        }
-        StopLivePlay(lLiveHandle);
-    }
+    while (const POINTERHANDLE handle = AnyStream([](const LIVE_STREAM_INFO&) { return true; })) StopLivePlay(handle);
 }
 
 void CLiveMan::Quit() {}
+
+/// The handle of one of the streams that are wanted, 0 when there is none.
+template <class Wanted>
+POINTERHANDLE CLiveMan::AnyStream(Wanted wanted) {
+    std::lock_guard guard(m_streamLock);
+    const auto found = std::ranges::find_if(m_streamInfoArray, [&](const Stream& stream) { return wanted(*stream); });
+    return found == m_streamInfoArray.end() ? 0 : (*found)->lLiveHandle;
+}
 
 LIVE_STREAM_INFO* CLiveMan::Find(POINTERHANDLE lLiveHandle) const {
     for (const Stream& stream : m_streamInfoArray)
@@ -87,7 +87,7 @@ POINTERHANDLE CLiveMan::LivePlay(LONG lUserID, const HLX_CLIENTINFO* pInfo, LIVE
     stream->callbacks = {pCallback, pCallbackEx, pUser};
     stream->pUser = this;
     if (!ChooseSession(*stream)) return -1;
-    return OpenStream(std::move(stream));
+    return OpenStream(stream);
 }
 
 /// Settles the stream's number and the session that carries it. A channel that is open already needs a further session
@@ -114,11 +114,17 @@ bool CLiveMan::ChooseSession(LIVE_STREAM_INFO& stream) {
     return true;
 }
 
-POINTERHANDLE CLiveMan::OpenStream(Stream stream) {
+POINTERHANDLE CLiveMan::OpenStream(const Stream& stream) {
     LIVE_STREAM_INFO& opened = *stream;
     const POINTERHANDLE lLiveHandle = opened.lLiveHandle;
     std::unique_lock guard(m_streamLock);
-    m_streamInfoArray.push_back(std::move(stream));
+    try {
+        m_streamInfoArray.push_back(stream);
+    } catch (const std::bad_alloc&) {
+        guard.unlock();
+        CloseSession(opened);
+        return Failure(HLX_NORESOURCE, POINTERHANDLE{-1});
+    }
     bool bOpen = StartStream(opened);
     if (!bOpen) {
         CThreadState::Instance()->SetLastError(HLX_NORESOURCE);
@@ -132,12 +138,11 @@ POINTERHANDLE CLiveMan::OpenStream(Stream stream) {
     }
 
     const DWORD error = CThreadState::Instance()->GetLastError();
-    const Stream failed = std::move(m_streamInfoArray.back());
     m_streamInfoArray.pop_back();
     guard.unlock();
-    LogStream(YLOG_ERROR, *failed, "refused, number", static_cast<LONG>(error));
-    CloseSession(*failed);
-    EndStream(*failed);
+    LogStream(YLOG_ERROR, opened, "refused, number", static_cast<LONG>(error));
+    CloseSession(opened);
+    EndStream(opened);
     CThreadState::Instance()->SetLastError(IsRefusal(error) ? error : DWORD{HLX_NETWORK_NOT_CONNECT});
     return -1;
 }
@@ -199,13 +204,14 @@ BOOL CLiveMan::StopLivePlay(POINTERHANDLE lLiveHandle) {
 }
 
 BOOL CLiveMan::RemoveDevice(LONG lUserID) {
-    std::vector<POINTERHANDLE> handles;
+    const auto ofUser = [&](const LIVE_STREAM_INFO& stream) { return stream.lPrimalDeviceHandle == lUserID; };
+    size_t left = 0;  // what another thread opens from here on is its own doing
     {
         std::lock_guard guard(m_streamLock);
-        for (const Stream& stream : m_streamInfoArray)
-            if (stream->lPrimalDeviceHandle == lUserID) handles.push_back(stream->lLiveHandle);
+        left = m_streamInfoArray.size();
     }
-    for (const POINTERHANDLE handle : handles) StopLivePlay(handle);
+    for (POINTERHANDLE handle = AnyStream(ofUser); handle && left > 0; handle = AnyStream(ofUser), --left)
+        StopLivePlay(handle);
     return 1;
 }
 

@@ -31,9 +31,19 @@ BOOL CDVRNetDevice_V3::OnReceiveData(const char* pBuf, int iLen) {
             OnMessage(std::as_bytes(std::span(pBuf, static_cast<size_t>(iLen))));
         }
     } catch (const std::exception&) {
-        // No memory for a copy of this message: it is dropped.
+        LoseMessage(std::as_bytes(std::span(pBuf, static_cast<size_t>(iLen))));
     }
     return true;
+}
+
+/// No memory for a copy of this message. Where a frame was lost pictures go on with the next key frame.
+void CDVRNetDevice_V3::LoseMessage(Body message) {
+    const auto start = CWireReader(message).Read<tuint32>();
+    if (start != PACKED_DATA_FLAG && start != CMD_REPLY_DATA_STREAM) return;
+    std::lock_guard guard(m_ChanelTaskInfoLock);
+    for (const auto& task : m_ChanelTaskInfo)
+        for (const unsigned int bufferID : task.liveBufHandle)
+            if (bufferID) m_pDataBufferMan->LoseFrame(bufferID);
 }
 
 void CDVRNetDevice_V3::OnLinkBroken() {

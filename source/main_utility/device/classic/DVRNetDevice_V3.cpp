@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <mutex>
 #include <new>
 
@@ -246,7 +247,8 @@ HLX_ERROR CDVRNetDevice_V3::AskQuietly(tuint32 dwCmdType, Body body, std::initia
     // A request of the application does not wait behind a login: until that is through the session is not there.
     const std::thread::id loginThread = m_loginThread;
     if (loginThread != std::thread::id{} && loginThread != std::this_thread::get_id()) return HLX_NETWORK_NOT_CONNECT;
-    return m_replies.Ask([&] { return SendConnected(dwCmdType, body); }, {accepted.begin(), accepted.size()}, reply);
+    const auto send = [&] { return SendConnected(dwCmdType, body); };
+    return m_replies.Ask(std::cref(send), {accepted.begin(), accepted.size()}, reply);  // by reference: needs no memory
 }
 
 std::optional<REPLY_CMD_DATA> CDVRNetDevice_V3::Ask(tuint32 dwCmdType, Body body,

@@ -244,6 +244,7 @@ private:
     // Receiving; engine's thread
     void OnLinkBroken();
     void OnMessage(Body message);
+    void LoseMessage(Body message);
     void OnStatus(tuint32 cmdType, Body message);
     void OnStreamMessage(Body message);
     void OnWholePackedMessage(Body message);
