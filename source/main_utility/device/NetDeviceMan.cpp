@@ -259,11 +259,13 @@ bool CNetDeviceMan::OnLinkData(int deviceID, tuint64 linkSerial, const char* pBu
     return pRes && pRes->linkSerial == linkSerial && pRes->pNetDevice->OnReceiveData(pBuf, iLen);
 }
 
-int CNetDeviceMan::GetCustomID(const char* sDVRIP, WORD wDVRPort) {
+int CNetDeviceMan::GetCustomID(const char* sDVRIP, WORD wDVRPort) try {
     if (!FitsSession(sDVRIP)) return Failure(HLX_PARAMETER_ERROR, -1);
     LINK link;
     if (!m_connector.ConnectServerUseTCP(sDVRIP, wDVRPort, link.sock, link.pre)) return -1;
     return link.pre.wProductSubID;
+} catch (const std::bad_alloc&) {
+    return Failure(HLX_ALLOC_RESOURCE_ERROR, -1);
 }
 
 BOOL CNetDeviceMan::GetRtspUrl(LONG lUserID, LONG lChannel, LONG lStreamType, char* sRtspUrl) {

@@ -125,7 +125,7 @@ void CDVRNetDevice_V3::DeliverFrame(const FRAME_INFO& wire, Body data) {
     }
     // Any other stream id is live. It never names a ring: a recorder must not reach the rings of another.
     CollectReceivers();
-    for (const unsigned int bufferID : m_receivers) PushFrame(bufferID, pData);
+    for (size_t i = 0; i < m_receiverCount; ++i) PushFrame(m_receivers[i], pData);
 }
 
 void CDVRNetDevice_V3::NoteTimes(const FRAME_INFO& wire) {
@@ -142,20 +142,22 @@ void CDVRNetDevice_V3::NoteTimes(const FRAME_INFO& wire) {
 void CDVRNetDevice_V3::CollectReceivers() {
     const HLX_FRAME_INFO& frame = m_sdkFrameInfo;
     const bool bPicture = frame.frameType == DD_FRAME_TYPE_VIDEO || frame.frameType == DD_FRAME_TYPE_VIDEO_FORMAT;
-    m_receivers.clear();
+    m_receiverCount = 0;
     std::lock_guard guard(m_ChanelTaskInfoLock);
     for (const auto& task : m_ChanelTaskInfo) {
         const tuint32 wanted = task.bFirstStream ? DD_LIVE_FRAME_FIRST_STREAM : DD_LIVE_FRAME_SECOND_STREAM;
         if (task.channel != static_cast<LONG>(frame.channel) || (bPicture && !(frame.frameAttrib & wanted))) continue;
         for (const unsigned int bufferID : task.liveBufHandle) {
-            if (bufferID) m_receivers.push_back(bufferID);
+            if (bufferID && m_receiverCount < m_receivers.size()) m_receivers[m_receiverCount++] = bufferID;
         }
     }
     if (frame.frameType == DD_FRAME_TYPE_JPEG && frame.channel < MAX_CHANNELS &&
         (m_ullJpegStream >> frame.channel & 1)) {
         // The ring of pictures need not have a task. It gets each picture once.
         const unsigned int pictures = LIVE_BUFFER_ID(m_deviceID, frame.channel, HLX_THIRD_STREAM);
-        if (std::ranges::find(m_receivers, pictures) == m_receivers.end()) m_receivers.push_back(pictures);
+        const auto end = m_receivers.begin() + m_receiverCount;
+        if (end != m_receivers.end() && std::find(m_receivers.begin(), end, pictures) == end)
+            m_receivers[m_receiverCount++] = pictures;
     }
 }
 
