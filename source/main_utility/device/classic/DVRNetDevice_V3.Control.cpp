@@ -158,9 +158,10 @@ BOOL CDVRNetDevice_V3::SetDeviceAlarm(LONG* pAlarmOut, LONG* pValue, LONG* pAlar
 
 BOOL CDVRNetDevice_V3::GetDeviceIPCInfo(HLX_IPC_DEVICE_INFO* pInfo, LONG lMaxNum, LONG* pNum) {
     if (!pInfo || !pNum || lMaxNum < 0) return Failure(HLX_PARAMETER_ERROR);
-    if (!AskYesNo(CMD_REQUEST_CFG_ENTER_IPCAM, {}, CMD_REPLY_CFG_SUCC, CMD_REPLY_CFG_FAIL, HLX_OPER_BY_OTHER))
-        return false;
-    const bool bDone = AskIPCInfo(pInfo, lMaxNum, pNum);
+    const bool bEntered =
+        AskYesNo(CMD_REQUEST_CFG_ENTER_IPCAM, {}, CMD_REPLY_CFG_SUCC, CMD_REPLY_CFG_FAIL, HLX_OPER_BY_OTHER);
+    if (!bEntered && CThreadState::Instance()->GetLastError() == HLX_OPER_BY_OTHER) return false;
+    const bool bDone = bEntered && AskIPCInfo(pInfo, lMaxNum, pNum);  // one that does not answer may have entered
     // Quietly: the number of what went before stays. A recorder whose link fell has ended the configuring itself.
     SendConnected(CMD_REQUEST_CFG_LEAVE_IPCAM, {});
     return bDone;

@@ -1,6 +1,7 @@
 // Live channels of the classic recorder.
 #include <algorithm>
 #include <mutex>
+#include <new>
 
 #include "main_utility/device/classic/DVRNetDevice_V3.h"
 #include "sdk_common/WireReader.h"
@@ -42,7 +43,7 @@ bool CDVRNetDevice_V3::OpenStream(LONG lChannel, BOOL bFirstStream, unsigned int
     return Failure(refusal);
 }
 
-bool CDVRNetDevice_V3::AddTask(LONG lChannel, BOOL bFirstStream, unsigned int bufid) {
+bool CDVRNetDevice_V3::AddTask(LONG lChannel, BOOL bFirstStream, unsigned int bufid) try {
     std::lock_guard guard(m_ChanelTaskInfoLock);
     const auto isSame = [&](const DVR_CHANEL_TASKINFO& task) {
         return task.channel == lChannel && task.bFirstStream == bFirstStream;
@@ -57,6 +58,8 @@ bool CDVRNetDevice_V3::AddTask(LONG lChannel, BOOL bFirstStream, unsigned int bu
     if (place == handles.end()) return Failure(HLX_NORESOURCE);
     *place = bufid;
     return true;
+} catch (const std::bad_alloc&) {
+    return Failure(HLX_NORESOURCE);
 }
 
 bool CDVRNetDevice_V3::SendStreamMasks(tuint32 dwCmdType) {

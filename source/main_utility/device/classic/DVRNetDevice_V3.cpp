@@ -148,6 +148,7 @@ HLX_ERROR CDVRNetDevice_V3::LoginOnLink(const char* sUserName, const char* sPass
     CopyText(m_szUserName, sUserName);
     CopyText(m_szPasswd, sPassword);
     if (!m_replies.Open()) return HLX_NETWORK_NOT_CONNECT;
+    ClearStatus();  // the recorder tells its status right behind the login
     constexpr tuint32 LOGIN_REPLIES[] = {CMD_REPLY_LONGIN_SUCC, CMD_REPLY_LONGIN_FAIL};
     REPLY_CMD_DATA reply;
     HLX_ERROR error = m_replies.Ask([this] { return SendLogin(); }, LOGIN_REPLIES, reply);
@@ -202,6 +203,13 @@ BOOL CDVRNetDevice_V3::Logout() {
     ClearStreams();
     m_talkFrames.Clear();
     return true;
+}
+
+/// What the recorder told on an earlier link may be over.
+void CDVRNetDevice_V3::ClearStatus() {
+    for (auto* pMask : {&m_ullVloss, &m_ullMotion, &m_ullSensor, &m_ullManualRec, &m_ullScheduleRec, &m_ullMotionRec,
+                        &m_ullSensorRec})
+        *pMask = 0;
 }
 
 void CDVRNetDevice_V3::ClearStreams() {

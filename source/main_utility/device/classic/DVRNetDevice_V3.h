@@ -234,6 +234,7 @@ private:
     HLX_ERROR BeginSession(const PRODUCT_INFO& product);
     HLX_DEVICEINFO DeviceInfo();
     void ClearStreams();
+    void ClearStatus();
 
     // Status
     template <class Record, class Make>
@@ -251,7 +252,7 @@ private:
     void DeliverFrame(const FRAME_INFO& wire, Body data);
     void NoteTimes(const FRAME_INFO& wire);
     void CollectReceivers();
-    void PushFrame(unsigned int bufferID, const unsigned char* pData);
+    bool PushFrame(unsigned int bufferID, const unsigned char* pData);
 
     // Live
     bool OpenStream(LONG lChannel, BOOL bFirstStream, unsigned int bufid);
