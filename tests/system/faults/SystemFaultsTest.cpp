@@ -2,6 +2,7 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -53,6 +54,9 @@ int RecorderPort() {
     return s_port;
 }
 
+/// In place of an error: the call moves one byte only.
+constexpr int ONE_BYTE = -1;
+
 enum class EXPECTED { SUCCESS, HEALING, NOTHING };
 
 class SystemFaults;
@@ -60,9 +64,9 @@ struct FAULT_ROW {
     const char* pName;
     void (SystemFaults::*scenario)(EXPECTED expected);
     SYSTEM_CALL call;
-    std::vector<SYSTEM_FAULT> unseenForGood;  // the scenario succeeds as if nothing had been
-    std::vector<SYSTEM_FAULT> unseenOnce;     // the same for one such fault
-    std::vector<SYSTEM_FAULT> others;
+    std::vector<int> unseenForGood;  // errors, or ONE_BYTE: the scenario succeeds as if nothing had been
+    std::vector<int> unseenOnce;     // the same for one such fault
+    std::vector<int> others;
 };
 
 std::ostream& operator<<(std::ostream& out, const FAULT_ROW& row) { return out << row.pName; }
@@ -203,8 +207,10 @@ std::vector<std::pair<FAULT_PLAN, EXPECTED>> SystemFaults::Sites(int count) cons
     const FAULT_ROW& row = GetParam();
     std::vector<std::pair<FAULT_PLAN, EXPECTED>> sites;
     const auto add = [&](const auto& faults, bool bForGood, EXPECTED expected) {
-        for (const SYSTEM_FAULT& fault : faults)
+        for (const int error : faults) {
+            const SYSTEM_FAULT fault = error == ONE_BYTE ? SYSTEM_FAULT{0, 1} : SYSTEM_FAULT{error};
             for (int site = 1; site <= count; ++site) sites.push_back({{row.call, site, bForGood, fault}, expected});
+        }
     };
     for (const bool bForGood : {false, true}) add(row.unseenForGood, bForGood, EXPECTED::SUCCESS);
     add(row.unseenOnce, false, EXPECTED::SUCCESS);
@@ -231,79 +237,67 @@ void SystemFaults::RunSite(const FAULT_PLAN& plan, EXPECTED expected) {
     alarm(0);
 }
 
-constexpr SYSTEM_FAULT Error(int error) { return {error}; }
-constexpr SYSTEM_FAULT ONE_BYTE{0, 1};
-
+using F = SystemFaults;
+using C = SYSTEM_CALL;
 const FAULT_ROW ROWS[] = {
-    {"play_socket",
-     &SystemFaults::Play,
-     SYSTEM_CALL::SOCKET,
-     {},
-     {},
-     {Error(EMFILE), Error(ENFILE), Error(ENOBUFS), Error(ENOMEM)}},
-    {"play_connect",
-     &SystemFaults::Play,
-     SYSTEM_CALL::CONNECT,
-     {},
-     {Error(EINTR), Error(EAGAIN)},
-     {Error(EAGAIN), Error(ECONNRESET), Error(ENOBUFS)}},
-    {"play_recv",
-     &SystemFaults::Play,
-     SYSTEM_CALL::RECV,
-     {ONE_BYTE},
-     {Error(EINTR), Error(EAGAIN)},
-     {Error(EAGAIN), Error(ECONNRESET), Error(ENOBUFS)}},
-    {"play_send",
-     &SystemFaults::Play,
-     SYSTEM_CALL::SEND,
-     {ONE_BYTE},
-     {Error(EINTR), Error(EAGAIN)},
-     {Error(EAGAIN), Error(ECONNRESET), Error(EPIPE), Error(ENOBUFS)}},
-    {"play_epoll_create", &SystemFaults::Play, SYSTEM_CALL::EPOLL_CREATE, {}, {}, {Error(EMFILE), Error(ENOMEM)}},
-    {"play_epoll_ctl", &SystemFaults::Play, SYSTEM_CALL::EPOLL_CTL, {}, {}, {Error(ENOMEM), Error(ENOSPC)}},
-    {"play_epoll_wait",
-     &SystemFaults::Play,
-     SYSTEM_CALL::EPOLL_WAIT,
-     {},
-     {Error(EINTR)},
-     {Error(ENOMEM), Error(EINTR)}},
-    {"play_event_fd", &SystemFaults::Play, SYSTEM_CALL::EVENT_FD, {}, {}, {Error(EMFILE), Error(ENOMEM)}},
-    {"play_open_file",
-     &SystemFaults::Play,
-     SYSTEM_CALL::OPEN_FILE,
-     {Error(EMFILE), Error(ENFILE), Error(ENOSPC), Error(EINTR)},
-     {},
-     {}},
-    {"play_write_file",
-     &SystemFaults::Play,
-     SYSTEM_CALL::WRITE_FILE,
-     {Error(ENOSPC), Error(EAGAIN), Error(EINTR), ONE_BYTE},
-     {},
-     {}},
-    {"play_map_memory", &SystemFaults::Play, SYSTEM_CALL::MAP_MEMORY, {}, {}, {Error(ENOMEM)}},
-    {"play_start_thread", &SystemFaults::Play, SYSTEM_CALL::START_THREAD, {}, {}, {Error(EAGAIN)}},
-    {"play_allocate", &SystemFaults::Play, SYSTEM_CALL::ALLOCATE, {}, {}, {Error(ENOMEM)}},
-    {"listen_socket", &SystemFaults::Listen, SYSTEM_CALL::SOCKET, {}, {}, {Error(EMFILE), Error(ENOBUFS)}},
-    {"listen_bind", &SystemFaults::Listen, SYSTEM_CALL::BIND, {}, {}, {Error(ENOBUFS)}},
-    {"listen_listen", &SystemFaults::Listen, SYSTEM_CALL::LISTEN, {}, {}, {Error(ENOBUFS)}},
-    {"listen_accept",
-     &SystemFaults::Listen,
-     SYSTEM_CALL::ACCEPT,
-     {},
-     {Error(EINTR), Error(EAGAIN), Error(EMFILE), Error(ENFILE), Error(ENOBUFS), Error(ENOMEM)},
-     {Error(EMFILE), Error(ENOBUFS)}},
-    {"listen_recv",
-     &SystemFaults::Listen,
-     SYSTEM_CALL::RECV,
-     {ONE_BYTE},
-     {Error(EINTR), Error(EAGAIN)},
-     {Error(ECONNRESET)}},
-    {"listen_event_fd", &SystemFaults::Listen, SYSTEM_CALL::EVENT_FD, {}, {}, {Error(EMFILE)}},
-    {"listen_start_thread", &SystemFaults::Listen, SYSTEM_CALL::START_THREAD, {}, {}, {Error(EAGAIN)}},
-    {"listen_allocate", &SystemFaults::Listen, SYSTEM_CALL::ALLOCATE, {}, {}, {Error(ENOMEM)}},
+    {"play_socket", &F::Play, C::SOCKET, {}, {}, {EMFILE, ENFILE, ENOBUFS, ENOMEM}},
+    {"play_connect", &F::Play, C::CONNECT, {}, {EINTR, EAGAIN}, {EAGAIN, ECONNRESET, ENOBUFS}},
+    {"play_recv", &F::Play, C::RECV, {ONE_BYTE}, {EINTR, EAGAIN}, {EAGAIN, ECONNRESET, ENOBUFS}},
+    {"play_send", &F::Play, C::SEND, {ONE_BYTE}, {EINTR, EAGAIN}, {EAGAIN, ECONNRESET, EPIPE, ENOBUFS}},
+    {"play_epoll_create", &F::Play, C::EPOLL_CREATE, {}, {}, {EMFILE, ENOMEM}},
+    {"play_epoll_ctl", &F::Play, C::EPOLL_CTL, {}, {EINTR}, {ENOMEM, ENOSPC}},
+    {"play_epoll_wait", &F::Play, C::EPOLL_WAIT, {}, {EINTR}, {ENOMEM, EINTR}},
+    {"play_event_fd", &F::Play, C::EVENT_FD, {}, {}, {EMFILE, ENOMEM}},
+    {"play_open_file", &F::Play, C::OPEN_FILE, {EMFILE, ENFILE, ENOSPC, EINTR}, {}, {}},
+    {"play_write_file", &F::Play, C::WRITE_FILE, {ENOSPC, EAGAIN, EINTR, ONE_BYTE}, {}, {}},
+    {"play_map_memory", &F::Play, C::MAP_MEMORY, {}, {}, {ENOMEM}},
+    {"play_start_thread", &F::Play, C::START_THREAD, {}, {}, {EAGAIN}},
+    {"play_allocate", &F::Play, C::ALLOCATE, {}, {}, {ENOMEM}},
+    {"listen_socket", &F::Listen, C::SOCKET, {}, {}, {EMFILE, ENOBUFS}},
+    {"listen_bind", &F::Listen, C::BIND, {}, {}, {ENOBUFS}},
+    {"listen_listen", &F::Listen, C::LISTEN, {}, {}, {ENOBUFS}},
+    {"listen_accept", &F::Listen, C::ACCEPT, {}, {EINTR, EAGAIN, EMFILE, ENFILE, ENOMEM}, {EMFILE, ENOBUFS}},
+    {"listen_recv", &F::Listen, C::RECV, {ONE_BYTE}, {EINTR, EAGAIN}, {ECONNRESET}},
+    {"listen_event_fd", &F::Listen, C::EVENT_FD, {}, {}, {EMFILE}},
+    {"listen_start_thread", &F::Listen, C::START_THREAD, {}, {}, {EAGAIN}},
+    {"listen_allocate", &F::Listen, C::ALLOCATE, {}, {}, {ENOMEM}},
 };
 
+/// In a child that has not used the library yet. What it finds is its exit code.
+enum START_RESULT { START_GOOD, START_WITHOUT_NUMBER, START_STAYS_REFUSED, START_HAS_NO_SUCH_SITE };
+
+START_RESULT StartFresh(const FAULT_PLAN& plan) {
+    alarm(LONGEST_SITE);
+    CFaultsInForce faults(plan);
+    LONG number = 0;
+    if (HLX_Init()) {
+        HLX_Cleanup();
+    } else {
+        HLX_GetErrorMsg(&number);
+        if (number != HLX_ALLOC_RESOURCE_ERROR) return START_WITHOUT_NUMBER;
+    }
+    if (CFaultsInForce::Calls(plan.call) < plan.site) return START_HAS_NO_SUCH_SITE;
+    faults.Lift();
+    return HLX_Init() && HLX_Cleanup() ? START_GOOD : START_STAYS_REFUSED;
+}
+
 }  // namespace
+
+/// What is made once in a process is made again when it could not be made the first time.
+TEST(FreshProcess, StartsOnceThereIsMemory) {
+    CMovedTime time;
+    time.SetRate(RATE_LOST);
+    int found = START_GOOD;
+    for (int site = 1; found == START_GOOD; ++site) {
+        const pid_t child = fork();
+        if (child == 0) _exit(StartFresh({SYSTEM_CALL::ALLOCATE, site, true, {ENOMEM}}));
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFEXITED(status)) << "allocation " << site;
+        found = WEXITSTATUS(status);
+    }
+    EXPECT_EQ(found, START_HAS_NO_SUCH_SITE);
+}
 
 TEST_P(SystemFaults, FailAndPass) {
     alarm(LONGEST_SITE);
