@@ -21,7 +21,7 @@ public:
     CFaultsInForce(const CFaultsInForce&) = delete;
     CFaultsInForce& operator=(const CFaultsInForce&) = delete;
 
-    void Lift();
+    static void Lift();
     static int Calls(SYSTEM_CALL call);
 
 private:

@@ -42,16 +42,37 @@ void TellHang(int) {
     abort();
 }
 
-/// One recorder for all tests of the program.
-int RecorderPort() {
-    static CProcess recorder({HLX_SIMULATOR, "classic", "--port", "0", "--channels", "4", "--user", "admin", "--speed",
-                              "20", "--heartbeat", "50", "--media", HLX_MEDIA_FOLDER},
-                             {{"HLX_PASSWORD=secret"}, {}, false});
-    static const int s_port = [] {
-        EXPECT_TRUE(recorder.ReadUntil("\n")) << recorder.Errors();
-        return std::stoi(recorder.Output().substr(recorder.Output().find("\"port\":") + 7));
-    }();
-    return s_port;
+/// A recorder for all tests of the program.
+class CRecorder {
+public:
+    explicit CRecorder(std::vector<std::string> more = {})
+        : m_process(Line(std::move(more)), {{"HLX_PASSWORD=secret"}, {}, false}) {
+        EXPECT_TRUE(m_process.ReadUntil("\n")) << m_process.Errors();
+        m_port = static_cast<WORD>(std::stoi(m_process.Output().substr(m_process.Output().find("\"port\":") + 7)));
+    }
+    WORD Port() const { return m_port; }
+
+private:
+    static std::vector<std::string> Line(std::vector<std::string> more) {
+        std::vector<std::string> line = {HLX_SIMULATOR, "classic",       "--port",  "0",  "--channels",  "4",
+                                         "--user",      "admin",         "--speed", "20", "--heartbeat", "50",
+                                         "--media",     HLX_MEDIA_FOLDER};
+        line.insert(line.end(), more.begin(), more.end());
+        return line;
+    }
+    CProcess m_process;
+    WORD m_port = 0;
+};
+
+CRecorder& SteadyRecorder() {
+    static CRecorder recorder;
+    return recorder;
+}
+
+/// Closes each link after a while.
+CRecorder& CuttingRecorder() {
+    static CRecorder recorder({"--fault", "close-after=300000"});
+    return recorder;
 }
 
 /// In place of an error: the call moves one byte only.
@@ -73,8 +94,10 @@ std::ostream& operator<<(std::ostream& out, const FAULT_ROW& row) { return out <
 
 class SystemFaults : public testing::TestWithParam<FAULT_ROW> {
 public:
-    /// An application that plays a stream.
-    void Play(EXPECTED expected);
+    /// An application that plays streams.
+    void Play(EXPECTED expected) { Use(SteadyRecorder(), &SystemFaults::PlaySome, expected); }
+    /// One whose link is cut again and again.
+    void Heal(EXPECTED expected) { Use(CuttingRecorder(), &SystemFaults::PlayOverCuts, expected); }
     /// One that devices call.
     void Listen(EXPECTED expected);
 
@@ -98,16 +121,24 @@ protected:
         EXPECT_NE(expected, EXPECTED::SUCCESS) << pName << " fails with " << HLX_GetLastError();
         return false;
     }
+    void Use(const CRecorder& recorder, void (SystemFaults::*play)(LONG, EXPECTED), EXPECTED expected);
     void PlaySome(LONG lUserID, EXPECTED expected);
+    void PlayOverCuts(LONG lUserID, EXPECTED expected);
+    void Stop(POINTERHANDLE handle);
     void End();
     static void OnFrame(POINTERHANDLE, HLX_FRAME_INFO info, BYTE*, void* pUser) {
         if (info.frameType == DD_FRAME_TYPE_VIDEO) ++static_cast<SystemFaults*>(pUser)->m_frames;
+    }
+
+    static void OnException(DWORD type, LONG, LONG, void* pUser) {
+        if (type == NETWORK_RECONNECT) ++static_cast<SystemFaults*>(pUser)->m_returns;
     }
 
     const CTestsOwnDoing m_own;
     CMovedTime m_time;
     CTempDir m_logs;
     std::atomic<int> m_frames{0};
+    std::atomic<int> m_returns{0};
     char m_picture[1 << 20];
     int m_threads = 0;
     int m_descriptors = 0;
@@ -115,7 +146,8 @@ protected:
 
 void SystemFaults::SetUp() {
     signal(SIGALRM, TellHang);
-    RecorderPort();
+    SteadyRecorder();
+    CuttingRecorder();
     ASSERT_TRUE(HLX_Init());
     HLX_Cleanup();  // what lives as long as the process is there from now on
     m_threads = ThreadCount();
@@ -128,18 +160,17 @@ void SystemFaults::ExpectNothingLeft() {
     EXPECT_TRUE(WaitUntil([&] { return OpenDescriptorCount() <= m_descriptors; }, 1s));
 }
 
-void SystemFaults::Play(EXPECTED expected) {
-    m_frames = 0;
+void SystemFaults::Use(const CRecorder& recorder, void (SystemFaults::*play)(LONG, EXPECTED), EXPECTED expected) {
+    m_frames = m_returns = 0;
     if (!Call("HLX_Init", expected, BOOL{0}, HLX_Init)) return;
     Call("HLX_SetLogToFile", EXPECTED::SUCCESS, BOOL{0},
          [&] { return HLX_SetLogToFile(1, m_logs.Path().c_str(), 0, YLOG_INFO); });
     HLX_DEVICEINFO device{};
     LONG lUserID = -1;
-    Call("HLX_Login", expected, LONG{-1}, [&] {
-        return lUserID = HLX_Login("127.0.0.1", static_cast<WORD>(RecorderPort()), "admin", "secret", &device);
-    });
+    Call("HLX_Login", expected, LONG{-1},
+         [&] { return lUserID = HLX_Login("127.0.0.1", recorder.Port(), "admin", "secret", &device); });
     if (lUserID > 0) {
-        PlaySome(lUserID, expected);
+        (this->*play)(lUserID, expected);
         Call("HLX_Logout", EXPECTED::SUCCESS, BOOL{0}, [&] { return HLX_Logout(lUserID); });
     }
     End();
@@ -162,8 +193,31 @@ void SystemFaults::PlaySome(LONG lUserID, EXPECTED expected) {
     Call("HLX_CaptureJPEGPicture", expected, BOOL{0},
          [&] { return HLX_CaptureJPEGPicture(lUserID, 1, nullptr, m_picture, sizeof(m_picture), &dwSize); });
     Call("HLX_MakeKeyFrame", expected, BOOL{0}, [&] { return HLX_MakeKeyFrame(lUserID, 0); });
+    Stop(handle);
+    if (handle2 > 0) Stop(handle2);
+}
+
+void SystemFaults::Stop(POINTERHANDLE handle) {
     Call("HLX_StopLivePlay", EXPECTED::SUCCESS, BOOL{0}, [&] { return HLX_StopLivePlay(handle); });
-    if (handle2 > 0) Call("HLX_StopLivePlay", EXPECTED::SUCCESS, BOOL{0}, [&] { return HLX_StopLivePlay(handle2); });
+}
+
+/// Once the system has recovered, so has the stream.
+void SystemFaults::PlayOverCuts(LONG lUserID, EXPECTED expected) {
+    HLX_SetReconnect(500, 1);
+    HLX_SetSDKMessageCallBack(0, nullptr, OnException, this);
+    HLX_CLIENTINFO info{};
+    POINTERHANDLE handle = -1;
+    if (!Call("HLX_LivePlay", expected, POINTERHANDLE{-1},
+              [&] { return handle = HLX_LivePlay(lUserID, &info, OnFrame, this); }))
+        return;
+    const bool bLost = expected == EXPECTED::NOTHING;
+    m_time.SetRate(bLost ? RATE_LOST : RATE_HEALING);
+    EXPECT_TRUE(WaitUntil([&] { return m_returns > 0; }, bLost ? 100ms : 20000ms) || bLost);
+    CFaultsInForce::Lift();
+    m_time.SetRate(RATE_HEALING);
+    const int before = m_frames;
+    EXPECT_TRUE(WaitUntil([&] { return m_frames >= before + SOME_FRAMES; }, 20000ms)) << "no frames any more";
+    Stop(handle);
 }
 
 void SystemFaults::Listen(EXPECTED expected) {
@@ -224,13 +278,13 @@ void SystemFaults::RunSite(const FAULT_PLAN& plan, EXPECTED expected) {
                   plan.site, plan.bForGood ? "for good" : "once", plan.fault.error, plan.fault.longest);
     SCOPED_TRACE(g_site);
     alarm(LONGEST_SITE);
-    CFaultsInForce faults(plan);
+    const CFaultsInForce faults(plan);
     m_time.SetRate(expected == EXPECTED::SUCCESS   ? RATE_SURE
                    : expected == EXPECTED::HEALING ? RATE_HEALING
                                                    : RATE_LOST);
     (this->*GetParam().scenario)(expected);
     ExpectNothingLeft();
-    faults.Lift();
+    CFaultsInForce::Lift();
     m_time.SetRate(RATE_SURE);
     (this->*GetParam().scenario)(EXPECTED::SUCCESS);
     ExpectNothingLeft();
@@ -253,6 +307,14 @@ const FAULT_ROW ROWS[] = {
     {"play_map_memory", &F::Play, C::MAP_MEMORY, {}, {}, {ENOMEM}},
     {"play_start_thread", &F::Play, C::START_THREAD, {}, {}, {EAGAIN}},
     {"play_allocate", &F::Play, C::ALLOCATE, {}, {}, {ENOMEM}},
+    {"heal_socket", &F::Heal, C::SOCKET, {}, {}, {EMFILE}},
+    {"heal_connect", &F::Heal, C::CONNECT, {}, {}, {ECONNRESET}},
+    {"heal_recv", &F::Heal, C::RECV, {}, {}, {EINTR, ECONNRESET}},
+    {"heal_send", &F::Heal, C::SEND, {}, {}, {EPIPE}},
+    {"heal_epoll_ctl", &F::Heal, C::EPOLL_CTL, {}, {}, {ENOSPC}},
+    {"heal_map_memory", &F::Heal, C::MAP_MEMORY, {}, {}, {ENOMEM}},
+    {"heal_start_thread", &F::Heal, C::START_THREAD, {}, {}, {EAGAIN}},
+    {"heal_allocate", &F::Heal, C::ALLOCATE, {}, {}, {ENOMEM}},
     {"listen_socket", &F::Listen, C::SOCKET, {}, {}, {EMFILE, ENOBUFS}},
     {"listen_bind", &F::Listen, C::BIND, {}, {}, {ENOBUFS}},
     {"listen_listen", &F::Listen, C::LISTEN, {}, {}, {ENOBUFS}},
@@ -268,7 +330,7 @@ enum START_RESULT { START_GOOD, START_WITHOUT_NUMBER, START_STAYS_REFUSED, START
 
 START_RESULT StartFresh(const FAULT_PLAN& plan) {
     alarm(LONGEST_SITE);
-    CFaultsInForce faults(plan);
+    const CFaultsInForce faults(plan);
     LONG number = 0;
     if (HLX_Init()) {
         HLX_Cleanup();
@@ -277,7 +339,7 @@ START_RESULT StartFresh(const FAULT_PLAN& plan) {
         if (number != HLX_ALLOC_RESOURCE_ERROR) return START_WITHOUT_NUMBER;
     }
     if (CFaultsInForce::Calls(plan.call) < plan.site) return START_HAS_NO_SUCH_SITE;
-    faults.Lift();
+    CFaultsInForce::Lift();
     return HLX_Init() && HLX_Cleanup() ? START_GOOD : START_STAYS_REFUSED;
 }
 
