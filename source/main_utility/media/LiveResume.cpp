@@ -193,6 +193,9 @@ bool CLiveMan::StartAgain(const Stream& stream) {
     const bool bStarted =
         m_pDeviceMan->StartLiveChannel(stream->lDeviceHandle, stream->channel, IsFirstStream(stream->streamType),
                                        stream->bufferID, stream->streamType);
+    YLOG(bStarted ? YLOG_INFO : YLOG_WARN, "user %ld, channel %ld, stream %u: live %s started again, number %u",
+         long{stream->lDeviceHandle}, long{stream->channel}, static_cast<unsigned>(stream->streamType),
+         bStarted ? "is" : "not", bStarted ? 0U : static_cast<unsigned>(CThreadState::Instance()->GetLastError()));
     if (bStarted) stream->tStreamDataLastTime = MonotonicSeconds();
     std::lock_guard guard(m_streamLock);
     if (isListed()) return bStarted;

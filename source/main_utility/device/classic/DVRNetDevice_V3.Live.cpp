@@ -83,7 +83,7 @@ HLX_ERROR CDVRNetDevice_V3::StreamRefusal() {
     const HLX_ERROR error = AskQuietly(CMD_REQUEST_LAST_STREAM_ERROR, {}, {CMD_REPLY_LAST_STREAM_ERROR}, reply);
     if (error == HLX_NETWORK_NOT_CONNECT) return error;
     const bool bRefused = CWireReader(reply.cmdParam).Read<tuint32>() == NETERR_STREAM_NO_RESOURCE;
-    return bRefused ? HLX_DVR_NORESOURCE : HLX_SUCCESS;
+    return bRefused ? LogRefusal(CMD_REQUEST_LAST_STREAM_ERROR, HLX_DVR_NORESOURCE) : HLX_SUCCESS;
 }
 
 BOOL CDVRNetDevice_V3::StopLiveChannel(LONG lChannel, BOOL bFirstStream, unsigned int) {
