@@ -58,7 +58,7 @@ void CLiveMan::ResumeOnReconnection(LONG lUserID, BOOL bIsK7KChannel, LONG chann
     for (LONG entryChannel = first; entryChannel <= last; ++entryChannel)
         Enlist({lUserID, bIsK7KChannel, entryChannel, 0, 0});
     m_resumeWait.SetEvent();
-} catch (const std::bad_alloc&) {
+} catch (const std::bad_alloc&) {  // the look for silent streams finds them
 }
 
 /// An entry for the same streams takes the place of an older one.
