@@ -1094,6 +1094,8 @@ extern "C" {
 /// On failure nothing is left running and the call may be tried again.
 /// Errors: HLX_PROGRAM_EXCEPTION (78) a thread did not start, HLX_ALLOC_RESOURCE_ERROR (44) no memory; others as the
 /// failing part left them. HLX_GetErrorMsg reads the number, for HLX_GetLastError says HLX_NOINIT without a session.
+/// HLX_TRACE in the environment names a file to which all that goes over the links is written from here to HLX_Cleanup,
+/// without passwords, keys and nonces; hlx-simulator replay plays it. A slow disk then slows the links.
 HLX_API BOOL HLX_Init(void);
 
 /// Ends the library: stops streams, logs out, joins all threads. The result is 1, also when nothing was started; the
