@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "sdk_common/SystemFault.h"
 #include "sdk_common/WireReader.h"
 
 namespace {
@@ -20,6 +21,11 @@ constexpr int PACKED_HEAD_SIZE = sizeof(PACKED_HEAD);
 constexpr int PACKED_PREFIX = PACK_FLAG_SIZE + PACKED_HEAD_SIZE;
 static_assert(sizeof(LINK_FRAME_HEAD::length) == PACK_FLAG_SIZE,
               "the flag of a packed message takes the place of the length");
+
+char* Reallocate(char* pOld, size_t size) {
+    return SystemCall(SYSTEM_CALL::ALLOCATE, static_cast<char*>(nullptr),
+                      [&](size_t) { return std::realloc(pOld, size); });
+}
 
 bool PackedLengthGood(tint32 length) { return length >= 0 && length <= INT_MAX - PACKED_PREFIX; }
 
@@ -126,7 +132,7 @@ bool CLinkReader::Grow(int wanted) {
     if (wanted <= m_partial.buffSize) return true;
     const tint64 generous = std::max<tint64>(FIRST_BUFFER, tint64{m_partial.buffSize} * 2);
     const tint64 size = std::max<tint64>(wanted, std::min<tint64>(generous, m_partial.dataSize));
-    char* pLarger = static_cast<char*>(std::realloc(m_partial.pData, static_cast<size_t>(size)));
+    char* pLarger = Reallocate(m_partial.pData, static_cast<size_t>(size));
     if (!pLarger) return false;
     m_partial.pData = pLarger;
     m_partial.buffSize = static_cast<int>(size);
@@ -158,7 +164,7 @@ int CLinkReader::TakeRaw(void* pTarget, int length) {
 
 bool CLinkReader::KeepAhead() {
     if (m_ahead.empty() || m_bAheadKept) return true;
-    char* pCopy = static_cast<char*>(std::malloc(m_ahead.size()));
+    char* pCopy = Reallocate(nullptr, m_ahead.size());
     if (!pCopy) {
         m_ahead = {};
         return false;

@@ -24,7 +24,7 @@ constexpr int LONGEST_IDLE_WAIT = 1000;
 constexpr unsigned int BROKEN_SET_WAIT = 3;
 
 constexpr LONGLONG HEARTBEAT_AFTER = 7500;  // milliseconds without sending
-constexpr LONGLONG CLOCK_JUMP = 60000;      // a longer silence was none: somebody set the clock
+constexpr LONGLONG CLOCK_JUMP = 60000;      // a longer silence was none: this machine was away
 constexpr LONGLONG ENGINE_HELD_UP = 5000;   // the engine itself was away, which is no link's fault
 
 constexpr tuint32 READ_EVENTS = EPOLLIN | EPOLLRDHUP | EPOLLHUP | EPOLLERR;
@@ -32,7 +32,7 @@ constexpr tuint32 WRITE_EVENTS = EPOLLOUT | EPOLLHUP | EPOLLERR;
 
 }  // namespace
 
-LONGLONG CSWL_MultiNetComm::Now() { return GetCurrTime() / 1000; }
+LONGLONG CSWL_MultiNetComm::Now() { return TimeSource().MonotonicMicroseconds() / 1000; }
 
 CSWL_MultiNetComm::~CSWL_MultiNetComm() { CSWL_MultiNetComm::Destroy(); }
 

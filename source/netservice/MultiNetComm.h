@@ -82,7 +82,7 @@ private:
     };
     enum DRAIN { DRAIN_DONE, DRAIN_BLOCKED, DRAIN_BROKEN };
 
-    static LONGLONG Now();  // milliseconds of the wall clock
+    static LONGLONG Now();  // milliseconds of the monotonic clock
 
     // Links (MultiNetComm.Links.cpp)
     LinkRef FindLink(int deviceID);  // either lock held

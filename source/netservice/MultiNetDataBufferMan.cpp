@@ -28,7 +28,8 @@ struct HANDED_RUN {
 struct NET_DATA_BUFFER_MAN {
     unsigned int bufferID = 0;
     std::unique_ptr<CNetDataBufferMan> pDataBuffer;
-    std::list<HANDED_RUN> toReleaseBufferList;  // oldest first; guarded by pReleaseLock
+    std::list<HANDED_RUN> toReleaseBufferList;  // oldest first; guarded by pReleaseLock, as is the next
+    std::list<HANDED_RUN> spareRuns{1};         // for the runs to come, so that frames need no memory of ours
     std::unique_ptr<CPUB_Lock> pReleaseLock;
     std::atomic<bool> bRemoving{false};  // set under m_bufferArrayLock and pReleaseLock
     std::atomic<bool> bVoid{false};      // runs that were not released are lost
@@ -166,16 +167,15 @@ bool CMultiNetDataBufferMan::GetDataBuffer(unsigned int bufferID, unsigned char*
     if (!entry) return false;
     const std::scoped_lock guard(*entry->pReleaseLock);
     if (entry->bRemoving) return false;
+    std::list<HANDED_RUN>& spare = entry->spareRuns;
     try {
-        entry->toReleaseBufferList.push_back({});
+        if (spare.empty()) spare.push_back({});
     } catch (const std::bad_alloc&) {
         return false;
     }
-    if (!entry->pDataBuffer->GetDataBuffer(pBuffer, len)) {
-        entry->toReleaseBufferList.pop_back();
-        return false;
-    }
-    entry->toReleaseBufferList.back() = {pBuffer, len};
+    if (!entry->pDataBuffer->GetDataBuffer(pBuffer, len)) return false;
+    spare.front() = {pBuffer, len};
+    entry->toReleaseBufferList.splice(entry->toReleaseBufferList.end(), spare, spare.begin());
     ++entry->openRuns;
     return true;
 }
@@ -188,7 +188,7 @@ void CMultiNetDataBufferMan::ReleaseDataBuffer(unsigned int bufferID, unsigned c
         std::list<HANDED_RUN>& runs = entry->toReleaseBufferList;
         if (runs.empty() || runs.front().pBuffer != pBuffer || runs.front().len != len) return;
         if (!entry->pDataBuffer->ReleaseDataBuffer(pBuffer, len)) return;
-        runs.pop_front();
+        entry->spareRuns.splice(entry->spareRuns.end(), runs, runs.begin());
         --entry->openRuns;
     }
     if (entry->bRemoving) entry->releaseEvent.PulseEvent();
@@ -213,6 +213,11 @@ void CMultiNetDataBufferMan::SetChannelNeedIFrame(unsigned int bufferID, LONG lD
                                                   DWORD streamAttrib, bool bNeed) {
     const BufferRef entry = Find(bufferID);
     if (entry) entry->pDataBuffer->SetChannelNeedIFrame(lDeviceID, lChannel, streamAttrib, bNeed);
+}
+
+void CMultiNetDataBufferMan::LoseFrame(unsigned int bufferID) {
+    const BufferRef entry = Find(bufferID);
+    if (entry) entry->pDataBuffer->LoseFrame();
 }
 
 bool CMultiNetDataBufferMan::WaitForData(unsigned int bufferID, tuint32 ms) {

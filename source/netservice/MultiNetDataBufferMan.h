@@ -58,6 +58,9 @@ public:
     /// Frames given up since the ring was made.
     unsigned int GetLostFrames(unsigned int bufferID);
 
+    /// Counts a frame that was lost before it came here; video waits for the next key frame. Any thread.
+    void LoseFrame(unsigned int bufferID);
+
     void SetChannelNeedIFrame(unsigned int bufferID, LONG lDeviceID, LONG lChannel, DWORD streamAttrib, bool bNeed);
 
     /// Blocks the reader until data waits (true), or `ms` milliseconds are over, WakeReader is called or the ring is or

@@ -243,6 +243,12 @@ int CNetDataBufferMan::GetFreeBufferSize() {
     return info.freeLen;
 }
 
+void CNetDataBufferMan::LoseFrame() {
+    const std::scoped_lock guard(m_lock);
+    ++m_lostFrames;
+    for (NET_CHANNEL_STREAM_STATUS& status : m_listChannelStatus) status.bNeedKeyFrame = 1;
+}
+
 unsigned int CNetDataBufferMan::GetLastFrameIndex() {
     const std::scoped_lock guard(m_lock);
     return m_lastframeIndex;

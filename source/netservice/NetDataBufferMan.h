@@ -78,6 +78,8 @@ public:
     bool HasData() const { return m_bHasData; }
     /// Frames given up since Initial. Takes no lock.
     unsigned int GetLostFrames() const { return m_lostFrames; }
+    /// A frame of any of its streams was lost before it came here.
+    void LoseFrame();
 
 private:
     // All with m_lock held.

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <new>
 
 #include "netservice/LinkTrace.h"
 #include "sdk_common/PubTime.h"
@@ -17,27 +18,41 @@
 
 namespace {
 
+constexpr unsigned int SHORTAGE_PAUSE = 5;  // milliseconds
+
 std::atomic<int> g_initCount{0};
 
 int Number(SWL_socket_t sock) { return static_cast<int>(sock); }
 
+tint64 NowMilliseconds() { return TimeSource().MonotonicMicroseconds() / 1000; }
+
+/// EAGAIN means that the system is short of something and has begun nothing: there is nothing to wait for, so it is tried again.
+int BeginConnect(SWL_socket_t sock, const sockaddr* pServAddr, socklen_t len, tint64 deadline) {
+    const auto connectNow = [&](size_t) { return connect(Number(sock), pServAddr, len); };
+    while (SystemCall(SYSTEM_CALL::CONNECT, -1, connectNow) != 0) {
+        if (errno != EAGAIN || NowMilliseconds() >= deadline) return -1;
+        PUB_Sleep(SHORTAGE_PAUSE);
+    }
+    return 0;
+}
+
 /// A new link of the record; without the peer's address the socket was accepted.
-void TraceOpened(SWL_socket_t sock, const sockaddr* pAddr, socklen_t len) {
+void TraceOpened(SWL_socket_t sock, const sockaddr* pAddr, socklen_t len) try {
     char host[NI_MAXHOST] = "";
     char port[NI_MAXSERV] = "";
     const bool bNamed =
         pAddr && getnameinfo(pAddr, len, host, sizeof(host), port, sizeof(port), NI_NUMERICHOST | NI_NUMERICSERV) == 0;
     CLinkTrace::Instance().Opened(sock, bNamed ? std::string(host) + ":" + port : "accepted");
+} catch (const std::bad_alloc&) {
+    CLinkTrace::Instance().Stop();
 }
 
-bool MayStillConnect(int error) { return error == EINPROGRESS || error == EAGAIN || error == EALREADY; }
-
 int ConnectWithin(SWL_socket_t sock, const sockaddr* pServAddr, socklen_t len, int iTimeOut) {
-    const auto connectNow = [&](size_t) { return connect(Number(sock), pServAddr, len); };
-    if (SystemCall(SYSTEM_CALL::CONNECT, -1, connectNow) == 0 || errno == EISCONN) return 0;
-    if (!MayStillConnect(errno)) return -1;
+    const tint64 deadline = NowMilliseconds() + std::max(iTimeOut, 0);
+    if (BeginConnect(sock, pServAddr, len, deadline) == 0 || errno == EISCONN) return 0;
+    if (errno != EINPROGRESS && errno != EALREADY) return -1;
     pollfd watched{Number(sock), POLLOUT, 0};
-    if (ClockPoll(&watched, 1, iTimeOut < 0 ? 0 : iTimeOut) < 1) return -1;
+    if (ClockPoll(&watched, 1, static_cast<int>(std::max<tint64>(deadline - NowMilliseconds(), 0))) < 1) return -1;
     int error = 0;
     socklen_t size = sizeof(error);
     if (getsockopt(Number(sock), SOL_SOCKET, SO_ERROR, &error, &size) != 0) return -1;

@@ -1,5 +1,6 @@
 #include "sdk_common/LogFile.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <vector>
 
 #include "sdk_common/PubTime.h"
@@ -68,19 +70,17 @@ bool ParseName(std::string_view rest, const std::string& name, LOG_FILE_ENTRY& e
     return true;
 }
 
-/// The log's files, the oldest first.
+/// The log's files, the oldest first. The standard library's walk over a directory ends the process when memory is short.
 std::vector<LOG_FILE_ENTRY> ListFiles(const LOG_FILE_PLACE& place) {
     std::vector<LOG_FILE_ENTRY> files;
-    std::error_code error;
-    fs::directory_iterator file(place.directory, error);
-    while (!error && file != fs::directory_iterator()) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(place.directory.c_str()), closedir);
+    while (const dirent* pFile = directory ? readdir(directory.get()) : nullptr) {
         LOG_FILE_ENTRY entry;
-        std::error_code ignored;
-        if (ParseName(file->path().filename().native(), place.name, entry) && file->is_regular_file(ignored)) {
-            entry.path = place.Path().substr(0, place.directory.size() + 1) + file->path().filename().native();
-            files.push_back(std::move(entry));
-        }
-        file.increment(error);
+        struct stat state {};
+        if (!ParseName(pFile->d_name, place.name, entry)) continue;
+        if (fstatat(dirfd(directory.get()), pFile->d_name, &state, 0) != 0 || !S_ISREG(state.st_mode)) continue;
+        entry.path = place.Path().substr(0, place.directory.size() + 1) + pFile->d_name;
+        files.push_back(std::move(entry));
     }
     std::sort(files.begin(), files.end());
     return files;
@@ -212,7 +212,6 @@ bool CLogFile::WriteWhole(std::string_view text) const {
         const ssize_t written = SystemCall(SYSTEM_CALL::WRITE_FILE, ssize_t{-1}, [&](size_t longest) {
             return write(m_fd, text.data(), std::min(text.size(), longest));
         });
-        if (written < 0 && errno == EINTR) continue;
         if (written <= 0) return (void)!ftruncate(m_fd, before), false;
         text.remove_prefix(static_cast<size_t>(written));
     }

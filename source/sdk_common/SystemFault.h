@@ -1,5 +1,5 @@
-// Where tests make the system fail. Calls of the library that the system may refuse go through SystemCall; in builds without
-// HLX_SYSTEM_FAULTS it is the call and nothing else.
+// Calls of the library that the system may refuse go through SystemCall: one that a signal interrupts is made again, and in builds
+// with HLX_SYSTEM_FAULTS tests make it fail.
 #pragma once
 
 #include <cerrno>
@@ -42,11 +42,21 @@ SYSTEM_FAULT NextSystemFault(SYSTEM_CALL call);
 constexpr SYSTEM_FAULT NextSystemFault(SYSTEM_CALL) { return {}; }
 #endif
 
+/// How often a call is made that signals interrupt.
+constexpr int INTERRUPTED_TRIES = 10;
+
 /// `call` gets the most bytes that it may move. Its result, or `failure` with errno when it is to fail.
 template <class Call, class Result>
 Result SystemCall(SYSTEM_CALL which, Result failure, Call call) {
-    const SYSTEM_FAULT fault = NextSystemFault(which);
-    if (fault.error == 0) return static_cast<Result>(call(fault.longest));
-    errno = fault.error;
-    return failure;
+    Result result = failure;
+    for (int tries = 0; tries < INTERRUPTED_TRIES; ++tries) {
+        const SYSTEM_FAULT fault = NextSystemFault(which);
+        if (fault.error == 0) {
+            result = static_cast<Result>(call(fault.longest));
+        } else {
+            errno = fault.error;
+        }
+        if (result != failure || errno != EINTR) break;
+    }
+    return result;
 }

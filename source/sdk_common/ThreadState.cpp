@@ -18,13 +18,18 @@ CThreadState::OwnNumber::~OwnNumber() { t_pOwnNumber = m_pOuter; }
 
 CThreadState* CThreadState::Instance() {
     // Never destroyed: threads of the library may still set a number while the process ends.
-    static auto* const pState = new CThreadState;
+    alignas(CThreadState) static std::byte s_place[sizeof(CThreadState)];
+    static auto* const pState = new (s_place) CThreadState;
     return pState;
 }
 
-CThreadState::CThreadState() { SetLastError(0); }
+CThreadState::CThreadState() : m_first{GetCurrThreadId(), 0} {}
 
-CThreadState::~CThreadState() { delete[] m_pThreadState; }
+CThreadState::~CThreadState() { FreeTable(); }
+
+void CThreadState::FreeTable() {
+    if (m_pThreadState != &m_first) delete[] m_pThreadState;
+}
 
 void CThreadState::SetLastError(DWORD lastError) {
     if (t_pOwnNumber) {
@@ -37,10 +42,13 @@ void CThreadState::SetLastError(DWORD lastError) {
         return;
     }
     auto* pLonger = new (std::nothrow) THREAD_STATE[m_threadNum + 1];
-    if (!pLonger) return;
+    if (!pLonger) {  // a forked child does not need the number of its parent
+        m_pThreadState[m_threadNum - 1] = {GetCurrThreadId(), lastError};
+        return;
+    }
     std::copy_n(m_pThreadState, m_threadNum, pLonger);
     pLonger[m_threadNum] = {GetCurrThreadId(), lastError};
-    delete[] m_pThreadState;
+    FreeTable();
     m_pThreadState = pLonger;
     ++m_threadNum;
 }

@@ -48,10 +48,12 @@ private:
     CThreadState();
     static THREAD_ID GetCurrThreadId();
     THREAD_STATE* Find(THREAD_ID threadId);  // m_lock held
+    void FreeTable();
 
     CPUB_Lock m_lock;
-    int m_threadNum = 0;
-    THREAD_STATE* m_pThreadState = nullptr;
+    THREAD_STATE m_first;  // the table as long as there is one record, so that a number needs no memory
+    int m_threadNum = 1;
+    THREAD_STATE* m_pThreadState = &m_first;
 };
 
 /// Stores `error` and gives the failure value `result` back, so that a failure is one line.

@@ -14,14 +14,15 @@ void DropRoot() {
 
 }  // namespace
 
-BOOL HLX_Init(void) {
+BOOL HLX_Init(void) try {
     if (g_pSdkImpl) return 1;
     CThreadState::Instance()->SetLastError(HLX_SUCCESS);
-    g_pSdkImpl = new (std::nothrow) CSDKImpl(YLog4C::GetInstance());
-    if (!g_pSdkImpl) return Failure(HLX_ALLOC_RESOURCE_ERROR);
+    g_pSdkImpl = new CSDKImpl(YLog4C::GetInstance());
     if (g_pSdkImpl->Init()) return 1;
     DropRoot();
     return 0;
+} catch (const std::bad_alloc&) {
+    return Failure(HLX_ALLOC_RESOURCE_ERROR);
 }
 
 BOOL HLX_Cleanup(void) {

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <vector>
 
 #include "main_utility/api/SDKImpl.h"
@@ -17,8 +18,12 @@ constexpr DWORD NO_VALUE = static_cast<DWORD>(-1);  // the value of a PTZ comman
 template <class Result, class Action>
 Result WithLiveLock(CPUB_Lock& lock, Result failure, Action&& action) {
     if (CLiveMan::InFrameCallback()) return Failure(HLX_OPER_NOPERMIT, failure);
-    std::lock_guard guard(lock);
-    return action();
+    try {
+        std::lock_guard guard(lock);
+        return action();
+    } catch (const std::bad_alloc&) {
+        return Failure(HLX_ALLOC_RESOURCE_ERROR, failure);
+    }
 }
 
 /// Takes a picture by `capture(buffer, size, pReturned)` and writes it to a file.

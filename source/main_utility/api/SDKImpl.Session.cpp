@@ -20,8 +20,9 @@ LONG CSDKImpl::Login(const char* sDVRIP, WORD wDVRPort, const char* sUserName, c
     if (!FitsAccount(sUserName) || !FitsAccount(sPassword)) return Failure(HLX_PARAMETER_ERROR, LONG{-1});
     const LONG lUserID =
         m_pDeviceMan->AddDevice(sDVRIP, wDVRPort, sUserName, sPassword, lpDeviceInfo, lConnectType, sDevSN, 0);
-    if (lUserID >= 1) m_playbackMan.AddDevice(lUserID);
-    return lUserID;
+    if (lUserID < 1 || m_playbackMan.AddDevice(lUserID)) return lUserID;
+    m_pDeviceMan->RemoveDevice(lUserID);
+    return Failure(HLX_ALLOC_RESOURCE_ERROR, LONG{-1});
 }
 
 /// Streams are torn down before the link goes. Those of a device that called in may have outlived its session.

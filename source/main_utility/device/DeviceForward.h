@@ -2,6 +2,7 @@
 #pragma once
 
 #include <mutex>
+#include <new>
 #include <utility>
 
 #include "main_utility/device/DeviceTable.h"
@@ -9,8 +10,9 @@
 
 /// One shape for all: under m_deviceCommLock find the session, call the operation of its device, give its result back.
 /// So one device's slow request holds up every forwarded call. An unknown user id sets HLX_PARAMETER_ERROR and gives
-/// the failure value: 0, -1 where the result is a count, other values where they stand. What the arguments mean stands
-/// with CNetDevice and the exported functions.
+/// the failure value: 0, -1 where the result is a count, other values where they stand. Where memory is short the number
+/// is HLX_ALLOC_RESOURCE_ERROR; nothing is thrown. What the arguments mean stands with CNetDevice and the exported
+/// functions.
 class CDeviceForward {
 public:
     int GetDeviceStatus(LONG lUserID) {
@@ -300,17 +302,23 @@ protected:
         std::lock_guard guard(m_table.m_deviceCommLock);
         const CDeviceTable::Session session = m_table.Pin(lUserID);
         if (!session) return Failure(HLX_PARAMETER_ERROR, failure);
-        return (session->pNetDevice.get()->*operation)(std::forward<Args>(args)...);
+        try {
+            return (session->pNetDevice.get()->*operation)(std::forward<Args>(args)...);
+        } catch (const std::bad_alloc&) {
+            return Failure(HLX_ALLOC_RESOURCE_ERROR, failure);
+        }
     }
 
     template <class... Params, class... Args>
     void ForwardVoid(void (CNetDevice::*operation)(Params...), LONG lUserID, Args&&... args) {
         std::lock_guard guard(m_table.m_deviceCommLock);
         const CDeviceTable::Session session = m_table.Pin(lUserID);
-        if (!session)
-            CThreadState::Instance()->SetLastError(HLX_PARAMETER_ERROR);
-        else
+        if (!session) return CThreadState::Instance()->SetLastError(HLX_PARAMETER_ERROR);
+        try {
             (session->pNetDevice.get()->*operation)(std::forward<Args>(args)...);
+        } catch (const std::bad_alloc&) {
+            CThreadState::Instance()->SetLastError(HLX_ALLOC_RESOURCE_ERROR);
+        }
     }
 
     CDeviceTable m_table;

@@ -5,22 +5,6 @@
 
 #include "sdk_common/PubTime.h"
 
-/// Holds m_callbackLock for anyone but the engine's thread, which lets it go first.
-class CDeviceTable::CallbackTurn {
-public:
-    explicit CallbackTurn(CDeviceTable& table) : m_table(table) {
-        ++m_table.m_waitingForCallbackLock;
-        m_table.m_callbackLock.Lock();
-        --m_table.m_waitingForCallbackLock;
-    }
-    ~CallbackTurn() { m_table.m_callbackLock.UnLock(); }
-    CallbackTurn(const CallbackTurn&) = delete;
-    CallbackTurn& operator=(const CallbackTurn&) = delete;
-
-private:
-    CDeviceTable& m_table;
-};
-
 /// Holds both table locks in their order for one change of the lists.
 class CDeviceTable::Change {
 public:
@@ -40,12 +24,13 @@ CDeviceTable::CallbackGuard::CallbackGuard(CDeviceTable& table) : m_table(table)
 CDeviceTable::CallbackGuard::~CallbackGuard() { m_table.m_callbackLock.UnLock(); }
 
 bool CDeviceTable::Append(const Session& session, LONG lParent) {
+    std::list<Session> entry{session};  // what may fail comes before the first change
+    std::list<EXTRA_STREAM_ID> extra;
+    if (lParent != 0) extra.push_back({static_cast<int>(lParent), session->lHandle});
     Change change(*this);
-    if (lParent != 0) {
-        if (!Find(lParent)) return false;
-        m_extraStreamIdList.push_back({static_cast<int>(lParent), session->lHandle});
-    }
-    m_deviceList.push_back(session);
+    if (lParent != 0 && !Find(lParent)) return false;
+    m_extraStreamIdList.splice(m_extraStreamIdList.end(), extra);
+    m_deviceList.splice(m_deviceList.end(), entry);
     return true;
 }
 
@@ -70,15 +55,13 @@ void CDeviceTable::ForgetExtra(LONG lExtraStreamID) {
     m_extraStreamIdList.remove_if([&](const EXTRA_STREAM_ID& extra) { return extra.lExtraStreamID == lExtraStreamID; });
 }
 
-std::vector<LONG> CDeviceTable::TakeExtras(LONG lParent) {
+LONG CDeviceTable::TakeExtra(LONG lParent) {
     Change change(*this);
-    std::vector<LONG> extras;
-    m_extraStreamIdList.remove_if([&](const EXTRA_STREAM_ID& extra) {
-        if (extra.lLoginID != lParent) return false;
-        extras.push_back(extra.lExtraStreamID);
-        return true;
-    });
-    return extras;
+    const auto found = std::ranges::find(m_extraStreamIdList, lParent, &EXTRA_STREAM_ID::lLoginID);
+    if (found == m_extraStreamIdList.end()) return 0;
+    const LONG extra = found->lExtraStreamID;
+    m_extraStreamIdList.erase(found);
+    return extra;
 }
 
 bool CDeviceTable::Confirm(const Session& session, LONG lParent) {

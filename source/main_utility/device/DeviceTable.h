@@ -20,6 +20,22 @@ struct EXTRA_STREAM_ID {
 /// is ever held while a device is waited for: requests are serial under m_deviceCommLock, which guards no list, and work on a pin.
 /// Order: m_deviceReconnLock, m_deviceCommLock, m_callbackLock.
 class CDeviceTable {
+    /// Holds m_callbackLock for anyone but the engine's thread, which lets it go first.
+    class CallbackTurn {
+    public:
+        explicit CallbackTurn(CDeviceTable& table) : m_table(table) {
+            ++m_table.m_waitingForCallbackLock;
+            m_table.m_callbackLock.Lock();
+            --m_table.m_waitingForCallbackLock;
+        }
+        ~CallbackTurn() { m_table.m_callbackLock.UnLock(); }
+        CallbackTurn(const CallbackTurn&) = delete;
+        CallbackTurn& operator=(const CallbackTurn&) = delete;
+
+    private:
+        CDeviceTable& m_table;
+    };
+
 public:
     using Session = std::shared_ptr<NET_DEVICE_RES>;
 
@@ -36,14 +52,21 @@ public:
     /// Takes the pair of a further session out of the extra list.
     void ForgetExtra(LONG lExtraStreamID);
 
-    /// Takes all pairs of a parent out and gives the further sessions' ids.
-    std::vector<LONG> TakeExtras(LONG lParent);
+    /// Takes one pair of a parent out and gives the further session's id; 0 when none is left.
+    LONG TakeExtra(LONG lParent);
 
     /// Marks a session as logged in, once it is still wanted: false for a further session whose parent left meanwhile.
     bool Confirm(const Session& session, LONG lParent);
 
     /// Pins on all sessions.
     std::vector<Session> Snapshot();
+
+    /// Runs `action` on each session under m_callbackLock; needs no memory. `action` may take only leaf locks.
+    template <class Action>
+    void ForEach(Action action) {
+        CallbackTurn turn(*this);
+        for (const Session& session : m_deviceList) action(*session);
+    }
 
     /// True while the session stands in the table.
     bool IsListed(const Session& session);
@@ -79,7 +102,6 @@ public:
 
 private:
     class Change;
-    class CallbackTurn;
 
     std::list<Session> m_deviceList;
     std::list<EXTRA_STREAM_ID> m_extraStreamIdList;

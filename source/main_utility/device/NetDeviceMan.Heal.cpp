@@ -36,9 +36,9 @@ void CNetDeviceMan::StopHealing() {
     for (bool* pRun : {&m_bReConnecting, &m_checkConnect, &m_bSubscribing}) SetRunFlag(*pRun, false);
     m_stopWait.Close();
     m_crew.Wake();
-    for (const Session& session : m_table.Snapshot()) {
-        if (session->gate.Reconnecting()) m_table.TellBroken(*session);
-    }
+    m_table.ForEach([&](NET_DEVICE_RES& session) {
+        if (session.gate.Reconnecting()) m_table.TellBroken(session);
+    });
     InterruptUntilIdle(m_busyHealers);
     PUB_ExitThread(&m_hReConnect, &m_bReConnecting);
     PUB_ExitThread(&m_checkConnectThread, &m_checkConnect);
@@ -59,7 +59,7 @@ void CNetDeviceMan::InterruptUntilIdle(const std::atomic<int>& busyThreads) {
 }
 
 void CNetDeviceMan::InterruptRequests() {
-    for (const Session& session : m_table.Snapshot()) session->pNetDevice->InterruptWait();
+    m_table.ForEach([](NET_DEVICE_RES& session) { session.pNetDevice->InterruptWait(); });
 }
 
 void* CNetDeviceMan::CheckConnectThread(void* pParam) {

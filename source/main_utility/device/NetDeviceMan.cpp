@@ -191,15 +191,23 @@ void CNetDeviceMan::GiveBackDeviceID(int lHandle) {
     if (s_deviceID == next) s_deviceID = lHandle;
 }
 
+/// The login itself and what keeps its facts. Without memory it fails like another.
+bool CNetDeviceMan::LoginDevice(NET_DEVICE_RES& session, LPHLX_DEVICEINFO lpDeviceInfo) try {
+    if (!session.pNetDevice->Login(session.sUserName, session.sPassword, lpDeviceInfo)) return false;
+    lpDeviceInfo->devicePort = session.wDevicePort;
+    if (session.pConfigParser) session.pConfigParser->SetDeivceInfo(lpDeviceInfo);
+    return true;
+} catch (const std::bad_alloc&) {
+    return Failure(HLX_ALLOC_RESOURCE_ERROR);
+}
+
 /// Logs in with no lock held, so that logins to different devices overlap.
 bool CNetDeviceMan::LoginSession(const Session& session, LPHLX_DEVICEINFO lpDeviceInfo, LONG luserId) {
-    if (!session->pNetDevice->Login(session->sUserName, session->sPassword, lpDeviceInfo)) {
+    if (!LoginDevice(*session, lpDeviceInfo)) {
         YLOG(YLOG_ERROR, "user %d, %s: login refused, number %d", session->lHandle, session->sDeviceIP, LastError());
         return false;
     }
     std::lock_guard loginGuard(m_LoignFunLock);
-    lpDeviceInfo->devicePort = session->wDevicePort;
-    if (session->pConfigParser) session->pConfigParser->SetDeivceInfo(lpDeviceInfo);
     if (m_table.Confirm(session, luserId)) {
         YLOG(YLOG_INFO, "user %d, %s: logged in, %d channels", session->lHandle, session->sDeviceIP,
              int{lpDeviceInfo->videoInputNum});
@@ -220,7 +228,7 @@ void CNetDeviceMan::DropSession(const Session& session) {
 
 BOOL CNetDeviceMan::RemoveDevice(LONG lHandle) {
     bool bRemoved = RemoveDevice_Ex(lHandle);
-    for (const LONG extra : m_table.TakeExtras(lHandle)) bRemoved = RemoveDevice_Ex(extra) || bRemoved;
+    while (const LONG extra = m_table.TakeExtra(lHandle)) bRemoved = RemoveDevice_Ex(extra) || bRemoved;
     return bRemoved || Failure(HLX_PARAMETER_ERROR);
 }
 
@@ -252,12 +260,14 @@ bool CNetDeviceMan::OnLinkData(int deviceID, tuint64 linkSerial, const char* pBu
     return pRes && pRes->linkSerial == linkSerial && pRes->pNetDevice->OnReceiveData(pBuf, iLen);
 }
 
-int CNetDeviceMan::GetCustomID(const char* sDVRIP, WORD wDVRPort) {
+int CNetDeviceMan::GetCustomID(const char* sDVRIP, WORD wDVRPort) try {
     if (!FitsSession(sDVRIP)) return Failure(HLX_PARAMETER_ERROR, -1);
     LINK link;
     if (m_connector.ConnectServerUseTCP(sDVRIP, wDVRPort, link.sock, link.pre)) return link.pre.wProductSubID;
     YLOG(YLOG_ERROR, "%s port %d: no custom id, number %d", sDVRIP, int{wDVRPort}, LastError());
     return -1;
+} catch (const std::bad_alloc&) {
+    return Failure(HLX_ALLOC_RESOURCE_ERROR, -1);
 }
 
 BOOL CNetDeviceMan::GetRtspUrl(LONG lUserID, LONG lChannel, LONG lStreamType, char* sRtspUrl) {

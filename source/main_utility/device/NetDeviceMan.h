@@ -168,6 +168,7 @@ private:
     void AdvanceDeviceID();
     void GiveBackDeviceID(int lHandle);
     bool LoginSession(const Session& session, LPHLX_DEVICEINFO lpDeviceInfo, LONG luserId);
+    static bool LoginDevice(NET_DEVICE_RES& session, LPHLX_DEVICEINFO lpDeviceInfo);
     void DropSession(const Session& session);
     bool RemoveDevice_Ex(LONG lHandle);
     void EndSession(NET_DEVICE_RES& session);

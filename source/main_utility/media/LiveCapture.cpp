@@ -77,6 +77,7 @@ LIVE_STREAM_INFO* CLiveMan::CaptureStream(LONG lUserID, LONG lChannel) {
     stream->channel = lChannel;
     stream->streamType = HLX_THIRD_STREAM;
     stream->bCapture = true;
+    stream->captures.reserve(1);  // from here on the first capture needs no memory
     stream->pUser = this;
     m_streamInfoArray.push_back(std::move(stream));
     LIVE_STREAM_INFO* pStream = m_streamInfoArray.back().get();

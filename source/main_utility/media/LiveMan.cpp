@@ -44,15 +44,15 @@ void CLiveMan::Stop() {
 void CLiveMan::Quit() { StopStreams(); }
 
 void CLiveMan::StopStreams() {
-    for (;;) {
-        POINTERHANDLE lLiveHandle = 0;
-        {
-            std::lock_guard guard(m_streamLock);
-            if (m_streamInfoArray.empty()) return;
-            lLiveHandle = m_streamInfoArray.front()->lLiveHandle;
-        }
-        StopLivePlay(lLiveHandle);
-    }
+    while (const POINTERHANDLE handle = AnyStream([](const LIVE_STREAM_INFO&) { return true; })) StopLivePlay(handle);
+}
+
+/// The handle of one of the streams that are wanted, 0 when there is none.
+template <class Wanted>
+POINTERHANDLE CLiveMan::AnyStream(Wanted wanted) {
+    std::lock_guard guard(m_streamLock);
+    const auto found = std::ranges::find_if(m_streamInfoArray, [&](const Stream& stream) { return wanted(*stream); });
+    return found == m_streamInfoArray.end() ? 0 : (*found)->lLiveHandle;
 }
 
 LIVE_STREAM_INFO* CLiveMan::Find(POINTERHANDLE lLiveHandle) const {
@@ -92,7 +92,7 @@ POINTERHANDLE CLiveMan::LivePlay(LONG lUserID, const HLX_CLIENTINFO* pInfo, LIVE
     stream->callbacks = {pCallback, pCallbackEx, pUser};
     stream->pUser = this;
     if (!ChooseSession(*stream)) return -1;
-    return OpenStream(std::move(stream));
+    return OpenStream(stream);
 }
 
 /// Settles the stream's number and the session that carries it. A channel that is open already needs a further session
@@ -123,7 +123,7 @@ bool CLiveMan::IsRingTaken(unsigned int bufferID) const {
     return std::ranges::any_of(m_streamInfoArray, [&](const Stream& stream) { return stream->bufferID == bufferID; });
 }
 
-POINTERHANDLE CLiveMan::OpenStream(Stream stream) {
+POINTERHANDLE CLiveMan::OpenStream(const Stream& stream) {
     LIVE_STREAM_INFO& opened = *stream;
     const POINTERHANDLE lLiveHandle = opened.lLiveHandle;
     std::unique_lock guard(m_streamLock);
@@ -135,7 +135,13 @@ POINTERHANDLE CLiveMan::OpenStream(Stream stream) {
         if (!ChooseSession(opened)) return -1;
         guard.lock();
     }
-    m_streamInfoArray.push_back(std::move(stream));
+    try {
+        m_streamInfoArray.push_back(stream);
+    } catch (const std::bad_alloc&) {
+        guard.unlock();
+        CloseSession(opened);
+        return Failure(HLX_NORESOURCE, POINTERHANDLE{-1});
+    }
     bool bOpen = StartStream(opened);
     if (!bOpen) {
         CThreadState::Instance()->SetLastError(HLX_NORESOURCE);
@@ -149,12 +155,11 @@ POINTERHANDLE CLiveMan::OpenStream(Stream stream) {
     }
 
     const DWORD error = CThreadState::Instance()->GetLastError();
-    const Stream failed = std::move(m_streamInfoArray.back());
     m_streamInfoArray.pop_back();
     guard.unlock();
-    LogStream(YLOG_ERROR, *failed, "refused, number", static_cast<LONG>(error));
-    CloseSession(*failed);
-    EndStream(*failed);
+    LogStream(YLOG_ERROR, opened, "refused, number", static_cast<LONG>(error));
+    CloseSession(opened);
+    EndStream(opened);
     CThreadState::Instance()->SetLastError(IsRefusal(error) ? error : DWORD{HLX_NETWORK_NOT_CONNECT});
     return -1;
 }
@@ -222,14 +227,16 @@ BOOL CLiveMan::StopLivePlay(POINTERHANDLE lLiveHandle) {
 }
 
 BOOL CLiveMan::RemoveDevice(LONG lUserID) {
-    std::vector<POINTERHANDLE> handles;
+    const auto ofUser = [&](const LIVE_STREAM_INFO& stream) { return stream.lPrimalDeviceHandle == lUserID; };
+    size_t left = 0;  // what another thread opens from here on is its own doing
     {
         std::lock_guard guard(m_streamLock);
-        for (const Stream& stream : m_streamInfoArray)
-            if (stream->lPrimalDeviceHandle == lUserID) handles.push_back(stream->lLiveHandle);
+        left = m_streamInfoArray.size();
     }
-    for (const POINTERHANDLE handle : handles) StopLivePlay(handle);
-    return !handles.empty();
+    BOOL bAny = 0;
+    for (POINTERHANDLE handle = AnyStream(ofUser); handle && left > 0; handle = AnyStream(ofUser), --left)
+        bAny = StopLivePlay(handle) || bAny;
+    return bAny;
 }
 
 /// Runs `action` on a known stream under m_streamLock and gives its result; an unknown handle is HLX_PARAMETER_ERROR.

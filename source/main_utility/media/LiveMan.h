@@ -146,7 +146,8 @@ public:
     /// Stops all streams of a user id; false if there is none.
     BOOL RemoveDevice(LONG lUserID);
 
-    /// Asks again for the streams that a session carries which is back; `channel` -1 means all. On the reconnect thread.
+    /// Asks again for the streams that a session carries which is back; `channel` -1 means all. On the reconnect thread. Without
+    /// memory the look for silent streams finds them.
     void ResumeOnReconnection(LONG lUserID, BOOL bIsK7KChannel, LONG channel, WORD videoInputNum);
 
 private:
@@ -163,10 +164,12 @@ private:
     template <class Action>
     BOOL AskDevice(POINTERHANDLE lLiveHandle, Action&& action);
 
+    template <class Wanted>
+    POINTERHANDLE AnyStream(Wanted wanted);
     bool IsConnected(LONG lUserID) const;
     bool ChooseSession(LIVE_STREAM_INFO& stream);
     void CloseSession(const LIVE_STREAM_INFO& stream);
-    POINTERHANDLE OpenStream(Stream stream);
+    POINTERHANDLE OpenStream(const Stream& stream);
     bool StartStream(LIVE_STREAM_INFO& stream);
     void EndStream(LIVE_STREAM_INFO& stream);
     Stream TakeStream(POINTERHANDLE lLiveHandle);

@@ -1,6 +1,7 @@
 #include "main_utility/media/PlaybackMan.h"
 
 #include <mutex>
+#include <new>
 
 #include "sdk_common/ThreadState.h"
 
@@ -9,9 +10,12 @@ void CPlaybackMan::Quit() {
     m_playCtrl.clear();
 }
 
-void CPlaybackMan::AddDevice(LONG lUserID) {
+bool CPlaybackMan::AddDevice(LONG lUserID) try {
     std::lock_guard guard(m_playLock);
     m_playCtrl.insert(lUserID);
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 void CPlaybackMan::RemoveDevice(LONG lUserID) {

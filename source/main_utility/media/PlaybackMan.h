@@ -16,8 +16,8 @@ public:
     /// Drops the device entries. Safe on a manager that was never initialised.
     void Quit();
 
-    /// Makes the device's entry if it has none.
-    void AddDevice(LONG lUserID);
+    /// Makes the device's entry if it has none. False: no memory.
+    bool AddDevice(LONG lUserID);
     /// Drops it; an unknown id is ignored.
     void RemoveDevice(LONG lUserID);
     bool HasDevice(LONG lUserID);

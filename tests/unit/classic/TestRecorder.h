@@ -66,8 +66,9 @@ public:
     }
 
     int SendData(int deviceID, const void* pBuf, int iLen, bool bBlock, bool bRawData) override {
-        if (deviceID != USER_ID || !bBlock || bRawData) return -2;
         const Bytes request(static_cast<const char*>(pBuf), static_cast<size_t>(iLen));
+        const bool bGoodbye = NumberAt(request, 0) == 0x102;  // waits for no room
+        if (deviceID != USER_ID || bBlock == bGoodbye || bRawData) return -2;
         {
             std::lock_guard guard(m_lock);
             m_sent.push_back(request);

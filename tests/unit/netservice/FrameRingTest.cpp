@@ -196,6 +196,10 @@ TEST(FrameRing, TenthTryGivesUpAndClosesTheGate) {
     ASSERT_TRUE(rings.GetDataBuffer(ID, run.pBuffer, run.len));
     EXPECT_EQ(run.len, 96);
     rings.ReleaseDataBuffer(ID, run.pBuffer, run.len);
+    rings.LoseFrame(ID);
+    EXPECT_EQ(rings.GetLostFrames(ID), 2u);
+    EXPECT_TRUE(rings.PushData(ID, Frame(VIDEO, 40), Bytes(data)));
+    EXPECT_FALSE(rings.GetDataBuffer(ID, run.pBuffer, run.len)) << "waits again";
     rings.RemoveBuffer(ID);
     EXPECT_TRUE(rings.PushData(ID, Frame(VIDEO, 4000), Bytes(data))) << "unknown rings take everything";
 }

@@ -65,7 +65,7 @@ TEST(ListenRun, AStopBesideTheStartEndsTheListener) {
         listener.StopListen();
         EXPECT_EQ(listener.GetListenPort(), 0);
     }
-    EXPECT_TRUE(WaitUntil([&] { return OpenDescriptorCount() == descriptors && ThreadCount() == threads; }));
+    EXPECT_TRUE(WaitUntil([&] { return OpenDescriptorCount() <= descriptors && ThreadCount() <= threads; }));
 }
 
 TEST(ListenRun, AStopInsideTheCallbackLeavesTheThreadToBeJoined) {

@@ -31,9 +31,19 @@ BOOL CDVRNetDevice_V3::OnReceiveData(const char* pBuf, int iLen) {
             OnMessage(std::as_bytes(std::span(pBuf, static_cast<size_t>(iLen))));
         }
     } catch (const std::exception&) {
-        // No memory for a copy of this message: it is dropped.
+        LoseMessage(std::as_bytes(std::span(pBuf, static_cast<size_t>(iLen))));
     }
     return true;
+}
+
+/// No memory for a copy of this message. Where a frame was lost pictures go on with the next key frame.
+void CDVRNetDevice_V3::LoseMessage(Body message) {
+    const auto start = CWireReader(message).Read<tuint32>();
+    if (start != PACKED_DATA_FLAG && start != CMD_REPLY_DATA_STREAM) return;
+    std::lock_guard guard(m_ChanelTaskInfoLock);
+    for (const auto& task : m_ChanelTaskInfo)
+        for (const unsigned int bufferID : task.liveBufHandle)
+            if (bufferID) m_pDataBufferMan->LoseFrame(bufferID);
 }
 
 void CDVRNetDevice_V3::OnLinkBroken() {
@@ -115,8 +125,8 @@ void CDVRNetDevice_V3::DeliverFrame(const FRAME_INFO& wire, Body data) {
     }
     // Any other stream id is live. It never names a ring: a recorder must not reach the rings of another.
     CollectReceivers();
-    for (const unsigned int bufferID : m_receivers)
-        if (!PushFrame(bufferID, pData)) return;
+    for (size_t i = 0; i < m_receiverCount; ++i)
+        if (!PushFrame(m_receivers[i], pData)) return;
 }
 
 void CDVRNetDevice_V3::NoteTimes(const FRAME_INFO& wire) {
@@ -133,20 +143,22 @@ void CDVRNetDevice_V3::NoteTimes(const FRAME_INFO& wire) {
 void CDVRNetDevice_V3::CollectReceivers() {
     const HLX_FRAME_INFO& frame = m_sdkFrameInfo;
     const bool bPicture = frame.frameType == DD_FRAME_TYPE_VIDEO || frame.frameType == DD_FRAME_TYPE_VIDEO_FORMAT;
-    m_receivers.clear();
+    m_receiverCount = 0;
     std::lock_guard guard(m_ChanelTaskInfoLock);
     for (const auto& task : m_ChanelTaskInfo) {
         const tuint32 wanted = task.bFirstStream ? DD_LIVE_FRAME_FIRST_STREAM : DD_LIVE_FRAME_SECOND_STREAM;
         if (task.channel != static_cast<LONG>(frame.channel) || (bPicture && !(frame.frameAttrib & wanted))) continue;
         for (const unsigned int bufferID : task.liveBufHandle) {
-            if (bufferID) m_receivers.push_back(bufferID);
+            if (bufferID && m_receiverCount < m_receivers.size()) m_receivers[m_receiverCount++] = bufferID;
         }
     }
     if (frame.frameType == DD_FRAME_TYPE_JPEG && frame.channel < MAX_CHANNELS &&
         (m_ullJpegStream >> frame.channel & 1)) {
         // The ring of pictures need not have a task. It gets each picture once.
         const unsigned int pictures = LIVE_BUFFER_ID(m_deviceID, frame.channel, HLX_THIRD_STREAM);
-        if (std::ranges::find(m_receivers, pictures) == m_receivers.end()) m_receivers.push_back(pictures);
+        const auto end = m_receivers.begin() + m_receiverCount;
+        if (end != m_receivers.end() && std::find(m_receivers.begin(), end, pictures) == end)
+            m_receivers[m_receiverCount++] = pictures;
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <mutex>
 #include <new>
 
@@ -267,10 +268,11 @@ HLX_ERROR CDVRNetDevice_V3::AskQuietly(tuint32 dwCmdType, Body body, std::initia
                                        REPLY_CMD_DATA& reply) {
     // A request of the application does not wait behind a login: until that is through the session is not there.
     const std::thread::id loginThread = m_loginThread;
+    const auto send = [&] { return SendConnected(dwCmdType, body); };
     HLX_ERROR error = HLX_NETWORK_NOT_CONNECT;
     if (loginThread == std::thread::id{} || loginThread == std::this_thread::get_id())
-        error =
-            m_replies.Ask([&] { return SendConnected(dwCmdType, body); }, {accepted.begin(), accepted.size()}, reply);
+        error = m_replies.Ask(std::cref(send), {accepted.begin(), accepted.size()},
+                              reply);  // by reference: needs no memory
     return error == HLX_SUCCESS ? HLX_SUCCESS : LogRefusal(dwCmdType, error);
 }
 

@@ -255,6 +255,7 @@ private:
     // Receiving; engine's thread
     void OnLinkBroken();
     void OnMessage(Body message);
+    void LoseMessage(Body message);
     void OnStatus(tuint32 cmdType, Body message);
     void OnStreamMessage(Body message);
     void OnWholePackedMessage(Body message);
@@ -303,5 +304,8 @@ private:
     LONGLONG m_baseLocalTime = 0;                 // wall clock at the first frame, microseconds since 1970
     LONGLONG m_baseFrameTime = 0;                 // relativeTime of that frame
     std::array<std::byte, 8000> m_pRecvAudioBuf;  // sound of one frame without its prefixes
-    std::vector<unsigned int> m_receivers;        // buffer ids that get the frame in hand
+    // Buffer ids that get the frame in hand: at most those of both streams of a channel and one for pictures. No memory is asked for
+    // on the way of a frame: a lost format frame would leave a stream dark for good.
+    std::array<unsigned int, 2 * DVR_CHANEL_TASKINFO::MAX_LIVE_BUFFERS + 1> m_receivers{};
+    size_t m_receiverCount = 0;
 };

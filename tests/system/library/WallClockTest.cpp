@@ -1,0 +1,130 @@
+// Somebody sets the machine's clock while the library waits: nothing ends early, nothing lasts.
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <sstream>
+#include <thread>
+
+#include "System.h"
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr tint64 HOUR = 3600LL * 1000;
+constexpr tint64 TEN_YEARS = 3650 * 24 * HOUR;
+
+tint64 Seconds() { return CFastTime::Clock().MonotonicMicroseconds() / 1000000; }
+
+class WallClock;
+struct WAIT_ROW {
+    const char* pName;
+    std::optional<SIM_FAULT> fault;  // in force when the wait begins
+    bool bStream;                    // a stream plays before
+    bool (*fWait)(WallClock& test);  // true when it ended as it should
+    tint64 least, most;              // seconds that it lasts
+    int rate = 20;                   // of the clock; more where nothing need succeed in time
+};
+std::ostream& operator<<(std::ostream& out, const WAIT_ROW& row) { return out << row.pName; }
+
+class WallClock : public CSystemTest, public testing::WithParamInterface<std::tuple<WAIT_ROW, bool>> {
+public:
+    bool LoginFails(DWORD number) { return Login() == -1 && HLX_GetLastError() == number; }
+    bool PlayStarts() { return m_receiver.Play(m_id, 0) > 0 && m_breaks == 0; }
+    bool BreakIsTold(SIM_CUT cut) {
+        m_recorders.back()->CutLinks(cut);
+        return WaitUntil([&] { return m_breaks == 1; }, 20s);
+    }
+    bool ReturnIsTold() {
+        return BreakIsTold(SIM_CUT::CLOSE) && WaitUntil([&] { return m_returns == 1; }, 20s);
+    }
+    bool StreamRunsOn(size_t frames) {
+        return m_receiver.WaitForFrames(m_receiver.Count(DD_FRAME_TYPE_VIDEO) + frames) && m_breaks == 0;
+    }
+    bool TimePasses(tint64 seconds) {
+        const tint64 end = Seconds() + seconds;
+        return WaitUntil([&] { return Seconds() >= end; }, 20s);
+    }
+
+protected:
+    void SetUp() override;
+    void TearDown() override {
+        HLX_SetReconnect(3000, true);
+        HLX_SetConnectTime(5000, 3);
+        CSystemTest::TearDown();
+    }
+
+    CTempDir m_logs;
+    CReceiver m_receiver;
+    LONG m_id = -1;
+    std::atomic<int> m_breaks{0};
+    std::atomic<int> m_returns{0};
+};
+
+void WallClock::SetUp() {
+    CSystemTest::SetUp();
+    CLASSIC_RECORDER_CONFIG config = Fast(2, 4);
+    config.heartbeat = 50ms;  // in step with the faster clock
+    StartRecorder(config);
+    ASSERT_TRUE(HLX_SetConnectTime(8000, 1));
+    ASSERT_TRUE(HLX_SetReconnect(8000, true));
+    ASSERT_TRUE(HLX_SetLogToFile(1, m_logs.Path().c_str(), 0, YLOG_INFO));
+    const auto tell = [](DWORD type, LONG, LONG, void* pUser) {
+        auto& self = *static_cast<WallClock*>(pUser);
+        (type == NETWORK_DISCONNECT ? self.m_breaks : self.m_returns) += 1;
+    };
+    ASSERT_TRUE(HLX_SetSDKMessageCallBack(0, nullptr, tell, this));
+    ASSERT_GT(m_id = Login(), 0);
+}
+
+const WAIT_ROW ROWS[] = {
+    {"first_block", SIM_FAULT{SIM_FAULT_KIND::SILENT, SIM_PHASE::CONNECT}, false,
+     [](WallClock& test) { return test.LoginFails(HLX_NETWORK_FAIL_CONNECT); }, 7, 20},
+    {"login", SIM_FAULT{SIM_FAULT_KIND::SILENT, SIM_PHASE::LOGIN}, false,
+     [](WallClock& test) { return test.LoginFails(HLX_NETWORK_RECV_TIMEOUT); }, 9, 25},
+    {"reply", SIM_FAULT{SIM_FAULT_KIND::SILENT, SIM_PHASE::STREAM}, false,
+     [](WallClock& test) { return test.PlayStarts(); }, 9, 25},
+    {"silent_link", {}, true, [](WallClock& test) { return test.BreakIsTold(SIM_CUT::SILENT); }, 28, 42, 40},
+    {"silent_stream", SIM_FAULT{SIM_FAULT_KIND::STREAM_STOP, SIM_PHASE::ANY, 0, 1}, true,
+     [](WallClock& test) { return test.TimePasses(2) && test.StreamRunsOn(3); }, 10, 45},
+    {"reconnect", {}, true, [](WallClock& test) { return test.ReturnIsTold(); }, 0, 20},
+    {"busy_link", {}, true, [](WallClock& test) { return test.TimePasses(12) && test.StreamRunsOn(3); }, 11, 20},
+};
+
+}  // namespace
+
+TEST_P(WallClock, MayBeSetDuringAWait) {
+    const auto& [row, bForward] = GetParam();
+    if (row.bStream) {
+        ASSERT_TRUE(PlayStarts() && StreamRunsOn(3));
+    }
+    if (row.fault) m_recorders.back()->SetFaults({*row.fault});
+    CMovedTime& clock = CFastTime::Clock();
+    const CFastTime fast(row.rate);
+    const tint64 begin = Seconds();
+    std::thread setter([&, &row = row, bForward = bForward] {
+        for (const tint64 jump : {HOUR, TEN_YEARS}) {
+            TimePasses(std::max<tint64>(row.least / 3, 1));
+            clock.JumpWall(bForward ? jump : -jump);
+        }
+    });
+    EXPECT_TRUE(row.fWait(*this));
+    const tint64 lasted = Seconds() - begin;
+    setter.join();
+    EXPECT_GE(lasted, row.least);
+    EXPECT_LE(lasted, row.most);
+    HLX_Logout(m_id);
+    HLX_SetLogToFile(0, m_logs.Path().c_str(), 0, YLOG_INFO);
+    clock.JumpWall(bForward ? -HOUR - TEN_YEARS : HOUR + TEN_YEARS);
+    std::ostringstream log;
+    for (const auto& file : std::filesystem::directory_iterator(m_logs.Path()))
+        log << std::ifstream(file.path()).rdbuf();
+    EXPECT_NE(log.str().find("logged out"), std::string::npos) << "the log goes on";
+}
+
+INSTANTIATE_TEST_SUITE_P(, WallClock, testing::Combine(testing::ValuesIn(ROWS), testing::Bool()), [](const auto& row) {
+    return std::string(std::get<0>(row.param).pName) + (std::get<1>(row.param) ? "_forward" : "_back");
+});
