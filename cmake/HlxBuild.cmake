@@ -9,6 +9,9 @@ target_link_libraries(hlx_flags INTERFACE Threads::Threads)
 if(HLX_WERROR)
   target_compile_options(hlx_flags INTERFACE -Werror)
 endif()
+if(HLX_SYSTEM_FAULTS)
+  target_compile_definitions(hlx_flags INTERFACE HLX_SYSTEM_FAULTS)
+endif()
 if(HLX_SANITIZE STREQUAL "address")
   # The check of virtual tables needs a descriptor of its own and fails where a test leaves none.
   target_compile_options(hlx_flags INTERFACE -fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=all

@@ -1042,9 +1042,10 @@ typedef void (*EXCEPTION_CALLBACK)(DWORD dwType, LONG lUserID, LONG lHandle, voi
 typedef void (*DRAW_FUN_CALLBACK)(POINTERHANDLE lHandle, HDC hDC, void* pUser);
 
 /// One live frame, on the stream's own thread. Format frames (types 5 and 6) come before the first frame that needs
-/// them, that of the video (5) again when it changes. The payload is padded to a multiple of 4 bytes with zero bytes. HLX_LivePlay,
-/// HLX_LivePlayEx, HLX_StopLivePlay, HLX_GetDeviceTime, HLX_Logout and HLX_Cleanup are refused in it with
-/// HLX_OPER_NOPERMIT (16).
+/// them, that of the video (5) again when it changes, and both again to a callback that takes another's place. The
+/// payload of all but the format frames is padded to a multiple of 4 bytes with zero bytes. HLX_LivePlay, HLX_LivePlayEx,
+/// HLX_StopLivePlay, HLX_CaptureJPEGPicture, HLX_CapturePicture_Other, HLX_GetDeviceTime, HLX_Logout and HLX_Cleanup are
+/// refused in it with HLX_OPER_NOPERMIT (16).
 typedef void (*LIVE_DATA_CALLBACK)(POINTERHANDLE lLiveHandle, HLX_FRAME_INFO frameInfo, BYTE* pBuffer, void* pUser);
 
 /// Registered only; the library does not decode.
@@ -1241,11 +1242,12 @@ HLX_API POINTERHANDLE HLX_LivePlayEx(LONG lUserID, const HLX_CLIENTINFO* lpClien
                                      LIVE_DATA_CALLBACK_EX fLiveDataCallBack, void* pUser);
 
 /// Ends a live stream. When it returns no callback of the stream runs or comes any more. Refused with HLX_OPER_NOPERMIT
-/// (16) from inside a live frame callback. Blocks for the frame callback in progress, at most about 1 s of the
-/// library's own.
+/// (16) from inside a live frame callback. Blocks for the frame callback in progress, for a start of another stream that a
+/// device has not answered yet (at most 10 s), and at most about 1 s besides.
 HLX_API BOOL HLX_StopLivePlay(POINTERHANDLE lLiveHandle);
 
-/// Replaces the frame callback, and takes the one-block callback off. Local.
+/// Replaces the frame callback, and takes the one-block callback off. Local, but it waits for a start of a stream that a
+/// device has not answered yet; so do the other functions with a live handle.
 HLX_API BOOL HLX_SetLiveDataCallBack(POINTERHANDLE lLiveHandle, LIVE_DATA_CALLBACK fLiveDataCallBack, void* pUser);
 
 /// Replaces the one-block callback, and takes the frame callback off. Local.
@@ -1279,7 +1281,8 @@ HLX_API BOOL HLX_CapturePicture_Other(LONG lUserID, LONG lChannel, const char* s
 /// Takes a JPEG picture from the device's picture stream into `sJpegPicBuffer` of `dwPicSize` bytes, its size to
 /// `*lpSizeReturned`. `lpJpegPara` may be null and has no effect. Errors also: HLX_NOENOUGH_BUF (46),
 /// HLX_CREATEJPEGSTREAM_FAIL (91), HLX_NETWORK_NOT_CONNECT (9) and HLX_NETWORK_RECV_TIMEOUT (12) for a picture that does
-/// not come. Refused with HLX_OPER_NOPERMIT (16) from inside a live frame callback. Waits up to 10 s for the picture.
+/// not come. Refused with HLX_OPER_NOPERMIT (16) from inside a live frame callback. Waits up to 10 s for the picture. Its
+/// size is the picture's own when that ends with FF D9, as it should; else up to 3 zero bytes are counted with it.
 HLX_API BOOL HLX_CaptureJPEGPicture(LONG lUserID, LONG lChannel, const HLX_JPEGPARA* lpJpegPara, char* sJpegPicBuffer,
                                     DWORD dwPicSize, LPDWORD lpSizeReturned);
 
@@ -1293,7 +1296,8 @@ HLX_API BOOL HLX_MakeKeyFrameSub(LONG lUserID, LONG lChannel);
 HLX_API BOOL HLX_MakeKeyFrameEx(LONG lUserID, LONG lChannel, LONG lStreamType);
 
 /// Time of the device. Refused with HLX_OPER_NOPERMIT (16) from inside a live frame callback. Classic recorders tell it
-/// with their frames only: waits up to 100 ms for one. Others: request.
+/// with their frames only: waits up to 100 ms for one, and before that for a start or stop of a stream in progress. Errors
+/// also: HLX_NETWORK_RECV_TIMEOUT (12) no frame came, HLX_NETWORK_NOT_CONNECT (9). Others: request.
 HLX_API BOOL HLX_GetDeviceTime(LONG lUserID, DD_TIME* lpTime);
 
 /// Stores the pair for a live or playback handle; it is not called. Does not reset the last error. Local.
@@ -1607,7 +1611,7 @@ HLX_API BOOL HLX_SetDeviceManualAlarm(LONG lUserID, LONG* pAlarmOut, LONG* pValu
 /// Starts manual recording of a channel; `lRecordType`: as the device numbers them. Sends only, or request by family.
 HLX_API BOOL HLX_StartDVRRecord(LONG lUserID, LONG lChannel, LONG lRecordType);
 
-/// Ends manual recording of a channel.
+/// Ends manual recording of a channel. As HLX_StartDVRRecord.
 HLX_API BOOL HLX_StopDVRRecord(LONG lUserID, LONG lChannel);
 
 /// Restarts the device: 1 once it says so, and its link falls soon after. A device that goes without a word gives
@@ -1710,7 +1714,7 @@ HLX_API BOOL HLX_GetVideoEffect_Ex(LONG lUserID, LONG lChannel, HLX_IMAGE_EFFECT
                                    HLX_IMAGE_EFFECT_T* pContrastValue, HLX_IMAGE_EFFECT_T* pSaturationValue,
                                    HLX_IMAGE_EFFECT_T* pHueValue);
 
-/// Sets the four values within the ranges of HLX_GetVideoEffect_Ex. Request.
+/// Sets the four values within the ranges of HLX_GetVideoEffect_Ex. Classic recorders: sends only. Others: request.
 HLX_API BOOL HLX_SetVideoEffect_Ex(LONG lUserID, LONG lChannel, DWORD dwBrightValue, DWORD dwContrastValue,
                                    DWORD dwSaturationValue, DWORD dwHueValue);
 

@@ -13,6 +13,7 @@
 #include <new>
 #include <string>
 
+#include "sdk_common/SystemFault.h"
 #include "sdk_common/TimeSource.h"
 #include "sdk_common/WaitEvent.h"
 
@@ -110,7 +111,9 @@ private:
 };
 
 CListenRun::CListenRun(GET_ACCEPT_LINK_CALLBACK pAcceptCallback, void* pParam)
-    : m_pAcceptCallback(pAcceptCallback), m_pParam(pParam), m_wakeFd(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
+    : m_pAcceptCallback(pAcceptCallback),
+      m_pParam(pParam),
+      m_wakeFd(SystemCall(SYSTEM_CALL::EVENT_FD, -1, [](size_t) { return eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC); })) {
     m_stopEvent.CreateWaitEvent();
 }
 

@@ -8,6 +8,7 @@
 #include <new>
 
 #include "netservice/MultiNetComm.h"
+#include "sdk_common/SystemFault.h"
 #include "sdk_common/YLog4C.h"
 
 namespace {
@@ -180,7 +181,8 @@ void CSWL_MultiNetComm::SetWatch(COMM_LINK& link, tuint32 wanted) {
     event.events = wanted;
     event.data.u64 = link.serial;
     const int change = wanted == 0 ? EPOLL_CTL_DEL : link.watched == 0 ? EPOLL_CTL_ADD : EPOLL_CTL_MOD;
-    if (epoll_ctl(m_eventSet, change, static_cast<int>(link.sock), &event) == 0 || wanted == 0) {
+    const auto watch = [&](size_t) { return epoll_ctl(m_eventSet, change, static_cast<int>(link.sock), &event); };
+    if (SystemCall(SYSTEM_CALL::EPOLL_CTL, -1, watch) == 0 || wanted == 0) {
         link.watched = wanted;
     } else {
         BreakLink(link, __LINE__);  // a link that nobody watches would hang for ever

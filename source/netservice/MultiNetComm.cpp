@@ -10,6 +10,7 @@
 
 #include "sdk_common/PubTime.h"
 #include "sdk_common/RunFlag.h"
+#include "sdk_common/SystemFault.h"
 #include "sdk_common/TimeSource.h"
 
 namespace {
@@ -58,11 +59,12 @@ bool CSWL_MultiNetComm::OpenEventSet() {
     } catch (const std::bad_alloc&) {
         return false;
     }
-    m_eventSet = epoll_create1(EPOLL_CLOEXEC);
-    m_wakeFd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+    m_eventSet = SystemCall(SYSTEM_CALL::EPOLL_CREATE, -1, [](size_t) { return epoll_create1(EPOLL_CLOEXEC); });
+    m_wakeFd = SystemCall(SYSTEM_CALL::EVENT_FD, -1, [](size_t) { return eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC); });
     epoll_event event{};
     event.events = EPOLLIN;
-    if (epoll_ctl(m_eventSet, EPOLL_CTL_ADD, m_wakeFd, &event) == 0) return true;
+    const auto watchWake = [&](size_t) { return epoll_ctl(m_eventSet, EPOLL_CTL_ADD, m_wakeFd, &event); };
+    if (SystemCall(SYSTEM_CALL::EPOLL_CTL, -1, watchWake) == 0) return true;
     CloseEventSet();
     return false;
 }
@@ -123,7 +125,9 @@ void CSWL_MultiNetComm::WaitForWork() {
     m_eventCount = 0;
     WaitOnClock(microseconds, [&](tint64 slice) {
         const int wait = static_cast<int>((slice + 999) / 1000);
-        const int count = epoll_wait(m_eventSet, m_events.data(), EVENTS_PER_ROUND, wait);
+        const int count = SystemCall(SYSTEM_CALL::EPOLL_WAIT, -1, [&](size_t) {
+            return epoll_wait(m_eventSet, m_events.data(), EVENTS_PER_ROUND, wait);
+        });
         m_eventCount = std::max(count, 0);
         bFailed = count < 0 && errno != EINTR;
         return m_eventCount > 0 || bFailed;

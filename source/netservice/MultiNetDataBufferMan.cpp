@@ -6,10 +6,13 @@
 #include <mutex>
 #include <new>
 
+#include "sdk_common/YLog4C.h"
+
 namespace {
 
 constexpr tuint32 RELEASE_WAIT = 10;  // milliseconds, as the next
 constexpr tint64 MAXIMAL_WAIT = 3600 * 1000;
+constexpr tint64 LOSS_LOG_INTERVAL = 10000;
 
 tint64 NowMilliseconds() { return TimeSource().MonotonicMicroseconds() / 1000; }
 
@@ -30,9 +33,24 @@ struct NET_DATA_BUFFER_MAN {
     std::atomic<bool> bRemoving{false};  // set under m_bufferArrayLock and pReleaseLock
     std::atomic<bool> bVoid{false};      // runs that were not released are lost
     std::atomic<bool> bWake{false};
-    std::atomic<size_t> openRuns{0};  // size of the list, to be read without the lock
+    std::atomic<size_t> openRuns{0};        // size of the list, to be read without the lock
+    std::atomic<unsigned int> lostTold{0};  // of GetLostFrames, those that stand in the log
+    std::atomic<tint64> lossToldAt{0};      // milliseconds of the monotonic clock
     CWaitEvent dataEvent;
     CWaitEvent releaseEvent;
+
+    void LogLoss() {
+        const unsigned int lost = pDataBuffer->GetLostFrames();
+        const unsigned int before = lostTold.exchange(lost);
+        if (lost == before) return;
+        lossToldAt = NowMilliseconds();
+        YLOG(YLOG_WARN, "ring %x was full: %u frames dropped since the last such line, %u in all", bufferID,
+             lost - before, lost);
+    }
+    /// The first loss is logged at once, then one line in a while tells of all.
+    void NoteLoss() {
+        if (lostTold == 0 || NowMilliseconds() - lossToldAt >= LOSS_LOG_INTERVAL) LogLoss();
+    }
 };
 
 CMultiNetDataBufferMan* CMultiNetDataBufferMan::Instance() {
@@ -114,6 +132,7 @@ void CMultiNetDataBufferMan::RemoveBuffer(unsigned int bufferID) {
     const auto isOver = [&] { return entry->openRuns == 0 || entry->bVoid; };
     while (!isOver()) entry->releaseEvent.WaitForCond(RELEASE_WAIT, isOver);
     entry->pDataBuffer->Quit();
+    entry->LogLoss();
     Erase(entry);
 }
 
@@ -137,7 +156,9 @@ bool CMultiNetDataBufferMan::PushData(unsigned int bufferID, const HLX_FRAME_INF
     if (!entry || entry->bRemoving) return true;
     const bool bStored = entry->pDataBuffer->PushData(frame, pData);
     if (bStored && entry->pDataBuffer->HasData()) entry->dataEvent.SetEvent();
-    return entry->pDataBuffer->ProcessPushDataFailed(frame, bStored, pData);
+    const bool bThrough = entry->pDataBuffer->ProcessPushDataFailed(frame, bStored, pData);
+    if (bThrough && !bStored) entry->NoteLoss();
+    return bThrough;
 }
 
 bool CMultiNetDataBufferMan::GetDataBuffer(unsigned int bufferID, unsigned char*& pBuffer, int& len) {

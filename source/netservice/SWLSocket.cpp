@@ -1,14 +1,18 @@
 #include "netservice/SWLSocket.h"
 
 #include <fcntl.h>
+#include <netdb.h>
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 
+#include "netservice/LinkTrace.h"
 #include "sdk_common/PubTime.h"
+#include "sdk_common/SystemFault.h"
 #include "sdk_common/TimeSource.h"
 
 namespace {
@@ -17,7 +21,29 @@ std::atomic<int> g_initCount{0};
 
 int Number(SWL_socket_t sock) { return static_cast<int>(sock); }
 
+/// A new link of the record; without the peer's address the socket was accepted.
+void TraceOpened(SWL_socket_t sock, const sockaddr* pAddr, socklen_t len) {
+    char host[NI_MAXHOST] = "";
+    char port[NI_MAXSERV] = "";
+    const bool bNamed =
+        pAddr && getnameinfo(pAddr, len, host, sizeof(host), port, sizeof(port), NI_NUMERICHOST | NI_NUMERICSERV) == 0;
+    CLinkTrace::Instance().Opened(sock, bNamed ? std::string(host) + ":" + port : "accepted");
+}
+
 bool MayStillConnect(int error) { return error == EINPROGRESS || error == EAGAIN || error == EALREADY; }
+
+int ConnectWithin(SWL_socket_t sock, const sockaddr* pServAddr, socklen_t len, int iTimeOut) {
+    const auto connectNow = [&](size_t) { return connect(Number(sock), pServAddr, len); };
+    if (SystemCall(SYSTEM_CALL::CONNECT, -1, connectNow) == 0 || errno == EISCONN) return 0;
+    if (!MayStillConnect(errno)) return -1;
+    pollfd watched{Number(sock), POLLOUT, 0};
+    if (ClockPoll(&watched, 1, iTimeOut < 0 ? 0 : iTimeOut) < 1) return -1;
+    int error = 0;
+    socklen_t size = sizeof(error);
+    if (getsockopt(Number(sock), SOL_SOCKET, SO_ERROR, &error, &size) != 0) return -1;
+    errno = error;
+    return error == 0 ? 0 : -1;
+}
 
 }  // namespace
 
@@ -33,21 +59,35 @@ int SWL_Quit() {
 }
 
 SWL_socket_t SWL_CreateSocket(int iDomain, int iType, int iProtocol) {
-    const int sock = socket(iDomain, iType | SOCK_NONBLOCK | SOCK_CLOEXEC, iProtocol);
+    const int sock = SystemCall(SYSTEM_CALL::SOCKET, -1, [&](size_t) {
+        return socket(iDomain, iType | SOCK_NONBLOCK | SOCK_CLOEXEC, iProtocol);
+    });
     if (sock >= 0) SWL_SetOption(sock, SOL_SOCKET, SO_REUSEADDR, 1);
     return sock;
 }
 
-int SWL_CloseSocket(SWL_socket_t sock) { return sock < 0 ? -1 : close(Number(sock)); }
+int SWL_CloseSocket(SWL_socket_t sock) {
+    if (sock < 0) return -1;
+    if (CLinkTrace::IsOn()) CLinkTrace::Instance().Closed(sock);
+    return close(Number(sock));
+}
 
 int SWL_Shutdown(SWL_socket_t sock, int iHow) { return shutdown(Number(sock), iHow); }
 
-int SWL_Bind(SWL_socket_t sock, const sockaddr* pAddr, socklen_t len) { return bind(Number(sock), pAddr, len); }
+int SWL_Bind(SWL_socket_t sock, const sockaddr* pAddr, socklen_t len) {
+    return SystemCall(SYSTEM_CALL::BIND, -1, [&](size_t) { return bind(Number(sock), pAddr, len); });
+}
 
-int SWL_Listen(SWL_socket_t sock, int iBacklog) { return listen(Number(sock), iBacklog); }
+int SWL_Listen(SWL_socket_t sock, int iBacklog) {
+    return SystemCall(SYSTEM_CALL::LISTEN, -1, [&](size_t) { return listen(Number(sock), iBacklog); });
+}
 
 SWL_socket_t SWL_Accept(SWL_socket_t sock, sockaddr* pAddr, socklen_t* pLen) {
-    return accept4(Number(sock), pAddr, pLen, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    const SWL_socket_t accepted = SystemCall(SYSTEM_CALL::ACCEPT, SWL_INVALID_SOCKET, [&](size_t) {
+        return accept4(Number(sock), pAddr, pLen, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    });
+    if (accepted >= 0 && CLinkTrace::IsOn()) TraceOpened(accepted, nullptr, 0);
+    return accepted;
 }
 
 int SWL_SetOption(SWL_socket_t sock, int iLevel, int iName, int iValue) {
@@ -55,25 +95,27 @@ int SWL_SetOption(SWL_socket_t sock, int iLevel, int iName, int iValue) {
 }
 
 int SWL_Connect(SWL_socket_t sock, const sockaddr* pServAddr, socklen_t len, int iTimeOut) {
-    if (connect(Number(sock), pServAddr, len) == 0 || errno == EISCONN) return 0;
-    if (!MayStillConnect(errno)) return -1;
-    pollfd watched{Number(sock), POLLOUT, 0};
-    if (ClockPoll(&watched, 1, iTimeOut < 0 ? 0 : iTimeOut) < 1) return -1;
-    int error = 0;
-    socklen_t size = sizeof(error);
-    if (getsockopt(Number(sock), SOL_SOCKET, SO_ERROR, &error, &size) != 0) return -1;
-    errno = error;
-    return error == 0 ? 0 : -1;
+    const int result = ConnectWithin(sock, pServAddr, len, iTimeOut);
+    if (result == 0 && CLinkTrace::IsOn()) TraceOpened(sock, pServAddr, len);
+    return result;
 }
 
 int SWL_Send(SWL_socket_t sock, const void* pBuf, int iLen, int) {
     if (iLen < 0) return -1;
-    return static_cast<int>(send(Number(sock), pBuf, static_cast<size_t>(iLen), MSG_NOSIGNAL | MSG_DONTWAIT));
+    const int sent = SystemCall(SYSTEM_CALL::SEND, -1, [&](size_t longest) {
+        return send(Number(sock), pBuf, std::min(static_cast<size_t>(iLen), longest), MSG_NOSIGNAL | MSG_DONTWAIT);
+    });
+    if (CLinkTrace::IsOn()) CLinkTrace::Instance().Sent(sock, pBuf, sent);
+    return sent;
 }
 
 int SWL_Recv(SWL_socket_t sock, void* pBuf, int iLen, int) {
     if (iLen < 0) return -1;
-    return static_cast<int>(recv(Number(sock), pBuf, static_cast<size_t>(iLen), MSG_DONTWAIT));
+    const int received = SystemCall(SYSTEM_CALL::RECV, -1, [&](size_t longest) {
+        return recv(Number(sock), pBuf, std::min(static_cast<size_t>(iLen), longest), MSG_DONTWAIT);
+    });
+    if (CLinkTrace::IsOn()) CLinkTrace::Instance().Received(sock, pBuf, received);
+    return received;
 }
 
 bool SDK_SWL_EWOULDBLOCK() { return errno == EAGAIN || errno == EWOULDBLOCK; }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "sdk_common/PubTime.h"
+#include "sdk_common/SystemFault.h"
 #include "sdk_common/TimeSource.h"
 
 namespace fs = std::filesystem;
@@ -163,7 +164,9 @@ bool CLogFile::Open(const LOG_FILE_PLACE& place, const std::string& path) {
     const size_t maxCount = static_cast<size_t>(place.maxCount);
     Prune(place, access(path.c_str(), F_OK) == 0 ? maxCount : maxCount - 1);
     // A name that leads to a pipe or a device must neither hold up the writer nor be written to.
-    m_fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0640);
+    m_fd = SystemCall(SYSTEM_CALL::OPEN_FILE, -1, [&](size_t) {
+        return open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0640);
+    });
     struct stat state {};
     if (m_fd >= 0 && fstat(m_fd, &state) == 0 && S_ISREG(state.st_mode)) return true;
     Close();
@@ -199,7 +202,9 @@ tint64 CLogFile::Size() const {
 bool CLogFile::WriteWhole(std::string_view text) const {
     const tint64 before = Size();
     while (!text.empty()) {
-        const ssize_t written = write(m_fd, text.data(), text.size());
+        const ssize_t written = SystemCall(SYSTEM_CALL::WRITE_FILE, ssize_t{-1}, [&](size_t longest) {
+            return write(m_fd, text.data(), std::min(text.size(), longest));
+        });
         if (written < 0 && errno == EINTR) continue;
         if (written <= 0) return (void)!ftruncate(m_fd, before), false;
         text.remove_prefix(static_cast<size_t>(written));

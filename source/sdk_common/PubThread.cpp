@@ -8,6 +8,7 @@
 #include <new>
 
 #include "sdk_common/RunFlag.h"
+#include "sdk_common/SystemFault.h"
 
 namespace {
 
@@ -15,7 +16,8 @@ PUB_thread_t StartThread(PUB_THREAD_ROUTINE start_routine, void* pParam, bool* p
                          const pthread_attr_t* pAttributes) {
     if (pRun) SetRunFlag(*pRun, true);
     PUB_thread_t threadID = 0;
-    const int result = pthread_create(&threadID, pAttributes, start_routine, pParam);
+    const auto start = [&](size_t) { return pthread_create(&threadID, pAttributes, start_routine, pParam); };
+    const int result = SystemCall(SYSTEM_CALL::START_THREAD, EAGAIN, start);
     if (result != 0 && pRun) SetRunFlag(*pRun, false);
     errno = result;
     return result == 0 ? threadID : 0;

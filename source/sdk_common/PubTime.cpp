@@ -20,6 +20,7 @@ LONGLONG ToDVRTime(tint64 seconds) {
 }
 
 bool SleepSlice(tint64 microseconds) {
+    if (microseconds == 0) return true;
     const timespec wait{microseconds / SECOND, microseconds % SECOND * 1000};
     return nanosleep(&wait, nullptr) == 0;
 }

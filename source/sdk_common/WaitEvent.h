@@ -37,7 +37,7 @@ public:
         const tuint64 generation = m_generation;
         WaitOnClock(ms == WAIT_FOREVER ? -1 : tint64{ms} * 1000, [&](tint64 slice) {
             if (!m_bOpen || m_generation != generation || ready()) return true;
-            Wait(slice);
+            if (slice > 0) Wait(slice);
             return !m_bOpen || m_generation != generation || ready();
         });
         return 0;

@@ -63,20 +63,12 @@ BOOL CSDKImpl::AddRegisterDeviceInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD dev
 }
 
 BOOL CSDKImpl::SetRegisterCallback(ACCEPT_REGISTER_CALLBACK fRegisterCallBack, void* pUser) {
-    {
-        std::lock_guard guard(m_registerLock);
-        m_fAcceptRegisterCBFun = fRegisterCallBack;
-        m_pAcceptRegisterParam = pUser;
-    }
+    m_acceptRegister.Set(fRegisterCallBack, pUser);
     return m_pDeviceMan->SetRegisterCallback(AcceptRegisterProc, this);
 }
 
 BOOL CSDKImpl::SetUnRegisterCallback(ACCEPT_UNREGISTER_CALLBACK fUnRegisterCallBack, void* pUser) {
-    {
-        std::lock_guard guard(m_registerLock);
-        m_fAcceptUnRegisterCBFun = fUnRegisterCallBack;
-        m_pAcceptUnRegisterParam = pUser;
-    }
+    m_acceptUnRegister.Set(fUnRegisterCallBack, pUser);
     return m_pDeviceMan->SetUnRegisterCallback(AcceptUnRegisterProc, this);
 }
 
@@ -86,23 +78,19 @@ void CSDKImpl::OnReconnect(LONG lLoginID, void* pUser, BOOL bIsK7KChannel, LONG 
 
 void CSDKImpl::AcceptRegisterProc(LONG lUserID, LONG lRegisterID, LPHLX_DEVICEINFO pDeviceInfo, void* pUser) {
     auto& root = *static_cast<CSDKImpl*>(pUser);
-    root.m_playbackMan.AddDevice(lUserID);
-    std::unique_lock guard(root.m_registerLock);
-    const auto fCallback = root.m_fAcceptRegisterCBFun;
-    void* const pParam = root.m_pAcceptRegisterParam;
-    guard.unlock();
-    if (fCallback) fCallback(lUserID, lRegisterID, pDeviceInfo, pParam);
+    root.TellCaller(root.m_acceptRegister.Get().first, lUserID, lRegisterID, pDeviceInfo);
 }
 
-/// By the interface this, too, adds a playback entry, and calls with the value given for the other callback.
 void CSDKImpl::AcceptUnRegisterProc(LONG lUserID, LONG lRegisterID, LPHLX_DEVICEINFO pDeviceInfo, void* pUser) {
     auto& root = *static_cast<CSDKImpl*>(pUser);
-    root.m_playbackMan.AddDevice(lUserID);
-    std::unique_lock guard(root.m_registerLock);
-    const auto fCallback = root.m_fAcceptUnRegisterCBFun;
-    void* const pParam = root.m_pAcceptRegisterParam;
-    guard.unlock();
-    if (fCallback) fCallback(lUserID, lRegisterID, pDeviceInfo, pParam);
+    root.TellCaller(root.m_acceptUnRegister.Get().first, lUserID, lRegisterID, pDeviceInfo);
+}
+
+/// By the interface the callback for unknown devices, too, gets a playback entry and the value given for the other callback.
+void CSDKImpl::TellCaller(ACCEPT_REGISTER_CALLBACK fCallback, LONG lUserID, LONG lRegisterID,
+                          LPHLX_DEVICEINFO pDeviceInfo) {
+    m_playbackMan.AddDevice(lUserID);
+    if (fCallback) fCallback(lUserID, lRegisterID, pDeviceInfo, m_acceptRegister.Get().second);
 }
 
 BOOL CSDKImpl::GetDeviceInfo(LONG lUserID, LPHLX_DEVICEINFO lpDeviceInfo) {

@@ -2,12 +2,17 @@
 #include "main_utility/api/SDKImpl.h"
 
 #include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include "main_utility/api/BuildVersion.h"
 #include "main_utility/device/NetDeviceMan.h"
 #include "main_utility/media/AudioCodecMan.h"
 #include "main_utility/upkeep/ImportExportCfg.h"
+#include "netservice/LinkTrace.h"
 #include "netservice/MultiNetDataBufferMan.h"
 #include "netservice/SWLSocket.h"
 #include "sdk_common/PubTime.h"
@@ -23,6 +28,13 @@ constexpr int NO_STEP = -1;
 constexpr int LOG_FILE_SIZE = 0x7FFFFFFE;  // bytes
 
 std::atomic<int> s_failStep{NO_STEP};
+
+/// The record of what goes over the links, for a supporter.
+void StartTrace() {
+    const char* pFileName = secure_getenv("HLX_TRACE");
+    if (!pFileName || !*pFileName || CLinkTrace::Instance().Start(pFileName)) return;
+    std::fprintf(stderr, "HLX_TRACE: %s: %s\n", pFileName, std::strerror(errno));
+}
 
 }  // namespace
 
@@ -77,6 +89,7 @@ CSDKImpl::~CSDKImpl() {
 
 bool CSDKImpl::Init() {
     SWL_Init();
+    StartTrace();
     for (int step = 0; const INIT_STEP& entry : INIT_STEPS) {
         if (RunInitStep(entry, step++)) continue;
         Rollback();
@@ -135,6 +148,7 @@ void CSDKImpl::QuitManagers() {
     m_diskMan.Quit();
     m_discoverDevice.Quit();
     m_modifyDevNetInfo.Quit();
+    CLinkTrace::Instance().Stop();
     SWL_Quit();
 }
 

@@ -13,6 +13,7 @@
 #include "main_utility/upkeep/DeviceMsgMan.h"
 #include "main_utility/upkeep/DiskMan.h"
 #include "main_utility/upkeep/UpgradeMan.h"
+#include "sdk_common/CallbackPair.h"
 #include "sdk_common/PubLock.h"
 #include "sdk_common/PubThread.h"
 #include "sdk_common/ThreadState.h"
@@ -284,6 +285,7 @@ private:
     bool StartMonitor();
     void Rollback();
     void QuitManagers();
+    void TellCaller(ACCEPT_REGISTER_CALLBACK fCallback, LONG lUserID, LONG lRegisterID, LPHLX_DEVICEINFO pDeviceInfo);
     static void* MonitorTimeThread(void* pParam);
 
     CThreadState* m_pThreadState = nullptr;
@@ -305,11 +307,8 @@ private:
     PUB_thread_t m_hMonitorTime = 0;
     bool m_bMonitoring = false;  // run flag of the monitor thread
 
-    CPUB_Lock m_registerLock;  // leaf; guards the two pairs below
-    ACCEPT_REGISTER_CALLBACK m_fAcceptRegisterCBFun = nullptr;
-    void* m_pAcceptRegisterParam = nullptr;
-    ACCEPT_UNREGISTER_CALLBACK m_fAcceptUnRegisterCBFun = nullptr;
-    void* m_pAcceptUnRegisterParam = nullptr;
+    CCallbackPair<ACCEPT_REGISTER_CALLBACK> m_acceptRegister;
+    CCallbackPair<ACCEPT_UNREGISTER_CALLBACK> m_acceptUnRegister;
 
     CPUB_Lock m_liveLock;  // one start or stop of a live stream at a time; taken before any manager's lock
     YLog4C* mYlog;

@@ -81,13 +81,7 @@ void CNetDeviceMan::CheckConnectProc() {
 }
 
 void CNetDeviceMan::TellException(DWORD type, LONG lHandle) {
-    EXCEPTION_CALLBACK pfnException = nullptr;
-    void* pUser = nullptr;
-    {
-        std::lock_guard guard(m_callbackPairLock);
-        pfnException = m_pfnExceptionCBFun;
-        pUser = m_exceptionUser;
-    }
+    const auto [pfnException, pUser] = m_exceptionCallback.Get();
     if (pfnException) pfnException(type, lHandle, 0, pUser);
 }
 
@@ -128,13 +122,7 @@ void CNetDeviceMan::ReconnectSession(const Session& session) {
     }
     if (!bBack) return;
     YLOG(YLOG_INFO, "user %d, %s: back, %d channels", session->lHandle, session->sDeviceIP, int{info.videoInputNum});
-    RECONNECT_CALLBACK pfnReconnect = nullptr;
-    void* pUser = nullptr;
-    {
-        std::lock_guard guard(m_callbackPairLock);
-        pfnReconnect = m_pfnReconnCBFun;
-        pUser = m_pUser;
-    }
+    const auto [pfnReconnect, pUser] = m_reconnectCallback.Get();
     if (pfnReconnect) pfnReconnect(session->lHandle, pUser, session->eDVRVer == NVR_VER_K7700, -1, info.videoInputNum);
     TellException(NETWORK_RECONNECT, session->lHandle);
     session->bBreakTold = false;  // behind the callback, so that the next break is told after this return
@@ -189,13 +177,7 @@ void* CNetDeviceMan::SubscribThread(void* pParam) {
 
 /// Hands out the messages that devices hold for a subscription, each with no lock held. The buffer is made with the first receiver.
 void CNetDeviceMan::SubscribProc(std::vector<char>& buffer) {
-    SUBSCRIBE_CALLBACK fSubscrib = nullptr;
-    void* pUser = nullptr;
-    {
-        std::lock_guard guard(m_callbackPairLock);
-        fSubscrib = m_fSubscribCallBack;
-        pUser = m_SubscribCallBackUser;
-    }
+    const auto [fSubscrib, pUser] = m_subscribCallback.Get();
     if (!fSubscrib) return;
     buffer.resize(SUBSCRIB_BUFFER);
     for (const Session& session : m_table.Snapshot()) {

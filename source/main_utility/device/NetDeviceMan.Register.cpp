@@ -9,6 +9,14 @@ namespace {
 
 thread_local bool t_bAccepting = false;  // on the listener's thread, inside its callback
 
+std::string CallerText(const CLIENT_SOCK_INFO& info) {
+    in_addr address{};
+    address.s_addr = info.dwIP;
+    char text[INET_ADDRSTRLEN] = {};
+    inet_ntop(AF_INET, &address, text, sizeof(text));
+    return text;
+}
+
 }  // namespace
 
 BOOL CNetDeviceMan::SetRegisterPort(WORD wRegisterPort, const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum) {
@@ -26,16 +34,12 @@ BOOL CNetDeviceMan::AddRegisterDeviceInfo(const REG_LOGIN_INFO* pLoginInfo, DWOR
 }
 
 BOOL CNetDeviceMan::SetRegisterCallback(ACCEPT_REGISTER_CALLBACK fRegisterCBFun, void* pUser) {
-    std::lock_guard guard(m_callbackPairLock);
-    m_fRegisterCBFun = fRegisterCBFun;
-    m_pRegisterCBFunParam = pUser;
+    m_registerCallback.Set(fRegisterCBFun, pUser);
     return 1;
 }
 
 BOOL CNetDeviceMan::SetUnRegisterCallback(ACCEPT_UNREGISTER_CALLBACK fUnRegisterCBFun, void* pUser) {
-    std::lock_guard guard(m_callbackPairLock);
-    m_fUnRegisterCBFun = fUnRegisterCBFun;
-    m_pUnRegisterCBFunParam = pUser;
+    m_unRegisterCallback.Set(fUnRegisterCBFun, pUser);
     return 1;
 }
 
@@ -56,8 +60,13 @@ void CNetDeviceMan::StartListener() {
         std::lock_guard guard(m_listenerLock);
         m_pListenProc = listener;
     }
-    if (listener->StartListen(static_cast<unsigned short>(port)) != CSWL_ListenProcEx::LISTEN_OK)
-        m_listenPort.compare_exchange_strong(port, 0);
+    const int result = listener->StartListen(static_cast<unsigned short>(port));
+    if (result == CSWL_ListenProcEx::LISTEN_OK) {
+        YLOG(YLOG_INFO, "port %u: open for devices that call in", port);
+        return;
+    }
+    YLOG(YLOG_ERROR, "port %u: not open for devices that call in, result %d", port, result);
+    m_listenPort.compare_exchange_strong(port, 0);
 }
 
 /// Wakes a caller's login that is under way. From inside a register callback the listener is only retired, since it runs that callback.
@@ -93,20 +102,29 @@ int CNetDeviceMan::OnGetAcceptLink(const CLIENT_SOCK_INFO& info) {
     LINK link;
     link.sock = info.pTcpSock;
     link.pEngine = &m_multiNetComm;
-    if (!m_connector.ReadPreSendData(link.sock, link.pre, &m_bListenerStopping)) return 0;
+    if (m_connector.ReadPreSendData(link.sock, link.pre, &m_bListenerStopping)) return ServeCaller(link, info);
+    YLOG(YLOG_WARN, "%s: called, but sent no valid first block", CallerText(info).c_str());
+    return 0;
+}
 
+int CNetDeviceMan::ServeCaller(LINK& link, const CLIENT_SOCK_INFO& info) {
     const auto session = std::make_shared<NET_DEVICE_RES>();
-    in_addr address{};
-    address.s_addr = info.dwIP;
-    CopyText(session->sDeviceIP, inet_ntoa(address));
+    CopyText(session->sDeviceIP, CallerText(info).c_str());
     session->wDevicePort = info.nPort;  // as accepted, in network order
     session->lRegisterID = static_cast<int>(link.pre.dwID);
     session->bAutoRegisterMode = 1;
     const bool bKnown = FindLoginInfo(link.pre.dwID, *session);
     {
         const CThreadState::OwnNumber ownNumber;
-        if (!EnterSession(link, session, 0)) return 0;
+        if (!EnterSession(link, session, 0)) {
+            YLOG(YLOG_WARN, "%s: called, no session for family %u, protocol %u, number %d", session->sDeviceIP,
+                 link.pre.dwDevType, link.pre.dwProtocolVer,
+                 static_cast<int>(CThreadState::Instance()->GetLastError()));
+            return 0;
+        }
     }
+    YLOG(YLOG_INFO, "user %d, %s: called, register id %d, %s", session->lHandle, session->sDeviceIP,
+         session->lRegisterID, bKnown ? "known" : "unknown");
     session->pNetDevice->SetAutoRegisterMode(1);
     return bKnown ? LoginCaller(session) : RefuseCaller(session);
 }
@@ -129,13 +147,7 @@ int CNetDeviceMan::LoginCaller(const Session& session) {
         GiveBackDeviceID(session->lHandle);
         return 0;
     }
-    ACCEPT_REGISTER_CALLBACK fRegister = nullptr;
-    void* pUser = nullptr;
-    {
-        std::lock_guard guard(m_callbackPairLock);
-        fRegister = m_fRegisterCBFun;
-        pUser = m_pRegisterCBFunParam;
-    }
+    const auto [fRegister, pUser] = m_registerCallback.Get();
     if (fRegister) fRegister(session->lHandle, session->lRegisterID, &deviceInfo, pUser);
     return 1;
 }
@@ -157,13 +169,7 @@ void CNetDeviceMan::SetCaller(const Session& session) {
 /// Tells that an unknown device called in, then lets it go; its user id is used again.
 int CNetDeviceMan::RefuseCaller(const Session& session) {
     HLX_DEVICEINFO empty{};
-    ACCEPT_UNREGISTER_CALLBACK fUnRegister = nullptr;
-    void* pUser = nullptr;
-    {
-        std::lock_guard guard(m_callbackPairLock);
-        fUnRegister = m_fUnRegisterCBFun;
-        pUser = m_pUnRegisterCBFunParam;
-    }
+    const auto [fUnRegister, pUser] = m_unRegisterCallback.Get();
     if (fUnRegister) fUnRegister(session->lHandle, session->lRegisterID, &empty, pUser);
     DropSession(session);
     GiveBackDeviceID(session->lHandle);

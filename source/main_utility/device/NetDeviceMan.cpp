@@ -75,24 +75,18 @@ BOOL CNetDeviceMan::SetReconnect(DWORD dwInterval, BOOL bEnableRecon) {
 }
 
 void CNetDeviceMan::SetReconnectCallback(RECONNECT_CALLBACK pfnReconnCBFun, void* pUser) {
-    std::lock_guard guard(m_callbackPairLock);
-    m_pfnReconnCBFun = pfnReconnCBFun;
-    m_pUser = pUser;
+    m_reconnectCallback.Set(pfnReconnCBFun, pUser);
 }
 
 BOOL CNetDeviceMan::SetExceptionCallback(UINT nMessage, HWND hWnd, EXCEPTION_CALLBACK pfnExceptionCBFun, void* pUser) {
-    std::lock_guard guard(m_callbackPairLock);
     m_exceptionMsg = nMessage;
     m_exceptionHwnd = hWnd;
-    m_pfnExceptionCBFun = pfnExceptionCBFun;
-    m_exceptionUser = pUser;
+    m_exceptionCallback.Set(pfnExceptionCBFun, pUser);
     return 1;
 }
 
 BOOL CNetDeviceMan::SetSubscribCallBack(SUBSCRIBE_CALLBACK fSubscribCallBack, void* pUser) {
-    std::lock_guard guard(m_callbackPairLock);
-    m_fSubscribCallBack = fSubscribCallBack;
-    m_SubscribCallBackUser = pUser;
+    m_subscribCallback.Set(fSubscribCallBack, pUser);
     return 1;
 }
 
@@ -254,8 +248,9 @@ bool CNetDeviceMan::OnLinkData(int deviceID, tuint64 linkSerial, const char* pBu
 int CNetDeviceMan::GetCustomID(const char* sDVRIP, WORD wDVRPort) {
     if (!FitsSession(sDVRIP)) return Failure(HLX_PARAMETER_ERROR, -1);
     LINK link;
-    if (!m_connector.ConnectServerUseTCP(sDVRIP, wDVRPort, link.sock, link.pre)) return -1;
-    return link.pre.wProductSubID;
+    if (m_connector.ConnectServerUseTCP(sDVRIP, wDVRPort, link.sock, link.pre)) return link.pre.wProductSubID;
+    YLOG(YLOG_ERROR, "%s port %d: no custom id, number %d", sDVRIP, int{wDVRPort}, LastError());
+    return -1;
 }
 
 BOOL CNetDeviceMan::GetRtspUrl(LONG lUserID, LONG lChannel, LONG lStreamType, char* sRtspUrl) {

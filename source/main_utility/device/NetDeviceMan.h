@@ -10,6 +10,7 @@
 #include "main_utility/device/TcpConnector.h"
 #include "netservice/ListenProc.h"
 #include "netservice/MultiNetComm.h"
+#include "sdk_common/CallbackPair.h"
 #include "sdk_common/PubThread.h"
 #include "sdk_common/WaitEvent.h"
 
@@ -73,16 +74,7 @@ public:
     /// Ends the waits of all requests that are under way, with HLX_NETWORK_NOT_CONNECT. For those who stop a thread that may be in one.
     void InterruptRequests();
 
-    /// Puts another maker of device families in force, for families that are made for a test. Before any login.
-    void SetDeviceMaker(MAKE_DEVICE fMakeDevice) { m_fMakeDevice = fMakeDevice; }
-
-    /// Sets the next user id, so that the wrap can be tried. Before any login.
-    void SetNextDeviceID(int deviceID) { s_deviceID = deviceID; }
-
-private:
-    using Session = CDeviceTable::Session;
-
-    /// A new link until the engine has it.
+    /// A new link until the engine has it. Closes its socket unless the engine took it.
     struct LINK {
         SWL_socket_t sock = -1;
         PRE_SEND_DATA pre{};
@@ -96,6 +88,19 @@ private:
             if (sock != -1) SWL_CloseSocket(sock);
         }
     };
+
+    /// Logs a device in that called and whose first block is there, or tells that it is unknown. 1 when it is logged in, else 0. On
+    /// the listener's thread; blocks for the login (10 s a request).
+    int ServeCaller(LINK& link, const CLIENT_SOCK_INFO& info);
+
+    /// Puts another maker of device families in force, for families that are made for a test. Before any login.
+    void SetDeviceMaker(MAKE_DEVICE fMakeDevice) { m_fMakeDevice = fMakeDevice; }
+
+    /// Sets the next user id, so that the wrap can be tried. Before any login.
+    void SetNextDeviceID(int deviceID) { s_deviceID = deviceID; }
+
+private:
+    using Session = CDeviceTable::Session;
 
     CNetDeviceMan() = default;
 
@@ -156,19 +161,13 @@ private:
     std::atomic<DWORD> m_dwReconnInterval{3000};  // milliseconds
     std::atomic<bool> m_bEnableReconn{true};
 
-    CPUB_Lock m_callbackPairLock;  // leaf; guards the pairs
-    RECONNECT_CALLBACK m_pfnReconnCBFun = nullptr;
-    void* m_pUser = nullptr;
-    EXCEPTION_CALLBACK m_pfnExceptionCBFun = nullptr;
-    void* m_exceptionUser = nullptr;
-    UINT m_exceptionMsg = 0;  // with the window only stored
-    HWND m_exceptionHwnd = nullptr;
-    SUBSCRIBE_CALLBACK m_fSubscribCallBack = nullptr;
-    void* m_SubscribCallBackUser = nullptr;
-    ACCEPT_REGISTER_CALLBACK m_fRegisterCBFun = nullptr;
-    void* m_pRegisterCBFunParam = nullptr;
-    ACCEPT_UNREGISTER_CALLBACK m_fUnRegisterCBFun = nullptr;
-    void* m_pUnRegisterCBFunParam = nullptr;
+    CCallbackPair<RECONNECT_CALLBACK> m_reconnectCallback;
+    CCallbackPair<EXCEPTION_CALLBACK> m_exceptionCallback;
+    std::atomic<UINT> m_exceptionMsg{0};  // with the window only stored
+    std::atomic<HWND> m_exceptionHwnd{nullptr};
+    CCallbackPair<SUBSCRIBE_CALLBACK> m_subscribCallback;
+    CCallbackPair<ACCEPT_REGISTER_CALLBACK> m_registerCallback;
+    CCallbackPair<ACCEPT_UNREGISTER_CALLBACK> m_unRegisterCallback;
 
     CWaitEvent m_stopWait;  // closed at Stop: ends the pauses of the three threads
     PUB_thread_t m_hReConnect = 0;

@@ -4,9 +4,9 @@
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <cstring>
 #include <mutex>
 
+#include "main_utility/device/FirstBlock.h"
 #include "netservice/ConnectProc.h"
 #include "sdk_common/ThreadState.h"
 #include "sdk_common/TimeSource.h"
@@ -127,14 +127,13 @@ SWL_socket_t CTcpConnector::Connect(const std::string& target, WORD wDVRPort, co
 }
 
 bool CTcpConnector::ReadPreSendData(SWL_socket_t sock, PRE_SEND_DATA& pre, const std::atomic<bool>* pbGone) {
-    char block[sizeof(PRE_SEND_DATA)];
-    size_t received = 0;
+    CFirstBlock block;
     const tint64 deadline = NowMilliseconds() + m_dwConnWaitTime;
-    const auto wrongStart = [&] { return received >= sizeof(tuint32) && std::memcmp(block, "head", 4) != 0; };
-    while (received < sizeof(block) && !Interrupted(pbGone) && !wrongStart()) {
-        const int got = SWL_Recv(sock, block + received, static_cast<int>(sizeof(block) - received), 0);
+    while (block.State() == CFirstBlock::STATE::UNFINISHED && !Interrupted(pbGone)) {
+        const auto room = block.Room();
+        const int got = SWL_Recv(sock, room.data(), static_cast<int>(room.size()), 0);
         if (got > 0) {
-            received += static_cast<size_t>(got);
+            block.Received(static_cast<size_t>(got));
             continue;
         }
         const tint64 left = deadline - NowMilliseconds();
@@ -142,7 +141,7 @@ bool CTcpConnector::ReadPreSendData(SWL_socket_t sock, PRE_SEND_DATA& pre, const
         pollfd readable{static_cast<int>(sock), POLLIN, 0};
         ClockPoll(&readable, 1, static_cast<int>(std::min(left, INTERRUPT_STEP)));
     }
-    if (received < sizeof(block) || wrongStart()) return false;
-    std::memcpy(&pre, block, sizeof(pre));
+    if (block.State() != CFirstBlock::STATE::WHOLE) return false;
+    pre = block.Get();
     return true;
 }

@@ -106,8 +106,7 @@ bool CLiveMan::BeginCapture(LONG lUserID, LONG lChannel, const std::shared_ptr<L
 void CLiveMan::WaitForPicture(LONG lUserID, LIVE_CAPTURE& capture) {
     const tint64 end = TimeSource().MonotonicMicroseconds() + PICTURE_WAIT;
     while (!IsSettled(capture)) {
-        if (m_pDeviceMan->GetDeviceStatus(lUserID) != NET_DEVICE_STATUS_CONNECTED)
-            return Fail(capture, HLX_NETWORK_NOT_CONNECT);
+        if (!IsConnected(lUserID)) return Fail(capture, HLX_NETWORK_NOT_CONNECT);
         if (TimeSource().MonotonicMicroseconds() >= end) return Fail(capture, HLX_NETWORK_RECV_TIMEOUT);
         capture.captured.WaitForCond(PICTURE_ROUND, [&] { return IsSettled(capture); });
     }

@@ -114,10 +114,22 @@ bool CLiveMan::ChooseSession(LIVE_STREAM_INFO& stream) {
     return true;
 }
 
+bool CLiveMan::IsRingTaken(unsigned int bufferID) const {
+    return std::ranges::any_of(m_streamInfoArray, [&](const Stream& stream) { return stream->bufferID == bufferID; });
+}
+
 POINTERHANDLE CLiveMan::OpenStream(Stream stream) {
     LIVE_STREAM_INFO& opened = *stream;
     const POINTERHANDLE lLiveHandle = opened.lLiveHandle;
     std::unique_lock guard(m_streamLock);
+    // A capture may have come since the session was chosen.
+    while (IsRingTaken(LIVE_BUFFER_ID(opened.lDeviceHandle, opened.channel, opened.streamType))) {
+        guard.unlock();
+        CloseSession(opened);
+        opened.bExtraStream = false;
+        if (!ChooseSession(opened)) return -1;
+        guard.lock();
+    }
     m_streamInfoArray.push_back(std::move(stream));
     bool bOpen = StartStream(opened);
     if (!bOpen) {
@@ -164,8 +176,13 @@ void CLiveMan::CloseSession(const LIVE_STREAM_INFO& stream) {
     if (stream.bExtraStream) m_pDeviceMan->RemoveDevice(stream.lDeviceHandle);
 }
 
+/// The device's link, whatever request is under way.
+bool CLiveMan::IsConnected(LONG lUserID) const {
+    const auto session = m_pDeviceMan->GetDeviceResByUserID(lUserID);
+    return session && session->pNetDevice && session->pNetDevice->GetDeviceStatus() == NET_DEVICE_STATUS_CONNECTED;
+}
+
 void CLiveMan::StopDeviceSide(const LIVE_STREAM_INFO& stream) {
-    if (!stream.captures.empty()) m_pDeviceMan->StopJpegStream(stream.lDeviceHandle, stream.channel);
     if (stream.bCapture) return;
     const bool bFirstStream = IsFirstStream(stream.streamType);
     const bool bShared = std::any_of(m_streamInfoArray.begin(), m_streamInfoArray.end(), [&](const Stream& other) {
@@ -181,6 +198,7 @@ CLiveMan::Stream CLiveMan::TakeStream(POINTERHANDLE lLiveHandle) {
     const auto found = std::find_if(m_streamInfoArray.begin(), m_streamInfoArray.end(),
                                     [&](const Stream& stream) { return stream->lLiveHandle == lLiveHandle; });
     if (found == m_streamInfoArray.end()) return nullptr;
+    if (!(*found)->captures.empty()) m_pDeviceMan->StopJpegStream((*found)->lDeviceHandle, (*found)->channel);
     StopDeviceSide(**found);
     Stream stream = std::move(*found);
     m_streamInfoArray.erase(found);
@@ -217,11 +235,27 @@ BOOL CLiveMan::WithStream(POINTERHANDLE lLiveHandle, Action&& action) {
     return pStream ? action(*pStream) : Failure(HLX_PARAMETER_ERROR);
 }
 
+/// Runs `action`, which may wait for the device, on the session, channel and type of a known stream.
+template <class Action>
+BOOL CLiveMan::AskDevice(POINTERHANDLE lLiveHandle, Action&& action) {
+    LONG lDeviceHandle = 0;
+    LONG lChannel = 0;
+    bool bFirstStream = false;
+    const BOOL bKnown = WithStream(lLiveHandle, [&](const LIVE_STREAM_INFO& stream) {
+        lDeviceHandle = stream.lDeviceHandle;
+        lChannel = stream.channel;
+        bFirstStream = IsFirstStream(stream.streamType);
+        return BOOL{1};
+    });
+    return bKnown ? action(lDeviceHandle, lChannel, bFirstStream) : BOOL{0};
+}
+
 BOOL CLiveMan::SetLiveDataCallBack(POINTERHANDLE lLiveHandle, LIVE_DATA_CALLBACK pCallback,
                                    LIVE_DATA_CALLBACK_EX pCallbackEx, void* pUser) {
     return WithStream(lLiveHandle, [&](LIVE_STREAM_INFO& stream) {
         std::lock_guard guard(stream.callbackLock);
         stream.callbacks = {pCallback, pCallbackEx, pUser};
+        stream.bNewCallbacks = true;
         return BOOL{1};
     });
 }
@@ -285,20 +319,19 @@ BOOL CLiveMan::GetDvrCurrentTime(LONG lUserID, DD_TIME* pTime) {
 }
 
 BOOL CLiveMan::PTZCtrl(POINTERHANDLE lLiveHandle, DWORD dwPTZCommand, DWORD dwValue, DWORD dwSpeed, BOOL bFlag) {
-    return WithStream(lLiveHandle, [&](LIVE_STREAM_INFO& stream) {
-        return m_pDeviceMan->PTZControl(stream.lDeviceHandle, stream.channel, dwPTZCommand, dwValue, dwSpeed, bFlag,
-                                        IsFirstStream(stream.streamType));
+    return AskDevice(lLiveHandle, [&](LONG lDeviceHandle, LONG lChannel, bool bFirstStream) {
+        return m_pDeviceMan->PTZControl(lDeviceHandle, lChannel, dwPTZCommand, dwValue, dwSpeed, bFlag, bFirstStream);
     });
 }
 
 BOOL CLiveMan::PTZCtrl_3D(POINTERHANDLE lLiveHandle, PTZ_3D_POINT_INFO* pPoint) {
-    return WithStream(lLiveHandle, [&](LIVE_STREAM_INFO& stream) {
-        return m_pDeviceMan->PTZControl_3D(stream.lDeviceHandle, stream.channel, pPoint);
+    return AskDevice(lLiveHandle, [&](LONG lDeviceHandle, LONG lChannel, bool) {
+        return m_pDeviceMan->PTZControl_3D(lDeviceHandle, lChannel, pPoint);
     });
 }
 
 BOOL CLiveMan::PTZSetCruise(POINTERHANDLE lLiveHandle, BYTE byCruise, DD_CRUISE_POINT_INFO* pPoints, WORD wPointNum) {
-    return WithStream(lLiveHandle, [&](LIVE_STREAM_INFO& stream) {
-        return m_pDeviceMan->PTZSetCruise(stream.lDeviceHandle, stream.channel, byCruise, pPoints, wPointNum, true);
+    return AskDevice(lLiveHandle, [&](LONG lDeviceHandle, LONG lChannel, bool) {
+        return m_pDeviceMan->PTZSetCruise(lDeviceHandle, lChannel, byCruise, pPoints, wPointNum, true);
     });
 }

@@ -44,8 +44,9 @@ struct LIVE_STREAM_INFO {
     bool bCapture = false;                                // made for CapturePicture, by no LivePlay
     CPUB_Lock captureLock;                                // before that of a capture; guards the next
     std::vector<std::shared_ptr<LIVE_CAPTURE>> captures;  // under way; changed under m_streamLock too
-    CPUB_Lock callbackLock;                               // leaf; guards the two members below
+    CPUB_Lock callbackLock;                               // leaf; guards the next two
     LIVE_CALLBACKS callbacks;
+    bool bNewCallbacks = false;  // they have not been told the formats
     DRAW_FUN_CALLBACK pDrawCallback =
         nullptr;  // stored for the application, as is the next pair; guarded by m_streamLock
     void* pDrawCBParam = nullptr;
@@ -86,8 +87,9 @@ inline time_t MonotonicSeconds() { return static_cast<time_t>(TimeSource().Monot
 
 /// All live streams of the process.
 ///
-/// Lock order: m_liveLock of the session root, m_streamLock, then the device manager's locks. A stream's thread takes
-/// neither, so it can be joined under both. Application callbacks run on the stream's own thread with no lock held.
+/// Lock order: m_liveLock of the session root, m_streamLock, a stream's captureLock, a capture's lock; the device manager's
+/// locks come behind m_streamLock. Application callbacks run on the stream's own thread with no lock held. That thread is
+/// not joined under m_streamLock, which a callback may want; a stream made for a capture calls no application.
 class CLiveMan {
 public:
     static constexpr unsigned int MAX_STREAM_NUM_PER_CHANNEL = 11;
@@ -154,9 +156,13 @@ private:
     unsigned int FreeStreamID(LONG lUserID, LONG lChannel) const;
     bool IsOpen(const LIVE_STREAM_INFO& wanted, bool bSameTypeOnly) const;
     void StopDeviceSide(const LIVE_STREAM_INFO& stream);
+    bool IsRingTaken(unsigned int bufferID) const;
     template <class Action>
     BOOL WithStream(POINTERHANDLE lLiveHandle, Action&& action);
+    template <class Action>
+    BOOL AskDevice(POINTERHANDLE lLiveHandle, Action&& action);
 
+    bool IsConnected(LONG lUserID) const;
     bool ChooseSession(LIVE_STREAM_INFO& stream);
     void CloseSession(const LIVE_STREAM_INFO& stream);
     POINTERHANDLE OpenStream(Stream stream);
@@ -182,9 +188,10 @@ private:
     void Enlist(const ST_ResumeOnReconnection& entry);
     bool TakeDue(ST_ResumeOnReconnection& entry);
     tint64 NextDue();
-    void Resume(ST_ResumeOnReconnection entry);
+    void Resume(const ST_ResumeOnReconnection& entry);
     void RestartSilent();
-    std::vector<Stream> Restart(const std::vector<Stream>& streams);
+    void Restart(const std::vector<Stream>& streams);
+    std::vector<Stream> StopAndStart(const std::vector<Stream>& streams);
     bool StartAgain(const Stream& stream);
     std::vector<Stream> Choose(const std::function<bool(const LIVE_STREAM_INFO&)>& wanted);
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <mutex>
 #include <new>
+#include <set>
 
 #include "main_utility/device/NetDeviceMan.h"
 #include "main_utility/media/LiveMan.h"
@@ -122,19 +123,24 @@ bool CLiveMan::TakeDue(ST_ResumeOnReconnection& entry) {
     return true;
 }
 
-/// The streams that the session carries. One that could not be started is tried again by itself after a while, unless the session is
-/// gone again: its next return makes a new entry.
-void CLiveMan::Resume(ST_ResumeOnReconnection entry) {
+/// The streams that the session carries.
+void CLiveMan::Resume(const ST_ResumeOnReconnection& entry) {
     auto streams = Choose([&](const LIVE_STREAM_INFO& stream) {
         return !stream.bCapture && stream.lDeviceHandle == entry.lUserID &&
                (entry.channel < 0 || stream.channel == entry.channel) &&
                (entry.lLiveHandle == 0 || stream.lLiveHandle == entry.lLiveHandle);
     });
     if (entry.bIsK7KChannel && streams.size() > 1) streams.resize(1);
-    for (const Stream& failed : Restart(streams)) {
-        if (m_pDeviceMan->GetDeviceStatus(failed->lDeviceHandle) != NET_DEVICE_STATUS_CONNECTED) continue;
-        Enlist({entry.lUserID, entry.bIsK7KChannel, failed->channel, failed->lLiveHandle,
-                Monotonic() + tint64{RETRY_PAUSE} * 1000});
+    Restart(streams);
+}
+
+/// A stream that could not be started is tried again by itself after a while, unless its session is gone again: the next return makes
+/// a new entry.
+void CLiveMan::Restart(const std::vector<Stream>& streams) {
+    for (const Stream& failed : StopAndStart(streams)) {
+        if (!IsConnected(failed->lDeviceHandle)) continue;
+        Enlist(
+            {failed->lDeviceHandle, 0, failed->channel, failed->lLiveHandle, Monotonic() + tint64{RETRY_PAUSE} * 1000});
     }
 }
 
@@ -144,7 +150,7 @@ void CLiveMan::RestartSilent() {
     Restart(Choose([&](const LIVE_STREAM_INFO& stream) {
         return now - stream.tStreamDataLastTime > SILENT_AFTER && !stream.bCapture &&
                m_pDataBufferMan->GetFreeBufferSize(stream.bufferID) == LIVE_RING_SIZE &&
-               m_pDeviceMan->GetDeviceStatus(stream.lDeviceHandle) == NET_DEVICE_STATUS_CONNECTED;
+               IsConnected(stream.lDeviceHandle);
     }));
 }
 
@@ -157,20 +163,20 @@ std::vector<CLiveMan::Stream> CLiveMan::Choose(const std::function<bool(const LI
 }
 
 /// Stops all, waits once, starts all; gives those that could not be started. The device forgets the old receivers before the new ones are
-/// told, so that each frame arrives once. A device that is slow to answer is not asked for the rest now.
-std::vector<CLiveMan::Stream> CLiveMan::Restart(const std::vector<Stream>& streams) {
+/// told, so that each frame arrives once. A session that is slow to answer is not asked for the rest of its streams now.
+std::vector<CLiveMan::Stream> CLiveMan::StopAndStart(const std::vector<Stream>& streams) {
     for (const Stream& stream : streams) {
         std::lock_guard guard(m_streamLock);
         if (Find(stream->lLiveHandle) == stream.get()) StopDeviceSide(*stream);
     }
     std::vector<Stream> failed;
     if (streams.empty() || !Pause(RESTART_PAUSE)) return failed;
-    bool bSlow = false;
+    std::set<LONG> slow;
     for (const Stream& stream : streams) {
         if (!RunFlagSet(m_bResumeOnReconnectionProcessing)) return {};
         const tint64 before = Monotonic();
-        if (bSlow || !StartAgain(stream)) failed.push_back(stream);
-        bSlow = bSlow || Monotonic() - before > SLOW_START;
+        if (slow.contains(stream->lDeviceHandle) || !StartAgain(stream)) failed.push_back(stream);
+        if (Monotonic() - before > SLOW_START) slow.insert(stream->lDeviceHandle);
     }
     return failed;
 }
@@ -186,9 +192,12 @@ bool CLiveMan::StartAgain(const Stream& stream) {
     const bool bStarted =
         m_pDeviceMan->StartLiveChannel(stream->lDeviceHandle, stream->channel, IsFirstStream(stream->streamType),
                                        stream->bufferID, stream->streamType);
+    YLOG(bStarted ? YLOG_INFO : YLOG_WARN, "user %ld, channel %ld, stream %u: live %s started again, number %u",
+         long{stream->lDeviceHandle}, long{stream->channel}, static_cast<unsigned>(stream->streamType),
+         bStarted ? "is" : "not", bStarted ? 0U : static_cast<unsigned>(CThreadState::Instance()->GetLastError()));
     if (bStarted) stream->tStreamDataLastTime = MonotonicSeconds();
     std::lock_guard guard(m_streamLock);
     if (isListed()) return bStarted;
-    StopDeviceSide(*stream);
+    if (!IsRingTaken(stream->bufferID)) StopDeviceSide(*stream);  // else another stream has its place already
     return true;
 }

@@ -1,6 +1,7 @@
 // The thread of one live stream: from its ring to the application's callbacks.
 #include <cstring>
 #include <mutex>
+#include <utility>
 
 #include "main_utility/media/LiveMan.h"
 #include "netservice/MultiNetDataBufferMan.h"
@@ -91,6 +92,7 @@ void CLiveMan::ProcessFrame(LIVE_STREAM_INFO& stream, const HLX_FRAME_INFO& fram
     {
         std::lock_guard guard(stream.callbackLock);
         callbacks = stream.callbacks;
+        if (std::exchange(stream.bNewCallbacks, false)) stream.bVFormatArrived = stream.bAFormatArrived = false;
     }
     if (!callbacks.pLiveDataCallback && !callbacks.pLiveDataCallbackEx) return;
     DeliverFormats(stream, callbacks, frame);

@@ -58,6 +58,53 @@ TEST_F(Live, FormatsComeFirstAndTheOneBlockFormCarriesTheHead) {
     EXPECT_TRUE(bVideo);
 }
 
+TEST_F(Live, ACallbackThatTakesAnothersPlaceIsToldTheFormats) {
+    StartRecorder(Fast());
+    CReceiver first;
+    const POINTERHANDLE handle = first.Play(Login(), 0);
+    ASSERT_TRUE(first.WaitForFrames(3) && first.WaitForFrames(1, DD_FRAME_TYPE_AUDIO));
+    std::mutex lock;
+    std::vector<DWORD> types;
+    struct SEEN {
+        std::mutex& lock;
+        std::vector<DWORD>& types;
+    } seen{lock, types};
+    ASSERT_TRUE(HLX_SetLiveDataCallBack(
+        handle,
+        [](POINTERHANDLE, HLX_FRAME_INFO info, BYTE*, void* pUser) {
+            auto& all = *static_cast<SEEN*>(pUser);
+            std::lock_guard guard(all.lock);
+            all.types.push_back(info.frameType);
+        },
+        &seen));
+    EXPECT_TRUE(WaitUntil([&] {
+        std::lock_guard guard(lock);
+        return types.size() >= 3;
+    }));
+    EXPECT_TRUE(HLX_StopLivePlay(handle));
+    types.resize(2);
+    EXPECT_EQ(types, (std::vector<DWORD>{DD_FRAME_TYPE_VIDEO_FORMAT, DD_FRAME_TYPE_AUDIO_FORMAT}));
+}
+
+TEST_F(Live, ARecorderThatAnswersNothingDoesNotKeepASilentStreamOfAnotherStopped) {
+    CLASSIC_RECORDER_CONFIG beating = Fast(1, 4);
+    beating.heartbeat = std::chrono::milliseconds(100);  // in step with the faster clock
+    CReceiver hungReceiver;
+    CReceiver receiver;
+    CClassicRecorder& hung = StartRecorder(beating);
+    ASSERT_GT(hungReceiver.Play(Login(), 0), 0);
+    ASSERT_TRUE(hungReceiver.WaitForFrames(1));
+    CClassicRecorder& recorder = StartRecorder(beating);
+    ASSERT_GT(receiver.Play(Login(), 0), 0);
+    ASSERT_TRUE(receiver.WaitForFrames(1));
+    hung.SetFaults({{SIM_FAULT_KIND::STREAM_STOP, SIM_PHASE::ANY, 0, 0},
+                    {SIM_FAULT_KIND::WRONG_REPLY, SIM_PHASE::STREAM, 99, 0}});
+    recorder.SetFaults({{SIM_FAULT_KIND::STREAM_STOP, SIM_PHASE::ANY, 0, 1}});
+    ASSERT_TRUE(m_events.WaitFor(SIM_EVENT_KIND::FAULT, 2, std::chrono::seconds(5)));
+    const CFastTime fast(20);
+    EXPECT_TRUE(receiver.WaitForFrames(receiver.Count(DD_FRAME_TYPE_VIDEO) + 3));
+}
+
 TEST_F(Live, FurtherViewersGetSessionsOfTheirOwnUpToEleven) {
     CClassicRecorder& recorder = StartRecorder(Fast(2, 4));
     const LONG id = Login();

@@ -22,6 +22,11 @@ protected:
         for (const tuint64 mask : records) body += Mask(mask);
         m_recorder.Receive(Message(0x9000004, body));
     }
+    void LogInAgain() {
+        m_recorder.BreakLink();
+        m_device.SetNetHandle(&m_recorder);
+        ASSERT_TRUE(m_recorder.LoggedIn());
+    }
     LONG Alarms(LONG lMaxNum = ROOM) { return m_device.GetAlarmInfo(m_alarms.data(), lMaxNum); }
     LONG Records(LONG lMaxNum = ROOM) { return m_device.GetRecordStatus(m_records.data(), lMaxNum); }
 
@@ -73,6 +78,21 @@ TEST_F(StatusTest, MoreThanThereIsRoomForIsLeftOut) {
     EXPECT_EQ(m_alarms[64].dwAlarmType, DWORD{HLX_ALARM_TYPE_SENSOR});
     EXPECT_EQ(m_alarms[65].dwAlarmType, 0u) << "what lies behind is not touched";
     EXPECT_EQ(Alarms(0), 0);
+}
+
+TEST_F(StatusTest, InputsThatTheRecorderDoesNotHaveAreLeftOut) {
+    m_recorder.m_answers[0x101] = Message(0x10001, LoginSuccess(4, 2));
+    LogInAgain();
+    Tell(~tuint64{0}, ~tuint64{0}, ~tuint64{0}, {~tuint64{0}, 0, 0, ~tuint64{0}});
+    EXPECT_EQ(Alarms(), 4 + 2 + 4);
+    EXPECT_EQ(Records(), 4 + 4);
+    EXPECT_EQ(m_records[7].dwChannel, 3u);
+}
+
+TEST_F(StatusTest, StatusOfAnEarlierLinkIsOver) {
+    Tell(1, 1, 1, {1, 1, 1, 1});
+    LogInAgain();
+    EXPECT_EQ(Alarms() + Records(), 0);
 }
 
 TEST_F(StatusTest, Refusals) {

@@ -46,9 +46,10 @@ struct TEST_FRAME {
 };
 
 /// Body of the reply that lets a user in: 348 bytes, everything that matters at its place.
-inline Bytes LoginSuccess(tuint32 videoInputNum = 70) {
+inline Bytes LoginSuccess(tuint32 videoInputNum = 70, tuint32 sensorInputNum = 64) {
     Bytes body(348, 0);
     body.replace(52 + 28, 2, Number(videoInputNum, 2));
+    body.replace(52 + 2, 1, Number(sensorInputNum, 1));
     return body;
 }
 

@@ -2,6 +2,7 @@
 
 #include <mutex>
 
+#include "support/HeardLog.h"
 #include "TestFamily.h"
 
 namespace {
@@ -174,9 +175,12 @@ TEST_F(AutoRegister, KnownDevicesAreLoggedInAndUnknownOnesTold) {
     known.deviceId = 4711;
     EXPECT_FALSE(m_man.AddRegisterDeviceInfo(nullptr, 1));
     EXPECT_TRUE(m_man.SetRegisterPort(m_port, &known, 1));
+    CHeardLog heard;
     EXPECT_TRUE(CallIn(1));
     EXPECT_TRUE(CallIn(4711));
     EXPECT_TRUE(WaitUntil([&] { return Known() == 1; }));
+    EXPECT_EQ(heard.Count("127.0.0.1: called, register id 1, unknown"), 1u) << heard.Text();
+    EXPECT_EQ(heard.Count("127.0.0.1: called, register id 4711, known"), 1u);
     ASSERT_EQ(1U, m_callers.unknown.size());
     EXPECT_EQ(1, m_callers.unknown[0].second);
     EXPECT_EQ(m_callers.unknown[0].first, m_callers.known[0].first) << "an unknown caller's id is used again";

@@ -1,6 +1,6 @@
 #include <future>
 
-#include "sdk_common/YLog4C.h"
+#include "support/HeardLog.h"
 #include "TestFamily.h"
 
 namespace {
@@ -144,10 +144,7 @@ TEST_F(NetDeviceMan, ReadsTheCustomId) {
 
 /// A supporter sees who came, went and was refused, and nothing by which to log in.
 TEST_F(NetDeviceMan, TheLogTellsTheStoryWithoutSecrets) {
-    std::string log;
-    YLog4C::SetLogLevel(YLOG_BUFF);
-    YLog4C::SetLog2MultiThread(true);
-    YLog4C::SetLog2Func([](int, const char* pText, void* pUser) { *static_cast<std::string*>(pUser) += pText; }, &log);
+    CHeardLog heard;
     const tuint32 encryptParam = 305419896;  // 0x12345678
     std::string block = FirstBlock(77, 1);
     std::memcpy(&block[28], &encryptParam, 4);
@@ -159,11 +156,7 @@ TEST_F(NetDeviceMan, TheLogTellsTheStoryWithoutSecrets) {
     EXPECT_EQ(DWORD{HLX_PASSWORD_ERROR}, LastError());
     EXPECT_TRUE(m_man.RemoveDevice(id));
     EXPECT_EQ(-1, Login(HLX_CONNECT_NAT));
-    YLog4C::GetInstance()->FlushLog();
-    YLog4C::SetLog2Func(nullptr, nullptr);
-    YLog4C::GetInstance()->CloseLog();
-    YLog4C::SetLog2MultiThread(false);
-
+    const std::string& log = heard.Text();
     const std::string user = "user " + std::to_string(id) + ", 127.0.0.1: ";
     for (const std::string& expected :
          {"127.0.0.1 port " + std::to_string(m_peer.Port()) + ": connected, family 77", user + "logged in, 7 channels",

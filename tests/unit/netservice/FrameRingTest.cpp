@@ -8,6 +8,7 @@
 
 #include "EngineFixture.h"
 #include "netservice/MultiNetDataBufferMan.h"
+#include "support/HeardLog.h"
 #include "support/MovedTime.h"
 
 namespace {
@@ -198,6 +199,30 @@ TEST(FrameRing, TenthTryGivesUpAndClosesTheGate) {
     rings.ReleaseDataBuffer(ID, run.pBuffer, run.len);
     rings.RemoveBuffer(ID);
     EXPECT_TRUE(rings.PushData(ID, Frame(VIDEO, 4000), Bytes(data))) << "unknown rings take everything";
+}
+
+/// The first loss is told at once, the rest in one line after a while and one at the end.
+TEST(FrameRing, LossesAreLoggedTogether) {
+    constexpr unsigned int ID = LIVE_BUFFER_ID(3, 6, 0);
+    auto& rings = *CMultiNetDataBufferMan::Instance();
+    ASSERT_TRUE(rings.AddBuffer(ID, 4096, false));
+    const std::string data = Noise(4000);
+    ASSERT_TRUE(rings.PushData(ID, Frame(VIDEO, 4000, true), Bytes(data)));
+    const auto lose = [&](int count) {
+        for (; count > 0; --count)
+            while (!rings.PushData(ID, Frame(VIDEO, 4000, true), Bytes(data))) continue;
+    };
+    CMovedTime clock;
+    CHeardLog heard;
+    lose(5);
+    clock.Advance(10001);
+    lose(3);
+    rings.RemoveBuffer(ID);
+    for (const char* pLine : {": 1 frames dropped since the last such line, 1 in all",
+                              ": 5 frames dropped since the last such line, 6 in all",
+                              ": 2 frames dropped since the last such line, 8 in all"})
+        EXPECT_EQ(heard.Count(pLine), 1u) << pLine << "\n" << heard.Text();
+    EXPECT_EQ(heard.Count("frames dropped"), 3u);
 }
 
 TEST(FrameRing, LostEndFrameFollowsWhenThereIsRoom) {

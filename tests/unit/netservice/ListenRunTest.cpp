@@ -1,3 +1,5 @@
+#include <thread>
+
 #include "EngineFixture.h"
 #include "netservice/ConnectProc.h"
 #include "netservice/ListenProc.h"
@@ -25,4 +27,32 @@ TEST(ListenRun, CallbackMayStopRestartAndDestroy) {
         ASSERT_TRUE(WaitUntil([&] { return calls == i; }));
     }
     EXPECT_TRUE(WaitUntil([&] { return OpenDescriptorCount() == descriptors; })) << "both runs have ended";
+}
+
+/// A stop is never lost, whether the accept thread has begun or not, and whether the start is through or not.
+TEST(ListenRun, AStopBesideTheStartEndsTheListener) {
+    const int descriptors = OpenDescriptorCount();
+    const int threads = ThreadCount();
+    const auto onAccept = [](CLIENT_SOCK_INFO* pInfo, void*, void*) {
+        SWL_CloseSocket(pInfo->pTcpSock);
+        return 0;
+    };
+    CSWL_ListenProcEx listener(onAccept, nullptr);
+    for (int i = 0; i < 100; ++i) {
+        std::thread stopper;
+        std::atomic<bool> bStarted{false};
+        // The port is known a moment before the accept thread is made.
+        const auto stopEarly = [&] {
+            while (listener.GetListenPort() == 0 && !bStarted) std::this_thread::yield();
+            listener.StopListen();
+        };
+        if (i % 2) stopper = std::thread(stopEarly);
+        const int result = listener.StartListen(0);
+        EXPECT_TRUE(result == CSWL_ListenProcEx::LISTEN_OK || (i % 2 && result != 0)) << result;
+        bStarted = true;
+        if (stopper.joinable()) stopper.join();
+        listener.StopListen();
+        EXPECT_EQ(listener.GetListenPort(), 0);
+    }
+    EXPECT_TRUE(WaitUntil([&] { return OpenDescriptorCount() == descriptors && ThreadCount() == threads; }));
 }

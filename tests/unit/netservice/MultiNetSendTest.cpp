@@ -96,6 +96,51 @@ TEST_F(MultiNetSend, WaitsEndWithTheLink) {
     }
 }
 
+/// The engine's thread finds no room while it alone could make some: it writes the queue out itself, for any link.
+TEST_F(MultiNetSend, TheEnginesOwnThreadMaySendAndWait) {
+    constexpr int OTHER = 8, ROUNDS = 20;
+    const int peer = AddManual();
+    const int other = AddManual(OTHER);
+    const std::string message = Noise(3000);
+    m_receiver.m_onMessage = [&](int, const std::string&) {
+        for (int i = 0; i < ROUNDS; ++i) {
+            EXPECT_EQ(m_engine.SendData(LINK, message.data(), 3000, true, true), 0);
+            EXPECT_EQ(m_engine.SendData(OTHER, message.data(), 3000, true, true), 0);
+        }
+        EXPECT_EQ(m_engine.SendDataSync(LINK, "sync", 4, true), 4);
+    };
+    MakeAutomatic();
+    Write(peer, Framed("go"));
+    std::string expected;
+    for (int i = 0; i < ROUNDS; ++i) expected += message;
+    EXPECT_EQ(Read(other, expected.size()), expected);
+    // What is sent past the queue comes before what waits in it, but never into the middle of a message.
+    std::string got = Read(peer, expected.size() + 4);
+    const size_t at = got.find("sync");
+    ASSERT_NE(at, std::string::npos);
+    EXPECT_EQ(at % message.size(), 0u);
+    EXPECT_EQ(got.erase(at, 4), expected);
+    EXPECT_EQ(m_receiver.BrokenCount(), 0u);
+}
+
+/// One who removes a link wakes an engine that another is ending.
+TEST_F(MultiNetSend, RemovalBesideTheEndOfTheEngine) {
+    const int descriptors = OpenDescriptorCount();
+    for (int i = 0; i < 60; ++i) {
+        CSWL_MultiNetComm engine;
+        ASSERT_TRUE(engine.Init(SEND_BUFFER));
+        int pair[2] = {-1, -1};
+        ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair), 0);
+        ASSERT_EQ(engine.AddNewComm(LINK, SWL_socket_t{pair[0]}), 0);
+        std::thread remover([&] { EXPECT_EQ(engine.RemoveComm(LINK), 0); });
+        engine.Destroy();
+        remover.join();
+        EXPECT_EQ(Read(pair[1], 1), "") << "closed by one of the two";
+        close(pair[1]);
+    }
+    EXPECT_EQ(OpenDescriptorCount(), descriptors);
+}
+
 TEST_F(MultiNetSend, NothingComesBetweenThePartsOfAMessage) {
     const int peer = AddManual();
     // A queued message is cut by the full socket; one sent past the queue must come behind its end.

@@ -38,20 +38,15 @@ HLX_IPC_DEVICE_INFO ToIPCInfo(const NET_IPC_DEVICE_INFO& wire) {
 
 }  // namespace
 
-bool CDVRNetDevice_V3::AskYesNo(tuint32 dwCmdType, Body body, tuint32 yes, tuint32 no, HLX_ERROR refused) {
-    const auto reply = Ask(dwCmdType, body, {yes, no});
-    if (!reply) return false;
-    return reply->cmdType == yes || Failure(refused);
-}
-
 // The protocol's reply to both is the one that means "no right" elsewhere.
-BOOL CDVRNetDevice_V3::RebootDVR() { return Ask(CMD_REQUEST_REBOOT, {}, {CMD_REPLY_NO_AUTH}).has_value(); }
+BOOL CDVRNetDevice_V3::RebootDVR() { return Ask(CMD_REQUEST_REBOOT, {}, CMD_REPLY_NO_AUTH).has_value(); }
 
-BOOL CDVRNetDevice_V3::ShutDownDVR() { return Ask(CMD_REQUEST_SHUTDOWN, {}, {CMD_REPLY_NO_AUTH}).has_value(); }
+BOOL CDVRNetDevice_V3::ShutDownDVR() { return Ask(CMD_REQUEST_SHUTDOWN, {}, CMD_REPLY_NO_AUTH).has_value(); }
 
 BOOL CDVRNetDevice_V3::ChangTime(unsigned int uTime) {
     const NET_CHANGE_TIME_INFO info = {uTime};
-    return AskYesNo(CMD_REQUEST_CHANGE_TIME, BodyOf(info), CMD_REPLY_CHANAGE_TIME_SUCC, CMD_REPLY_CHANAGE_TIME_FAIL);
+    return Ask(CMD_REQUEST_CHANGE_TIME, BodyOf(info), CMD_REPLY_CHANAGE_TIME_SUCC, REFUSAL{CMD_REPLY_CHANAGE_TIME_FAIL})
+        .has_value();
 }
 
 // ---- Colour ----
@@ -69,12 +64,13 @@ std::optional<NET_COLOR_INFO> CDVRNetDevice_V3::ColorInfo(LONG lChannel, DWORD d
 std::optional<NET_COLOR_INFO> CDVRNetDevice_V3::AskColor(LONG lChannel) {
     if (!HasChannel(lChannel)) return Failure(HLX_CHANNEL_ERROR, std::nullopt);
     const NET_COLOR_QUERY query = {static_cast<tuint32>(lChannel)};
-    const auto reply = Ask(CMD_REQUEST_COLOR_GET, BodyOf(query), {CMD_REPLY_CHNN_CTRL_COLOR});
+    const auto reply = Ask(CMD_REQUEST_COLOR_GET, BodyOf(query), CMD_REPLY_CHNN_CTRL_COLOR);
     if (!reply) return std::nullopt;
     CWireReader reader(reply->cmdParam);
     const auto color = reader.Read<NET_COLOR_INFO>();
-    if (!reader.Good() || color.channel != query.channel) return Failure(HLX_NETWORK_ERRORDATA, std::nullopt);
-    return color;
+    if (reader.Good() && color.channel == query.channel) return color;
+    WrongReply(CMD_REQUEST_COLOR_GET);
+    return std::nullopt;
 }
 
 BOOL CDVRNetDevice_V3::GetVideoColor(LONG lChannel, DWORD* pBrightness, DWORD* pContrast, DWORD* pSaturation,
@@ -111,7 +107,7 @@ BOOL CDVRNetDevice_V3::SetVideoColor(LONG lChannel, DWORD dwBrightness, DWORD dw
 BOOL CDVRNetDevice_V3::SaveVideoColor(LONG lChannel, DWORD dwBrightness, DWORD dwContrast, DWORD dwSaturation,
                                       DWORD dwHue) {
     const auto color = ColorInfo(lChannel, dwBrightness, dwContrast, dwSaturation, dwHue);
-    return color && AskYesNo(CMD_REQUEST_COLOR_SAVE, BodyOf(*color), CMD_REPLY_CFG_SUCC, CMD_REPLY_CFG_FAIL);
+    return color && Ask(CMD_REQUEST_COLOR_SAVE, BodyOf(*color), CMD_REPLY_CFG_SUCC, REFUSAL{CMD_REPLY_CFG_FAIL});
 }
 
 BOOL CDVRNetDevice_V3::GetDefaultVideoColor(DWORD* pBrightness, DWORD* pContrast, DWORD* pSaturation, DWORD* pHue) {
@@ -158,22 +154,23 @@ BOOL CDVRNetDevice_V3::SetDeviceAlarm(LONG* pAlarmOut, LONG* pValue, LONG* pAlar
 
 BOOL CDVRNetDevice_V3::GetDeviceIPCInfo(HLX_IPC_DEVICE_INFO* pInfo, LONG lMaxNum, LONG* pNum) {
     if (!pInfo || !pNum || lMaxNum < 0) return Failure(HLX_PARAMETER_ERROR);
-    if (!AskYesNo(CMD_REQUEST_CFG_ENTER_IPCAM, {}, CMD_REPLY_CFG_SUCC, CMD_REPLY_CFG_FAIL, HLX_OPER_BY_OTHER))
-        return false;
-    const bool bDone = AskIPCInfo(pInfo, lMaxNum, pNum);
+    const REFUSAL refusal{CMD_REPLY_CFG_FAIL, HLX_OPER_BY_OTHER};
+    const bool bEntered = Ask(CMD_REQUEST_CFG_ENTER_IPCAM, {}, CMD_REPLY_CFG_SUCC, refusal).has_value();
+    if (!bEntered && CThreadState::Instance()->GetLastError() == HLX_OPER_BY_OTHER) return false;
+    const bool bDone = bEntered && AskIPCInfo(pInfo, lMaxNum, pNum);  // one that does not answer may have entered
     // Quietly: the number of what went before stays. A recorder whose link fell has ended the configuring itself.
     SendConnected(CMD_REQUEST_CFG_LEAVE_IPCAM, {});
     return bDone;
 }
 
 bool CDVRNetDevice_V3::AskIPCInfo(HLX_IPC_DEVICE_INFO* pInfo, LONG lMaxNum, LONG* pNum) {
-    const auto reply =
-        Ask(CMD_REQUEST_NET_DEVICE_LOG_GET, {}, {CMD_REPLY_NET_DEVICE_LOG_GET_SUCC, CMD_REPLY_NET_DEVICE_LOG_GET_FAIL});
+    const auto reply = Ask(CMD_REQUEST_NET_DEVICE_LOG_GET, {}, CMD_REPLY_NET_DEVICE_LOG_GET_SUCC,
+                           REFUSAL{CMD_REPLY_NET_DEVICE_LOG_GET_FAIL});
     if (!reply) return false;
-    if (reply->cmdType == CMD_REPLY_NET_DEVICE_LOG_GET_FAIL) return Failure(HLX_DVR_OPRATE_FAILED);
     CWireReader reader(reply->cmdParam);
     const auto told = reader.Read<tuint32>();
-    if (!reader.Good() || told > reader.Left() / sizeof(NET_IPC_DEVICE_INFO)) return Failure(HLX_NETWORK_ERRORDATA);
+    if (!reader.Good() || told > reader.Left() / sizeof(NET_IPC_DEVICE_INFO))
+        return WrongReply(CMD_REQUEST_NET_DEVICE_LOG_GET);
     *pNum = std::min<LONG>(told, lMaxNum);
     for (LONG i = 0; i < *pNum; ++i) pInfo[i] = ToIPCInfo(reader.Read<NET_IPC_DEVICE_INFO>());
     return true;

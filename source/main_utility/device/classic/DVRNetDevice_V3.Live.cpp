@@ -1,6 +1,7 @@
 // Live channels of the classic recorder.
 #include <algorithm>
 #include <mutex>
+#include <new>
 
 #include "main_utility/device/classic/DVRNetDevice_V3.h"
 #include "sdk_common/WireReader.h"
@@ -42,7 +43,7 @@ bool CDVRNetDevice_V3::OpenStream(LONG lChannel, BOOL bFirstStream, unsigned int
     return Failure(refusal);
 }
 
-bool CDVRNetDevice_V3::AddTask(LONG lChannel, BOOL bFirstStream, unsigned int bufid) {
+bool CDVRNetDevice_V3::AddTask(LONG lChannel, BOOL bFirstStream, unsigned int bufid) try {
     std::lock_guard guard(m_ChanelTaskInfoLock);
     const auto isSame = [&](const DVR_CHANEL_TASKINFO& task) {
         return task.channel == lChannel && task.bFirstStream == bFirstStream;
@@ -57,6 +58,8 @@ bool CDVRNetDevice_V3::AddTask(LONG lChannel, BOOL bFirstStream, unsigned int bu
     if (place == handles.end()) return Failure(HLX_NORESOURCE);
     *place = bufid;
     return true;
+} catch (const std::bad_alloc&) {
+    return Failure(HLX_NORESOURCE);
 }
 
 bool CDVRNetDevice_V3::SendStreamMasks(tuint32 dwCmdType) {
@@ -80,7 +83,7 @@ HLX_ERROR CDVRNetDevice_V3::StreamRefusal() {
     const HLX_ERROR error = AskQuietly(CMD_REQUEST_LAST_STREAM_ERROR, {}, {CMD_REPLY_LAST_STREAM_ERROR}, reply);
     if (error == HLX_NETWORK_NOT_CONNECT) return error;
     const bool bRefused = CWireReader(reply.cmdParam).Read<tuint32>() == NETERR_STREAM_NO_RESOURCE;
-    return bRefused ? HLX_DVR_NORESOURCE : HLX_SUCCESS;
+    return bRefused ? LogRefusal(CMD_REQUEST_LAST_STREAM_ERROR, HLX_DVR_NORESOURCE) : HLX_SUCCESS;
 }
 
 BOOL CDVRNetDevice_V3::StopLiveChannel(LONG lChannel, BOOL bFirstStream, unsigned int) {

@@ -1,12 +1,17 @@
 // Cameras that the classic recorder moves.
 #include "main_utility/device/classic/DVRNetDevice_V3.h"
 
+bool CDVRNetDevice_V3::AskPTZ(Body body) {
+    return Ask(CMD_REQUEST_PTZ_CTRL, body, CMD_REPLY_PTZ_SEND_CMD_SUC,
+               REFUSAL{CMD_REPLY_PTZ_SEND_CMD_FAIL, HLX_ERROR_SERIALPORT})
+        .has_value();
+}
+
 BOOL CDVRNetDevice_V3::PTZControl(LONG lChannel, DWORD dwPTZCommand, DWORD dwValue, DWORD dwSpeed, BOOL, BOOL) {
     if (!HasChannel(lChannel)) return Failure(HLX_CHANNEL_ERROR);
     if (dwPTZCommand > PTZ_CMD_AUTO_SCAN_STOP) return Failure(HLX_PARAMETER_ERROR);
     const NET_PTZ_CTRL_INFO info = {static_cast<tuint32>(lChannel), dwSpeed, dwPTZCommand, dwValue};
-    return AskYesNo(CMD_REQUEST_PTZ_CTRL, BodyOf(info), CMD_REPLY_PTZ_SEND_CMD_SUC, CMD_REPLY_PTZ_SEND_CMD_FAIL,
-                    HLX_ERROR_SERIALPORT);
+    return AskPTZ(BodyOf(info));
 }
 
 BOOL CDVRNetDevice_V3::PTZSetCruise(LONG lChannel, BYTE byCruise, DD_CRUISE_POINT_INFO* pPoints, WORD wPointNum, BOOL) {
@@ -24,6 +29,5 @@ BOOL CDVRNetDevice_V3::PTZSetCruise(LONG lChannel, BYTE byCruise, DD_CRUISE_POIN
         body.points[i] = {point.dwPointIndex, point.dwPresetIdx, point.dwDwellSpeed, point.dwDwellTime};
     }
     const size_t length = sizeof(body.control) + sizeof(body.count) + wPointNum * sizeof(NET_CRUISE_POINT_INFO);
-    return AskYesNo(CMD_REQUEST_PTZ_CTRL, BodyOf(body).first(length), CMD_REPLY_PTZ_SEND_CMD_SUC,
-                    CMD_REPLY_PTZ_SEND_CMD_FAIL, HLX_ERROR_SERIALPORT);
+    return AskPTZ(BodyOf(body).first(length));
 }

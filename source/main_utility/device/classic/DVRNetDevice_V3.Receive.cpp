@@ -38,11 +38,11 @@ BOOL CDVRNetDevice_V3::OnReceiveData(const char* pBuf, int iLen) {
 
 void CDVRNetDevice_V3::OnLinkBroken() {
     m_replies.Break();
+    m_combiner.Clear();
     if (m_deviceStatus.exchange(NET_DEVICE_STATUS_DISCONNECT) != NET_DEVICE_STATUS_CONNECTED) return;
     std::fputs("Net Disconnected......\n", stderr);  // standard output may carry the application's stream
     m_baseLocalTime = 0;
     m_baseFrameTime = 0;
-    m_combiner.Clear();
     ClearStreams();
 }
 
@@ -109,13 +109,14 @@ void CDVRNetDevice_V3::DeliverFrame(const FRAME_INFO& wire, Body data) {
     m_sdkFrameInfo.deviceID = static_cast<tuint32>(m_deviceID);
     NoteTimes(wire);
     const auto* pData = reinterpret_cast<const unsigned char*>(data.data());
-    if (wire.streamID == DOWNLOAD_STREAM_ID) return PushFrame(DOWNLOAD_STREAM_ID, pData);
+    if (wire.streamID == DOWNLOAD_STREAM_ID) return (void)PushFrame(DOWNLOAD_STREAM_ID, pData);
     if (IsPlaybackStream(wire.streamID)) {
-        return PushFrame(PLAYBACK_BUFFER_ID(m_deviceID, wire.streamID - PLAYBACK_STREAM_ID_FIRST), pData);
+        return (void)PushFrame(PLAYBACK_BUFFER_ID(m_deviceID, wire.streamID - PLAYBACK_STREAM_ID_FIRST), pData);
     }
     // Any other stream id is live. It never names a ring: a recorder must not reach the rings of another.
     CollectReceivers();
-    for (const unsigned int bufferID : m_receivers) PushFrame(bufferID, pData);
+    for (const unsigned int bufferID : m_receivers)
+        if (!PushFrame(bufferID, pData)) return;
 }
 
 void CDVRNetDevice_V3::NoteTimes(const FRAME_INFO& wire) {
@@ -149,10 +150,12 @@ void CDVRNetDevice_V3::CollectReceivers() {
     }
 }
 
-void CDVRNetDevice_V3::PushFrame(unsigned int bufferID, const unsigned char* pData) {
+/// False when the session ended meanwhile.
+bool CDVRNetDevice_V3::PushFrame(unsigned int bufferID, const unsigned char* pData) {
     // A full ring holds the engine's thread: this is the back-pressure on the recorder. PushData gives the frame up by itself.
     while (!m_pDataBufferMan->PushData(bufferID, m_sdkFrameInfo, pData)) {
-        if (m_deviceStatus == NET_DEVICE_STATUS_DISCONNECT) return;
+        if (m_deviceStatus == NET_DEVICE_STATUS_DISCONNECT) return false;
         PUB_Sleep(FULL_RING_PAUSE_MS);
     }
+    return true;
 }

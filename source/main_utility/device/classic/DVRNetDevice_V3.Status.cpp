@@ -12,6 +12,9 @@ struct STATUS_MASK {
     DWORD kind;  // an HLX_ALARM_TYPE or a DD_RECORD_TYPE_*
 };
 
+/// What a recorder says of inputs that it does not have is not passed on.
+tuint64 Existing(tuint64 mask, DWORD inputs) { return inputs < 64 ? mask & ((tuint64{1} << inputs) - 1) : mask; }
+
 /// One record per bit, as many as there is room for. Their number; -1 without a place for them.
 template <class Record, size_t COUNT, class Make>
 LONG FillFromMasks(const STATUS_MASK (&masks)[COUNT], Record* pRecords, LONG lMaxNum, Make make) {
@@ -39,18 +42,21 @@ Record MakeAlarm(DWORD kind, DWORD bit) {
 template <class Record, class Make>
 LONG CDVRNetDevice_V3::FillAlarms(Record* pInfo, LONG lMaxNum, Make make) {
     if (m_deviceStatus != NET_DEVICE_STATUS_CONNECTED) return Failure(HLX_NETWORK_NOT_CONNECT, LONG{-1});
-    const STATUS_MASK masks[] = {
-        {m_ullMotion, HLX_ALARM_TYPE_MOTION}, {m_ullSensor, HLX_ALARM_TYPE_SENSOR}, {m_ullVloss, HLX_ALARM_TYPE_VLOSS}};
+    const HLX_DEVICEINFO info = DeviceInfo();
+    const STATUS_MASK masks[] = {{Existing(m_ullMotion, info.videoInputNum), HLX_ALARM_TYPE_MOTION},
+                                 {Existing(m_ullSensor, info.sensorInputNum), HLX_ALARM_TYPE_SENSOR},
+                                 {Existing(m_ullVloss, info.videoInputNum), HLX_ALARM_TYPE_VLOSS}};
     return FillFromMasks(masks, pInfo, lMaxNum, make);
 }
 
 template <class Record, class Make>
 LONG CDVRNetDevice_V3::FillRecordStatus(Record* pStatus, LONG lMaxNum, Make make) {
     if (m_deviceStatus != NET_DEVICE_STATUS_CONNECTED) return Failure(HLX_NETWORK_NOT_CONNECT, LONG{-1});
-    const STATUS_MASK masks[] = {{m_ullManualRec, DD_RECORD_TYPE_MANUAL},
-                                 {m_ullScheduleRec, DD_RECORD_TYPE_SCHEDULE},
-                                 {m_ullMotionRec, DD_RECORD_TYPE_MOTION},
-                                 {m_ullSensorRec, DD_RECORD_TYPE_SENSOR}};
+    const DWORD channels = DeviceInfo().videoInputNum;
+    const STATUS_MASK masks[] = {{Existing(m_ullManualRec, channels), DD_RECORD_TYPE_MANUAL},
+                                 {Existing(m_ullScheduleRec, channels), DD_RECORD_TYPE_SCHEDULE},
+                                 {Existing(m_ullMotionRec, channels), DD_RECORD_TYPE_MOTION},
+                                 {Existing(m_ullSensorRec, channels), DD_RECORD_TYPE_SENSOR}};
     return FillFromMasks(masks, pStatus, lMaxNum, make);
 }
 

@@ -7,6 +7,7 @@
 
 #include "sdk_common/PubTime.h"
 #include "sdk_common/WireReader.h"
+#include "sdk_common/YLog4C.h"
 
 namespace {
 
@@ -21,6 +22,18 @@ constexpr unsigned int CLOCK_ROUND_MS = 10;
 struct LOGIN_REFUSAL {
     tuint32 word;
     HLX_ERROR error;
+};
+
+struct REFUSAL_TEXT {
+    HLX_ERROR error;
+    const char* pText;
+};
+
+/// What the log says of a request that came to nothing; any other number is the recorder's own refusal.
+constexpr REFUSAL_TEXT REFUSAL_TEXTS[] = {
+    {HLX_NETWORK_NOT_CONNECT, "no link"},           {HLX_NETWORK_SEND_ERROR, "not sent"},
+    {HLX_NETWORK_RECV_TIMEOUT, "no reply"},         {HLX_NETWORK_ERRORDATA, "senseless reply"},
+    {HLX_ALLOC_RESOURCE_ERROR, "no memory for it"},
 };
 
 constexpr LOGIN_REFUSAL LOGIN_REFUSALS[] = {
@@ -147,12 +160,14 @@ HLX_ERROR CDVRNetDevice_V3::LoginOnLink(const char* sUserName, const char* sPass
     CopyText(m_szUserName, sUserName);
     CopyText(m_szPasswd, sPassword);
     if (!m_replies.Open()) return HLX_NETWORK_NOT_CONNECT;
+    ClearStatus();  // the recorder tells its status right behind the login
     constexpr tuint32 LOGIN_REPLIES[] = {CMD_REPLY_LONGIN_SUCC, CMD_REPLY_LONGIN_FAIL};
     REPLY_CMD_DATA reply;
     HLX_ERROR error = m_replies.Ask([this] { return SendLogin(); }, LOGIN_REPLIES, reply);
     if (error == HLX_SUCCESS) error = TakeLoginReply(reply);
-    if (error != HLX_SUCCESS) m_replies.Close();
-    return error;
+    if (error == HLX_SUCCESS) return HLX_SUCCESS;
+    m_replies.Close();
+    return LogRefusal(CMD_REQUEST_LOGIN, error);
 }
 
 HLX_ERROR CDVRNetDevice_V3::SendLogin() {
@@ -203,6 +218,13 @@ BOOL CDVRNetDevice_V3::Logout() {
     return true;
 }
 
+/// What the recorder told on an earlier link may be over.
+void CDVRNetDevice_V3::ClearStatus() {
+    for (auto* pMask : {&m_ullVloss, &m_ullMotion, &m_ullSensor, &m_ullManualRec, &m_ullScheduleRec, &m_ullMotionRec,
+                        &m_ullSensorRec})
+        *pMask = 0;
+}
+
 void CDVRNetDevice_V3::ClearStreams() {
     m_ullFirstStream = 0;
     m_ullSecondStream = 0;
@@ -238,23 +260,35 @@ HLX_ERROR CDVRNetDevice_V3::SendConnected(tuint32 dwCmdType, Body body) {
 
 bool CDVRNetDevice_V3::SendRequestCmd(tuint32 dwCmdType, Body body) {
     const HLX_ERROR error = SendConnected(dwCmdType, body);
-    return error == HLX_SUCCESS || Failure(error);
+    return error == HLX_SUCCESS || Failure(LogRefusal(dwCmdType, error));
 }
 
 HLX_ERROR CDVRNetDevice_V3::AskQuietly(tuint32 dwCmdType, Body body, std::initializer_list<tuint32> accepted,
                                        REPLY_CMD_DATA& reply) {
     // A request of the application does not wait behind a login: until that is through the session is not there.
     const std::thread::id loginThread = m_loginThread;
-    if (loginThread != std::thread::id{} && loginThread != std::this_thread::get_id()) return HLX_NETWORK_NOT_CONNECT;
-    return m_replies.Ask([&] { return SendConnected(dwCmdType, body); }, {accepted.begin(), accepted.size()}, reply);
+    HLX_ERROR error = HLX_NETWORK_NOT_CONNECT;
+    if (loginThread == std::thread::id{} || loginThread == std::this_thread::get_id())
+        error =
+            m_replies.Ask([&] { return SendConnected(dwCmdType, body); }, {accepted.begin(), accepted.size()}, reply);
+    return error == HLX_SUCCESS ? HLX_SUCCESS : LogRefusal(dwCmdType, error);
 }
 
-std::optional<REPLY_CMD_DATA> CDVRNetDevice_V3::Ask(tuint32 dwCmdType, Body body,
-                                                    std::initializer_list<tuint32> accepted) {
+std::optional<REPLY_CMD_DATA> CDVRNetDevice_V3::Ask(tuint32 dwCmdType, Body body, tuint32 yes,
+                                                    std::optional<REFUSAL> no) {
     REPLY_CMD_DATA reply;
-    const HLX_ERROR error = AskQuietly(dwCmdType, body, accepted, reply);
+    const HLX_ERROR error = AskQuietly(dwCmdType, body, {yes, no ? no->reply : yes}, reply);
     if (error != HLX_SUCCESS) return Failure(error, std::nullopt);
+    if (reply.cmdType != yes) return Failure(LogRefusal(dwCmdType, no->error), std::nullopt);
     return reply;
+}
+
+HLX_ERROR CDVRNetDevice_V3::LogRefusal(tuint32 dwCmdType, HLX_ERROR error) {
+    const auto* pRow = std::ranges::find(REFUSAL_TEXTS, error, &REFUSAL_TEXT::error);
+    const char* pText = pRow == std::end(REFUSAL_TEXTS) ? "refused" : pRow->pText;
+    YLOG(YLOG_WARN, "user %d: request %x: %s, number %d", static_cast<int>(m_deviceID), dwCmdType, pText,
+         static_cast<int>(error));
+    return error;
 }
 
 // ---- Facts ----
@@ -293,12 +327,12 @@ BOOL CDVRNetDevice_V3::GetDvrCurrentTime(const char*, DD_TIME* pTime) {
 BOOL CDVRNetDevice_V3::SearchDiskInfo(DVR_DISK_INFO* pDisks, unsigned int uMaxNum, unsigned int& uDiskNum) {
     uDiskNum = 0;
     if (!pDisks) return Failure(HLX_PARAMETER_ERROR);
-    const auto reply = Ask(CMD_REQUEST_DISK_START, {}, {CMD_REPLY_DISK_INFO, CMD_REPLY_DISK_FAIL});
+    const auto reply =
+        Ask(CMD_REQUEST_DISK_START, {}, CMD_REPLY_DISK_INFO, REFUSAL{CMD_REPLY_DISK_FAIL, HLX_DISK_ERROR});
     if (!reply) return false;
-    if (reply->cmdType == CMD_REPLY_DISK_FAIL) return Failure(HLX_DISK_ERROR);
     CWireReader reader(reply->cmdParam);
     const auto told = reader.Read<tuint32>();
-    if (!reader.Good() || told > reader.Left() / sizeof(DVR_DISK_INFO)) return Failure(HLX_NETWORK_ERRORDATA);
+    if (!reader.Good() || told > reader.Left() / sizeof(DVR_DISK_INFO)) return WrongReply(CMD_REQUEST_DISK_START);
     uDiskNum = std::min(told, uMaxNum);
     for (unsigned int i = 0; i < uDiskNum; ++i) pDisks[i] = reader.Read<DVR_DISK_INFO>();
     return true;

@@ -215,16 +215,26 @@ private:
     HLX_ERROR SendConnected(tuint32 dwCmdType, Body body);
     HLX_ERROR SendFrame(tuint32 dwCmdType, Body body);
     HLX_ERROR AskQuietly(tuint32 dwCmdType, Body body, std::initializer_list<tuint32> accepted, REPLY_CMD_DATA& reply);
-    std::optional<REPLY_CMD_DATA> Ask(tuint32 dwCmdType, Body body, std::initializer_list<tuint32> accepted);
 
-    /// Waits for `yes` or `no`; the latter sets `refused`.
-    bool AskYesNo(tuint32 dwCmdType, Body body, tuint32 yes, tuint32 no, HLX_ERROR refused = HLX_DVR_OPRATE_FAILED);
+    /// A reply of failure, and the number that it sets.
+    struct REFUSAL {
+        tuint32 reply;
+        HLX_ERROR error = HLX_DVR_OPRATE_FAILED;
+    };
+    /// The reply `yes`, or nothing after the wait, on a link that fell or with the reply `no`.
+    std::optional<REPLY_CMD_DATA> Ask(tuint32 dwCmdType, Body body, tuint32 yes, std::optional<REFUSAL> no = {});
+
+    /// Logs what came of a request that failed, and gives `error` back.
+    HLX_ERROR LogRefusal(tuint32 dwCmdType, HLX_ERROR error);
+    /// The reply to `dwCmdType` makes no sense. False, with HLX_NETWORK_ERRORDATA.
+    bool WrongReply(tuint32 dwCmdType) { return Failure(LogRefusal(dwCmdType, HLX_NETWORK_ERRORDATA)); }
 
     // Control
     std::optional<NET_COLOR_INFO> ColorInfo(LONG lChannel, DWORD dwBrightness, DWORD dwContrast, DWORD dwSaturation,
                                             DWORD dwHue);
     std::optional<NET_COLOR_INFO> AskColor(LONG lChannel);
     bool SendManualRecord(LONG lChannel, bool bStart, LONG lRecordType);
+    bool AskPTZ(Body body);
     bool AskIPCInfo(HLX_IPC_DEVICE_INFO* pInfo, LONG lMaxNum, LONG* pNum);
 
     // Login
@@ -234,6 +244,7 @@ private:
     HLX_ERROR BeginSession(const PRODUCT_INFO& product);
     HLX_DEVICEINFO DeviceInfo();
     void ClearStreams();
+    void ClearStatus();
 
     // Status
     template <class Record, class Make>
@@ -250,7 +261,7 @@ private:
     void DeliverFrame(const FRAME_INFO& wire, Body data);
     void NoteTimes(const FRAME_INFO& wire);
     void CollectReceivers();
-    void PushFrame(unsigned int bufferID, const unsigned char* pData);
+    bool PushFrame(unsigned int bufferID, const unsigned char* pData);
 
     // Live
     bool OpenStream(LONG lChannel, BOOL bFirstStream, unsigned int bufid);
