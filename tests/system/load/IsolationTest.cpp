@@ -108,9 +108,10 @@ struct BLOCKED_VIEWER {
 TEST_F(Isolation, ACallbackThatBlocksForAMinute) {
     const CTempDir logs;
     HLX_SetLogToFile(1, logs.Path().c_str(), 1, YLOG_WARN);
-    CLASSIC_RECORDER_CONFIG config = Fast(1, 40);
+    const CFastTime fast(10);  // a frame that finds no room holds the engine for a moved 10 ms
+    CLASSIC_RECORDER_CONFIG config = Fast(1, 20);
+    config.soundUnits = 25;
     config.bKeepDigests = true;
-    config.heartbeat = std::chrono::milliseconds(20);  // moved seconds pass quickly
     CClassicRecorder& recorder = StartRecorder(config);
     const LONG id = Login();
     BLOCKED_VIEWER viewer;
@@ -131,7 +132,7 @@ TEST_F(Isolation, ACallbackThatBlocksForAMinute) {
     };
     EXPECT_TRUE(WaitUntil(settled, std::chrono::seconds(20))) << "the stream goes on behind its gap";
     HLX_StopLivePlay(handle);
-    HLX_SetLogToFile(0, nullptr, 1, YLOG_WARN);
+    HLX_SetLogToFile(0, logs.Path().c_str(), 1, YLOG_WARN);
     settled();
     const LEDGER_TOTALS totals = viewer.ledger.Totals();
     EXPECT_EQ(0U, totals.wrong + totals.atStart + totals.withLink);
