@@ -1,5 +1,5 @@
 # What `cmake --install` puts where: the library with its header, CMake package and pkg-config file, and hlx with its
-# man page. The simulator's folder installs its own.
+# man page and completion. The simulator's folder installs its own.
 if(NOT TARGET HLX)
   return()
 endif()
@@ -30,4 +30,8 @@ if(HLX_TOOLS)
   set_target_properties(hlx PROPERTIES INSTALL_RPATH "$ORIGIN/${HLX_BIN_TO_LIB}")
   install(TARGETS hlx RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(FILES ${PROJECT_SOURCE_DIR}/docs/man/hlx.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  set(HLX_COMPLETIONS ${PROJECT_BINARY_DIR}/tools/hlx/completions)
+  install(FILES ${HLX_COMPLETIONS}/hlx DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES ${HLX_COMPLETIONS}/_hlx DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+  install(FILES ${HLX_COMPLETIONS}/hlx.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 endif()

@@ -1032,7 +1032,7 @@ typedef struct tWAVEFORMATEX {
 // -------------------------------------------------------------------------------------------------------- callbacks
 //
 // All run on threads of the library. Data is valid during the call only. The last argument is what the application gave
-// when it registered the callback. No callback may call HLX_Cleanup.
+// when it registered the callback. HLX_Cleanup is refused inside every callback with HLX_OPER_NOPERMIT (16).
 
 /// Something happened to a session: an _hlx_exception_type, the user id, and the channel for the channel types (else
 /// 0). NETWORK_DISCONNECT comes on the check-connect thread, NETWORK_RECONNECT on the reconnect thread.
@@ -1058,8 +1058,8 @@ typedef void (*LIVE_DATA_CALLBACK_EX)(POINTERHANDLE lLiveHandle, UINT dataType, 
 
 /// Device status, on the message thread: an HLX_DEVICE_MSG_TYPE, the user id, and an array of HLX_ALARMINFO or
 /// HLX_RECORD_STATUS (or the device's bytes for HLX_IVM_RULE) of dwBufLen bytes. The result is ignored.
-/// HLX_CloseAlarmChan in it returns at once and makes this callback the session's last; HLX_Cleanup is refused in it with
-/// HLX_OPER_NOPERMIT (16).
+/// HLX_CloseAlarmChan in it returns at once and makes this callback the session's last, and so does HLX_Logout of the
+/// session. A C++ exception that leaves it is caught and logged.
 typedef BOOL (*NET_MESSAGE_CALLBACK)(LONG lCommand, LONG lUserID, char* pBuf, DWORD dwBufLen, void* pUser);
 
 /// As NET_MESSAGE_CALLBACK with HLX_ALARMINFO_EX and HLX_RECORD_STATUS_EX.
@@ -1097,8 +1097,8 @@ extern "C" {
 HLX_API BOOL HLX_Init(void);
 
 /// Ends the library: stops streams, logs out, joins all threads. The result is 1, also when nothing was started; the
-/// last error is then HLX_NOINIT (3). From inside a live frame callback or a message callback it does nothing and returns
-/// 0 with HLX_OPER_NOPERMIT (16). Blocks until all threads have ended, up to about 2 s.
+/// last error is then HLX_NOINIT (3). From inside any callback it does nothing and returns 0 with HLX_OPER_NOPERMIT
+/// (16). Blocks until all threads have ended, up to about 2 s.
 HLX_API BOOL HLX_Cleanup(void);
 
 /// 0x00010002: version 1.2. 0 without HLX_Init. Keeps the last error. Local.
@@ -1114,13 +1114,19 @@ HLX_API DWORD HLX_GetLastError(void);
 /// are no texts. Needs no HLX_Init. Local.
 HLX_API char* HLX_GetErrorMsg(LONG* pErrorNo);
 
-/// Switches the log on or off, to files and console (standard error). It is off after HLX_Init and from HLX_Cleanup on.
-/// `strLogDir`: directory of the files, made if it is missing; null, empty or above 255 bytes leaves the directory as it
-/// was, at first the program's own. `bAutoDel` has no effect. `logLevel`: the highest YLOG_LEVEL that is written, held
-/// inside their range. The files are named after the program, "<name>.log" the current one, at most 100 of at most
-/// 2147483646 bytes; other processes may write to them too. A thread of the log writes, so callers do not wait; lines
-/// that cannot be written are dropped and counted in the log. Passwords, keys and nonces are never written. The result
-/// is 1. Switching off waits for what is not written yet. Local.
+/// Switches the log on or off, to files and, always with them, to the console: every line stands on standard error
+/// too, among the program's own output there; lines for which it has no room at the moment are dropped. It is off
+/// after HLX_Init and from HLX_Cleanup on, and for good in a forked child. `strLogDir`: directory of the files, made
+/// if it is missing, a relative one in the working directory of now; null, empty or with an absolute path above 255
+/// bytes leaves the directory as it was, at first the program's own. It may also name the current file itself: a path
+/// that ends in ".log" and is no directory; its name without ".log" is then up to 63 bytes. `bAutoDel` has no effect.
+/// `logLevel`: the highest YLOG_LEVEL that is written, held inside their range: YLOG_ERROR what failed, YLOG_WARN breaks,
+/// refusals and losses too, YLOG_INFO each login, logout, return and stream too, YLOG_DEBUG and YLOG_BUFF details for
+/// whoever looks for a fault. The files are named after the program, "<name>.log" the current one, "<name>.log.1" and up
+/// full ones, the higher the newer, at most 100 of at most 2147483646 bytes; other processes may write to them too. A
+/// thread of the log writes, so callers do not wait; lines that cannot be written are dropped and counted in the log.
+/// Passwords, keys and nonces are never written. The result is 1. Switching off, and changing the directory, waits
+/// for what is not written yet. Local.
 HLX_API BOOL HLX_SetLogToFile(BOOL bLogEnable, const char* strLogDir, BOOL bAutoDel, int logLevel);
 
 /// Breaks `intTime` (microseconds since 1970) down to local time: second, minute, hour, mday, month and year of
@@ -1152,8 +1158,8 @@ HLX_API BOOL HLX_Logout(LONG lUserID);
 /// least 1. Does not reset the last error. Local.
 HLX_API BOOL HLX_SetConnectTime(DWORD dwWaitTime, DWORD dwTryTimes);
 
-/// Whether broken sessions are opened again (default 1), and every how many ms that is tried (`dwInterval`, default
-/// 3000, at least 100). The streams of a session that is back run again about a second later. Local.
+/// Whether broken sessions are opened again (default 1), 16 at a time, and every how many ms that is tried (`dwInterval`,
+/// default 3000, at least 100). The streams of a session that is back run again about a second later. Local.
 HLX_API BOOL HLX_SetReconnect(DWORD dwInterval, BOOL bEnableRecon);
 
 /// Sets the callback for breaks and returns of sessions, those that carry further viewers of a channel among them; null
@@ -1580,7 +1586,7 @@ HLX_API BOOL HLX_CloseFormatHandle(POINTERHANDLE lFormatHandle);
 
 // ------------------------------------------------------------------------------------------------ messages and alarms
 
-/// Sets the message callback; null takes it off. Local.
+/// Sets the message callback. Null takes it off and waits, as HLX_CloseAlarmChan does, for its call in progress. Local.
 HLX_API BOOL HLX_SetDVRMessageCallBack(NET_MESSAGE_CALLBACK fMessageCallBack, void* pUser);
 
 /// Sets the extended message callback. Both share one user value, the last set. Local.
@@ -1591,8 +1597,9 @@ HLX_API BOOL HLX_SetDVRMessageCallBackEx(NET_MESSAGE_CALLBACK_EX fMessageCallBac
 /// alarm handle, which is the user id. Local.
 HLX_API POINTERHANDLE HLX_SetupAlarmChan(LONG lUserID);
 
-/// Ends it; 1 also for an unknown handle. Waits for a message callback of this session that is in progress; then none comes
-/// any more.
+/// Ends it; 1 also for an unknown handle. Waits for a message callback of this session that is in progress; then none
+/// comes any more. So do not hold a lock that the message callback takes. Inside a message, live frame or register
+/// callback it does not wait, and a message callback in progress is the session's last.
 HLX_API BOOL HLX_CloseAlarmChan(POINTERHANDLE lAlarmHandle);
 
 /// Alarms in force: HLX_ALARMINFO records to `lpOutBuffer` of `dwOutBufferSize` bytes; the device's own answer, if

@@ -12,10 +12,12 @@ struct CLASSIC_COMMAND_OPTIONS {
     std::vector<std::string> status;  // as texts: motion=2
     bool bFast = false;
     bool bEvents = false;
-    double seconds = 0;  // ends by itself after so long; 0: never
+    double seconds = 0;    // ends by itself after so long; 0: never
+    std::string sScript;   // file of script lines; empty: none
+    std::string sControl;  // "-": control lines on standard input; empty: none
 };
 
 /// Runs a recorder until SIGINT or SIGTERM, or until its time is over, and gives the program's exit code. One JSON line
-/// on standard output tells that it is ready; with bEvents one for each event follows. Blocks both signals in all
-/// threads.
+/// on standard output tells that it is ready; with bEvents one for each event follows, and one for each script line done;
+/// each control line is answered with one.
 int RunClassic(CLASSIC_COMMAND_OPTIONS options);

@@ -6,6 +6,10 @@ const char* EventName(SIM_EVENT_KIND kind) {
     switch (kind) {
         case SIM_EVENT_KIND::ACCEPTED:
             return "accepted";
+        case SIM_EVENT_KIND::CALLED:
+            return "called";
+        case SIM_EVENT_KIND::VAIN_CALL:
+            return "vain-call";
         case SIM_EVENT_KIND::LOGIN:
             return "login";
         case SIM_EVENT_KIND::REFUSED:

@@ -10,11 +10,13 @@
 #include <vector>
 
 enum class SIM_EVENT_KIND {
-    ACCEPTED,  // a link's client spoke for the first time; a link that only comes and goes is not told
-    LOGIN,     // sText: user name
-    REFUSED,   // value: word of the refusal
-    COMMAND,   // value: command id of any request, before it is served
-    STREAMS,   // firstMask, secondMask, soundMask: what is wanted now
+    ACCEPTED,   // a link's client spoke for the first time; a link of a client that only comes and goes is not told
+    CALLED,     // the device's own call came through
+    VAIN_CALL,  // sText: why no link came of the device's own call
+    LOGIN,      // sText: user name
+    REFUSED,    // value: word of the refusal
+    COMMAND,    // value: command id of any request, before it is served
+    STREAMS,    // firstMask, secondMask, soundMask: what is wanted now
     LOGOUT,
     FAULT,     // sText: name of the fault that acted
     BAD_DATA,  // sText: what the client sent wrong; the link is closed

@@ -21,6 +21,7 @@ constexpr SIM_FAULT_ROW FAULT_TABLE[] = {
     {KIND::SILENT, "silent", 0, "leave the link open and send nothing more"},
     {KIND::CLOSE_AFTER, "close-after", 100000, "close the link after so many bytes"},
     {KIND::SILENT_AFTER, "silent-after", 100000, "send nothing more after so many bytes"},
+    {KIND::CLOSE_EVERY, "close-every", 30000, "close each link so many milliseconds after the client's first bytes"},
     {KIND::WRONG_REPLY, "wrong-reply", 0x20001, "send replies with this command id"},
     {KIND::SHORT_REPLY, "short-reply", 0, "cut the body of replies to so many bytes"},
     {KIND::REPLY_DELAY, "reply-delay", 500, "send replies so many milliseconds late"},
@@ -110,6 +111,11 @@ auto FindFault(Faults& faults, SIM_FAULT_KIND kind, SIM_PHASE phase) {
 void CFaultPlan::Set(std::vector<SIM_FAULT> faults) {
     const std::lock_guard lock(m_lock);
     m_faults = std::move(faults);
+}
+
+void CFaultPlan::Add(const SIM_FAULT& fault) {
+    const std::lock_guard lock(m_lock);
+    m_faults.push_back(fault);
 }
 
 std::optional<std::int64_t> CFaultPlan::Peek(SIM_FAULT_KIND kind, SIM_PHASE phase) const {

@@ -31,6 +31,7 @@ enum class SIM_FAULT_KIND {
     SILENT,         // the link stays open, nothing is sent any more
     CLOSE_AFTER,    // the link is closed when so many bytes were sent on it
     SILENT_AFTER,   // nothing more after so many bytes
+    CLOSE_EVERY,    // each link is closed so many milliseconds after the client's first bytes
     WRONG_REPLY,    // replies carry this command id
     SHORT_REPLY,    // bodies of replies are cut to so many bytes
     REPLY_DELAY,    // replies come so many milliseconds late
@@ -70,6 +71,7 @@ std::optional<SIM_FAULT> ParseFault(const std::string& sText, std::string& sErro
 class CFaultPlan {
 public:
     void Set(std::vector<SIM_FAULT> faults);
+    void Add(const SIM_FAULT& fault);
 
     /// The value of the first fault of this kind that acts at `phase`, without using it up.
     std::optional<std::int64_t> Peek(SIM_FAULT_KIND kind, SIM_PHASE phase = SIM_PHASE::ANY) const;

@@ -31,7 +31,7 @@ void DropFront(SIM_BYTES& buffer, size_t& at) {
 
 }  // namespace
 
-CSimLink::CSimLink(int sock, unsigned id) : m_sock(sock), m_id(id) {
+CSimLink::CSimLink(int sock, unsigned id, SIM_LINK_WAY way) : m_sock(sock), m_id(id), m_way(way) {
     const int on = 1;
     setsockopt(sock, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
 }

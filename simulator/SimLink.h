@@ -1,4 +1,4 @@
-// One accepted connection of a simulated device.
+// One connection of a simulated device.
 #pragma once
 
 #include <initializer_list>
@@ -12,6 +12,12 @@ enum class SIM_CUT {
     SILENT,  // stays open; nothing is sent any more, what comes is thrown away
 };
 
+/// Who opened a link.
+enum class SIM_LINK_WAY {
+    ACCEPTED,  // the client
+    CALLED,    // the device itself
+};
+
 /// What CSimLink::NextMessage found.
 enum class SIM_INPUT { NONE, MESSAGE, HEARTBEAT, BAD };
 
@@ -20,12 +26,13 @@ enum class SIM_INPUT { NONE, MESSAGE, HEARTBEAT, BAD };
 class CSimLink {
 public:
     /// Takes the socket over.
-    CSimLink(int sock, unsigned id);
+    CSimLink(int sock, unsigned id, SIM_LINK_WAY way);
     ~CSimLink();
     CSimLink(const CSimLink&) = delete;
     CSimLink& operator=(const CSimLink&) = delete;
 
     unsigned Id() const { return m_id; }
+    SIM_LINK_WAY Way() const { return m_way; }
     int Socket() const { return m_sock; }
 
     /// Queues bytes without a frame around them.
@@ -43,7 +50,7 @@ public:
     /// Ends the link at once; what is queued is lost.
     void Cut(SIM_CUT how);
 
-    /// Ends the link when `bytes` have been sent since it was accepted.
+    /// Ends the link when `bytes` have been sent since it was opened.
     void CutAfter(std::uint64_t bytes, SIM_CUT how);
 
     /// Ends the link once what is queued now has been sent. Nothing more is queued or taken from the client.
@@ -66,6 +73,7 @@ public:
 private:
     const int m_sock;
     const unsigned m_id;
+    const SIM_LINK_WAY m_way;
     SIM_BYTES m_out;
     size_t m_outAt = 0;
     SIM_BYTES m_in;

@@ -95,6 +95,7 @@ void CSimServer::CloseSockets() {
     if (m_wakeSock >= 0) close(m_wakeSock);
     m_listenSock = m_wakeSock = -1;
     m_port = 0;
+    m_pCaller.reset();
 }
 
 void CSimServer::Post(std::function<void()> job) {
@@ -112,6 +113,10 @@ void CSimServer::CutAllLinks(SIM_CUT how) {
     for (PEER& peer : m_peers) peer.pLink->Cut(how);
 }
 
+void CSimServer::ForEachSession(const std::function<void(CSimSession&)>& visit) {
+    for (PEER& peer : m_peers) visit(*peer.pSession);
+}
+
 void CSimServer::Run() {
     const auto stopped = [this] {
         const std::lock_guard lock(m_jobLock);
@@ -121,6 +126,7 @@ void CSimServer::Run() {
         Wait();
         RunJobs();
         if (m_bAccept) AcceptAll();
+        CallOut();
         for (PEER& peer : m_peers) Serve(peer);
         DropEnded();
     }
@@ -131,10 +137,14 @@ void CSimServer::Run() {
 void CSimServer::Wait() {
     const SIM_TIME now = SIM_CLOCK::now();
     SIM_TIME due = now + std::chrono::hours(1);
-    std::vector<pollfd> sockets{{m_wakeSock, POLLIN, 0}, {m_listenSock, POLLIN, 0}};
+    std::vector<pollfd> sockets{{m_wakeSock, POLLIN, 0}, {m_listenSock, POLLIN, 0}, {-1, POLLOUT, 0}};
     if (now < m_acceptFrom) {
         sockets[1].events = 0;
         due = m_acceptFrom;
+    }
+    if (m_pCaller) {
+        sockets[2].fd = m_pCaller->Socket();
+        due = std::min(due, m_pCaller->Due());
     }
     for (const PEER& peer : m_peers) {
         const short events = peer.pLink->Queued() > 0 ? POLLIN | POLLOUT : POLLIN;
@@ -148,7 +158,8 @@ void CSimServer::Wait() {
         for (pollfd& entry : sockets) entry.revents = 0;
     }
     m_bAccept = sockets[1].revents != 0;
-    size_t at = 2;
+    m_bCallDecided = sockets[2].revents != 0;
+    size_t at = 3;
     for (PEER& peer : m_peers) peer.bReadable = (sockets[at++].revents & (POLLIN | POLLHUP | POLLERR)) != 0;
 }
 
@@ -171,11 +182,21 @@ void CSimServer::AcceptAll() {
             if (errno == ECONNABORTED || errno == EINTR) continue;
             return;
         }
-        PEER& peer = m_peers.emplace_back();
-        peer.pLink = std::make_unique<CSimLink>(sock, ++m_lastLinkId);
-        peer.pSession = m_maker(*peer.pLink);
-        peer.pSession->OnOpen(SIM_CLOCK::now());
+        AddPeer(sock, SIM_LINK_WAY::ACCEPTED);
     }
+}
+
+void CSimServer::CallOut() {
+    if (!m_pCaller) return;
+    const int sock = m_pCaller->Step(SIM_CLOCK::now(), m_bCallDecided);
+    if (sock >= 0) AddPeer(sock, SIM_LINK_WAY::CALLED);
+}
+
+void CSimServer::AddPeer(int sock, SIM_LINK_WAY way) {
+    PEER& peer = m_peers.emplace_back();
+    peer.pLink = std::make_unique<CSimLink>(sock, ++m_lastLinkId, way);
+    peer.pSession = m_maker(*peer.pLink);
+    peer.pSession->OnOpen(SIM_CLOCK::now());
 }
 
 void CSimServer::Serve(PEER& peer) {
@@ -213,6 +234,7 @@ void CSimServer::DropEnded() {
         }
         it->pSession->OnClosed();
         it->pSession.reset();
+        if (it->pLink->Way() == SIM_LINK_WAY::CALLED) m_pCaller->OnLinkEnded(SIM_CLOCK::now());
         it = m_peers.erase(it);
     }
 }

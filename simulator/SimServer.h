@@ -1,7 +1,6 @@
-// The socket loop of a simulated device: one thread serves the listening socket and all links.
+// The socket loop of a simulated device: one thread serves the listening socket, calls of its own and all links.
 #pragma once
 
-#include <chrono>
 #include <functional>
 #include <list>
 #include <memory>
@@ -10,17 +9,16 @@
 #include <thread>
 #include <vector>
 
+#include "simulator/SimCaller.h"
 #include "simulator/SimLink.h"
-
-using SIM_CLOCK = std::chrono::steady_clock;
-using SIM_TIME = SIM_CLOCK::time_point;
+#include "simulator/SimTime.h"
 
 /// One link's protocol, as a device family speaks it. Everything runs on the server's thread.
 class CSimSession {
 public:
     virtual ~CSimSession() = default;
 
-    /// The link was accepted.
+    /// The link was accepted, or the device's own call was.
     virtual void OnOpen(SIM_TIME now) = 0;
 
     /// The client's first bytes came.
@@ -51,6 +49,9 @@ public:
     CSimServer(const CSimServer&) = delete;
     CSimServer& operator=(const CSimServer&) = delete;
 
+    /// Gives the server a client that it calls by itself from Start() to Stop(). Before Start() only.
+    void SetCaller(std::unique_ptr<CSimCaller> pCaller) { m_pCaller = std::move(pCaller); }
+
     /// Listens on the numeric IPv4 or IPv6 address and port (0: any free one) and starts the thread. `maker` is called
     /// on it for each link. A server that runs already gives true. False with a sentence in `sError`.
     bool Start(const std::string& sBind, std::uint16_t port, SESSION_MAKER maker, std::string& sError);
@@ -67,6 +68,9 @@ public:
     /// Ends every link. For jobs given to Post().
     void CutAllLinks(SIM_CUT how);
 
+    /// Calls `visit` for each link's session. For jobs given to Post().
+    void ForEachSession(const std::function<void(CSimSession&)>& visit);
+
 private:
     struct PEER {
         std::unique_ptr<CSimLink> pLink;
@@ -80,6 +84,8 @@ private:
     void Wait();
     void RunJobs();
     void AcceptAll();
+    void CallOut();
+    void AddPeer(int sock, SIM_LINK_WAY way);
     void Serve(PEER& peer);
     void TakeMessages(PEER& peer, SIM_TIME now);
     void DropEnded();
@@ -100,4 +106,6 @@ private:
     unsigned m_lastLinkId = 0;
     bool m_bAccept = false;   // the listening socket has links to be taken
     SIM_TIME m_acceptFrom{};  // no sooner: descriptors ran out
+    std::unique_ptr<CSimCaller> m_pCaller;
+    bool m_bCallDecided = false;  // its socket is writable: the call came through or failed
 };

@@ -1,6 +1,7 @@
 // hlx-simulator: devices that exist on this machine only.
 #include <CLI/CLI.hpp>
 
+#include "simulator/classic/ClassicScript.h"
 #include "simulator/ClassicCommand.h"
 
 namespace {
@@ -16,6 +17,28 @@ std::string FaultHelp() {
     return sText + "Phases: connect, head, login, disk, stream, command, any.\n";
 }
 
+std::string WordHelp() {
+    std::string sText = "Lines of scripts and control: [TIME | every TIME] WORD, where WORD is one of\n";
+    for (const CLASSIC_WORD_ROW& row : ClassicWords()) {
+        std::string sName = "  " + std::string(row.pName) + " " + row.pArguments;
+        sName.resize(std::max<size_t>(sName.size() + 1, 27), ' ');
+        sText += sName + row.pHelp + "\n";
+    }
+    return sText;
+}
+
+/// An option that takes 500ms, 2s, 1.5m, 1h or plain seconds.
+void AddTime(CLI::App& command, const std::string& sName, std::chrono::milliseconds& target,
+             const std::string& sDescription) {
+    const auto take = [&target](const std::string& sText) {
+        const auto time = ParseSimTime(sText);
+        if (!time) throw CLI::ValidationError(sText + ": not a time like 500ms, 2s or 1.5m");
+        target = *time;
+    };
+    const std::string sDefault = " [" + std::to_string(target.count()) + "ms]";
+    command.add_option_function<std::string>(sName, take, sDescription + sDefault)->type_name("TIME");
+}
+
 constexpr const char* EXIT_HELP =
     "Exit codes: 0 ended by a signal or by its time; 1 cannot start (port taken, clip missing); 2 wrong usage.\n"
     "Environment: HLX_PASSWORD password that clients must give (must be set); HLX_MEDIA folder with the clips.";
@@ -29,8 +52,22 @@ void AddDeviceOptions(CLI::App& command, CLASSIC_RECORDER_CONFIG& config) {
     command.add_option("--user", config.sUser, "User name that clients must give")->capture_default_str();
     command.add_option("--max-sessions", config.maxSessions, "Logins at a time")->capture_default_str();
     command.add_option("--name", config.sDeviceName, "Device name")->capture_default_str();
+    command.add_option("--device-id", config.deviceID, "Product number")->capture_default_str();
     command.add_option("--product-sub-id", config.productSubID, "Custom product sub-id")->capture_default_str();
     command.add_option("--disks", config.diskCount, "Disks")->check(CLI::Range(0, 16))->capture_default_str();
+    command.add_option("--cameras", config.cameraCount, "Connected cameras")
+        ->check(CLI::Range(0, 64))
+        ->capture_default_str();
+    AddTime(command, "--reboot-delay", config.rebootDelay, "From the reply to a restart to the end of the links");
+    AddTime(command, "--reboot-time", config.rebootTime, "How long a restart takes");
+}
+
+void AddCallOptions(CLI::App& command, CLASSIC_RECORDER_CONFIG& config) {
+    command.add_option("--call-in", config.sCallIn, "Call this client by itself, beside listening")
+        ->type_name("HOST:PORT");
+    command.add_option("--register-id", config.registerID, "Number that the recorder names itself by when it calls")
+        ->capture_default_str();
+    AddTime(command, "--call-again", config.callAgain, "From the end of the link, or a vain call, to the next call");
 }
 
 void AddMediaOptions(CLI::App& command, CLASSIC_COMMAND_OPTIONS& options) {
@@ -44,6 +81,7 @@ void AddMediaOptions(CLI::App& command, CLASSIC_COMMAND_OPTIONS& options) {
         ->delimiter(',')
         ->capture_default_str();
     command.add_option("--sound", config.sSoundClip, "Sound clip, A-law")->capture_default_str();
+    command.add_option("--jpeg-clip", config.sJpegClip, "Clip of the JPEG pictures, MJPEG")->capture_default_str();
     command.add_option("--sound-units", config.soundUnits, "Units of 40 ms in a sound frame")
         ->check(CLI::Range(1, 25))
         ->capture_default_str();
@@ -53,6 +91,9 @@ void AddMediaOptions(CLI::App& command, CLASSIC_COMMAND_OPTIONS& options) {
     command.add_flag("--fast", options.bFast, "Stream as fast as the client reads")->excludes(pSpeed);
     command.add_option("--pack-limit", config.packLimit, "Send longer messages in pieces of so many bytes")
         ->check(CLI::Range(1024, 1 << 30))
+        ->capture_default_str();
+    command.add_option("--queue-limit", config.queueLimit, "With more bytes waiting on a link its streams stand still")
+        ->check(CLI::Range(1, 1 << 25))
         ->capture_default_str();
 }
 
@@ -72,7 +113,12 @@ void AddRunOptions(CLI::App& command, CLASSIC_COMMAND_OPTIONS& options) {
                     "video-loss, manual-record, schedule-record, motion-record or sensor-record")
         ->type_name("KIND=N")
         ->allow_extra_args(false);
-    command.add_flag("--events", options.bEvents, "Print one JSON line for each event");
+    command.add_option("--script", options.sScript, "Do what the lines of this file tell, see below")
+        ->type_name("FILE");
+    command.add_option("--control", options.sControl, "-: do what the lines on standard input tell, and answer each")
+        ->type_name("-")
+        ->check(CLI::IsMember({"-"}).description(""));
+    command.add_flag("--events", options.bEvents, "Print one JSON line for each event and each script line done");
     command.add_option("--seconds", options.seconds, "End after so many seconds")->check(CLI::NonNegativeNumber);
 }
 
@@ -85,8 +131,9 @@ int Run(int argc, char** argv) {
 
     CLASSIC_COMMAND_OPTIONS options;
     CLI::App& classic = *app.add_subcommand("classic", "A recorder of the classic family");
-    classic.footer(FaultHelp() + "\n" + EXIT_HELP);
+    classic.footer(FaultHelp() + "\n" + WordHelp() + "\n" + EXIT_HELP);
     AddDeviceOptions(classic, options.config);
+    AddCallOptions(classic, options.config);
     AddMediaOptions(classic, options);
     AddRunOptions(classic, options);
     try {

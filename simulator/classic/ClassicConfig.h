@@ -33,11 +33,14 @@ struct CLASSIC_RECORDER_CONFIG {
     std::string sDeviceName = "Simulated recorder";
     std::uint16_t deviceID = 1;                  // product number
     std::int16_t productSubID = 0;               // custom product sub-id in the first block
-    std::uint32_t registerID = 0;                // in the first block
+    std::uint32_t registerID = 0;                // in the first block; clients know a recorder that calls in by it
     unsigned diskCount = 2;                      // 0 to 16
     unsigned cameraCount = 2;                    // connected cameras, 0 to 64
     std::chrono::milliseconds rebootDelay{200};  // from the reply to the end of the links
     std::chrono::milliseconds rebootTime{2000};  // links are closed as they come for so long
+
+    std::string sCallIn;                        // HOST:PORT of a client that the recorder calls by itself; empty: none
+    std::chrono::milliseconds callAgain{3000};  // from the end of that link, or of a vain try, to the next try
 
     std::vector<SIM_FAULT> faults;
     bool bKeepDigests = false;  // keep a record of each frame sent, see CClassicRecorder::TakeSentFrames()

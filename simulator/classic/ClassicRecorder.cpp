@@ -26,6 +26,9 @@ bool CClassicRecorder::CheckConfig(std::string& sError) const {
         {config.diskCount <= 16, "A recorder has at most 16 disks."},
         {config.cameraCount <= 64, "A recorder has at most 64 connected cameras."},
         {config.speed >= 0, "The speed cannot be negative."},
+        {config.sCallIn.empty() || CSimCaller::IsTarget(config.sCallIn), "Whom to call is no HOST:PORT."},
+        {config.callAgain.count() > 0, "The time between calls must be above 0."},
+        {config.rebootDelay.count() >= 0 && config.rebootTime.count() >= 0, "A restart cannot take less than no time."},
         {config.heartbeat.count() > 0, "The time between heartbeats must be above 0."},
         {!config.firstClips.empty() && !config.secondClips.empty(), "Each stream needs a clip."},
     };
@@ -72,9 +75,23 @@ bool CClassicRecorder::LoadSources(std::string& sError) {
     return true;
 }
 
+bool CClassicRecorder::MakeCaller(std::string& sError) {
+    CLASSIC_STATE* pState = m_pState.get();
+    if (pState->config.sCallIn.empty()) return true;
+    auto pCaller = CSimCaller::Make({pState->config.sCallIn, pState->config.callAgain,
+                                     [pState](SIM_TIME now) { return pState->IsDown(now) ? pState->downUntil : now; },
+                                     [pState](const std::string& sWhy) {
+                                         pState->Tell({SIM_EVENT_KIND::VAIN_CALL, 0, 0, 0, 0, 0, sWhy});
+                                     }},
+                                    sError);
+    if (!pCaller) return false;
+    m_server.SetCaller(std::move(pCaller));
+    return true;
+}
+
 bool CClassicRecorder::Start(std::string& sError) {
     if (Port() != 0) return true;
-    if (!CheckConfig(sError) || !LoadSources(sError)) return false;
+    if (!CheckConfig(sError) || !LoadSources(sError) || !MakeCaller(sError)) return false;
     m_pState->downFrom = SIM_TIME::max();
     const auto maker = [pState = m_pState.get()](CSimLink& link) {
         return std::make_unique<CClassicSession>(link, *pState);
@@ -85,6 +102,8 @@ bool CClassicRecorder::Start(std::string& sError) {
 void CClassicRecorder::Stop() { m_server.Stop(); }
 
 void CClassicRecorder::SetFaults(std::vector<SIM_FAULT> faults) { m_pState->faults.Set(std::move(faults)); }
+
+void CClassicRecorder::AddFault(const SIM_FAULT& fault) { m_pState->faults.Add(fault); }
 
 void CClassicRecorder::SetPassword(const std::string& sPassword) {
     const std::lock_guard guard(m_pState->lock);
@@ -99,8 +118,30 @@ void CClassicRecorder::SetStatus(const CLASSIC_STATUS& status) {
     m_server.Post([] {});  // each turn of the loop looks for news on all links
 }
 
+void CClassicRecorder::ChangeStatus(tuint64 CLASSIC_STATUS::*pKind, unsigned number, bool bOn) {
+    {
+        const std::lock_guard guard(m_pState->lock);
+        if (!m_pState->status) m_pState->status.emplace();
+        tuint64& mask = *m_pState->status.*pKind;
+        const tuint64 bit = tuint64{1} << number;
+        mask = bOn ? mask | bit : mask & ~bit;
+    }
+    m_server.Post([] {});
+}
+
 void CClassicRecorder::CutLinks(SIM_CUT how) {
     m_server.Post([this, how] { m_server.CutAllLinks(how); });
+}
+
+void CClassicRecorder::StopStreams(unsigned channel) {
+    m_server.Post([this, channel] {
+        m_server.ForEachSession(
+            [channel](CSimSession& session) { static_cast<CClassicSession&>(session).StopStreams(channel); });
+    });
+}
+
+void CClassicRecorder::Reboot() {
+    m_server.Post([this] { m_pState->GoDown(SIM_CLOCK::now(), m_pState->config.rebootTime); });
 }
 
 std::uint64_t CClassicRecorder::CommandCount(tuint32 cmdType) const {

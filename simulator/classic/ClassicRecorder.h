@@ -9,8 +9,8 @@
 #include "simulator/classic/ClassicState.h"
 #include "simulator/SimServer.h"
 
-/// Listens on a port and serves any number of clients: login, device facts, live streams from clips. One thread does it
-/// all; no thread and no descriptor is left after Stop() or destruction.
+/// Listens on a port and serves any number of clients: login, device facts, live streams from clips. It may also call one
+/// client by itself. One thread does it all; no thread and no descriptor is left after Stop() or destruction.
 class CClassicRecorder {
 public:
     explicit CClassicRecorder(CLASSIC_RECORDER_CONFIG config);
@@ -21,7 +21,7 @@ public:
     /// Whether the config can be served at all; a sentence in `sError` if not. Start() asks it too.
     bool CheckConfig(std::string& sError) const;
 
-    /// Loads the clips, listens and starts the thread. A recorder that runs gives true. False with a sentence in
+    /// Loads the clips, looks up the client to be called, listens and starts the thread. A recorder that runs gives true. False with a sentence in
     /// `sError`.
     bool Start(std::string& sError);
 
@@ -40,6 +40,9 @@ public:
     /// Replaces the faults; what already happened on a link stays.
     void SetFaults(std::vector<SIM_FAULT> faults);
 
+    /// Adds one fault to those in force.
+    void AddFault(const SIM_FAULT& fault);
+
     /// Changes the password for later logins.
     void SetPassword(const std::string& sPassword);
 
@@ -47,8 +50,17 @@ public:
     /// that was never given a status tells nothing.
     void SetStatus(const CLASSIC_STATUS& status);
 
+    /// Changes one channel or sensor, 0 to 63, of one kind of status.
+    void ChangeStatus(tuint64 CLASSIC_STATUS::*pKind, unsigned number, bool bOn);
+
     /// Ends all links, soon.
     void CutLinks(SIM_CUT how);
+
+    /// Stops one channel's streams on all links, soon, until a client asks for streams anew. Other channels go on.
+    void StopStreams(unsigned channel);
+
+    /// Restarts, soon, as if a client had asked for it: see the config's rebootDelay and rebootTime.
+    void Reboot();
 
     /// How often a request with this command id came, on all links.
     std::uint64_t CommandCount(tuint32 cmdType) const;
@@ -64,6 +76,7 @@ public:
 
 private:
     bool LoadSources(std::string& sError);
+    bool MakeCaller(std::string& sError);
     bool LoadClips(const std::vector<std::string>& names, bool bSound,
                    std::vector<std::shared_ptr<const CSimClip>>& clips, std::string& sError) const;
 

@@ -12,10 +12,7 @@ void CClassicSession::OnShutDown(SIM_BYTE_VIEW) { GoDown(std::chrono::years(1));
 
 void CClassicSession::GoDown(SIM_TIME::duration downTime) {
     Reply(CMD_REPLY_NO_AUTH, {});
-    m_state.downFrom = m_now + m_state.config.rebootDelay;
-    m_state.downUntil = m_state.downFrom + downTime;
-    const std::lock_guard guard(m_state.lock);
-    m_state.control.Restart();
+    m_state.GoDown(m_now, downTime);
 }
 
 void CClassicSession::OnChangeTime(SIM_BYTE_VIEW body) {

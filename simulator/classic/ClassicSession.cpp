@@ -85,7 +85,8 @@ bool CClassicSession::Interrupted(SIM_PHASE phase) {
 
 void CClassicSession::OnOpen(SIM_TIME now) {
     m_now = now;
-    if (now >= m_state.downFrom && now < m_state.downUntil) return m_link.Cut(SIM_CUT::CLOSE);
+    if (m_state.IsDown(now)) return m_link.Cut(SIM_CUT::CLOSE);
+    if (m_link.Way() == SIM_LINK_WAY::CALLED) Tell(SIM_EVENT_KIND::CALLED);
     ArmByteCut(false);
     if (Interrupted(SIM_PHASE::CONNECT)) return;
     const auto late = TakeFault(SIM_FAULT_KIND::HEAD_LATE, SIM_PHASE::CONNECT);
@@ -133,6 +134,8 @@ void CClassicSession::ArmByteCut(bool bSpoken) {
 void CClassicSession::OnSpoken() {
     Tell(SIM_EVENT_KIND::ACCEPTED);
     ArmByteCut(true);
+    if (const auto life = TakeFault(SIM_FAULT_KIND::CLOSE_EVERY, SIM_PHASE::LOGIN))
+        m_closeDue = SIM_CLOCK::now() + Milliseconds(*life);
 }
 
 void CClassicSession::OnBadInput() { Tell(SIM_EVENT_KIND::BAD_DATA, 0, "no link frame"); }
@@ -191,7 +194,7 @@ void CClassicSession::OnLogin(SIM_BYTE_VIEW body) {
 void CClassicSession::OnLogout(SIM_BYTE_VIEW) {
     Tell(SIM_EVENT_KIND::LOGOUT);
     EndSession();
-    m_closeDue = m_now + LOGOUT_GRACE;
+    m_closeDue = std::min(m_closeDue, m_now + LOGOUT_GRACE);
 }
 
 void CClassicSession::EndSession() {
@@ -273,6 +276,12 @@ void CClassicSession::StopStreamsByFault() {
     const tuint64 bit = tuint64{1} << *channel;
     if (((m_masks.first | m_masks.second) & bit) == 0) return;
     TakeFault(SIM_FAULT_KIND::STREAM_STOP, SIM_PHASE::ANY);
+    StopStreams(static_cast<unsigned>(*channel));
+}
+
+void CClassicSession::StopStreams(unsigned channel) {
+    const tuint64 bit = tuint64{1} << channel;
+    if (((m_masks.first | m_masks.second) & bit) == 0) return;
     SetMasks({m_masks.first & ~bit, m_masks.second & ~bit, m_masks.sound & ~bit, m_masks.jpeg});
 }
 
@@ -307,5 +316,6 @@ SIM_TIME CClassicSession::OnDue(SIM_TIME now) {
 
 void CClassicSession::OnClosed() {
     EndSession();
-    if (m_link.HasSpoken()) Tell(SIM_EVENT_KIND::CLOSED, m_link.BytesSent());
+    const bool bKnown = m_link.HasSpoken() || m_link.Way() == SIM_LINK_WAY::CALLED;
+    if (bKnown) Tell(SIM_EVENT_KIND::CLOSED, m_link.BytesSent());
 }

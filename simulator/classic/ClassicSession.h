@@ -23,6 +23,9 @@ public:
     bool IsBlocked() const override { return m_bBlocked; }
     void OnClosed() override;
 
+    /// Stops the channel's streams until streams are asked for anew; the other channels go on.
+    void StopStreams(unsigned channel);
+
 private:
     using HANDLER = void (CClassicSession::*)(SIM_BYTE_VIEW body);
     struct COMMAND_ROW {
@@ -86,7 +89,7 @@ private:
     const SIM_TIME m_opened;
     SIM_TIME m_nextHeartbeat;
     SIM_TIME m_firstBlockDue = SIM_TIME::max();  // max once the block went out
-    SIM_TIME m_closeDue = SIM_TIME::max();       // after a logout
+    SIM_TIME m_closeDue = SIM_TIME::max();       // after a logout, or by a fault
     SIM_PHASE m_phase = SIM_PHASE::CONNECT;
     std::vector<DELAYED> m_delayed;  // in the order of sending
     std::optional<CLASSIC_STATUS> m_toldStatus;

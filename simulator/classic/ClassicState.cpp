@@ -44,3 +44,10 @@ std::optional<CLASSIC_STATUS> CLASSIC_STATE::Status() {
     const std::lock_guard guard(lock);
     return status;
 }
+
+void CLASSIC_STATE::GoDown(SIM_TIME now, SIM_TIME::duration downTime) {
+    downFrom = now + config.rebootDelay;
+    downUntil = downFrom + downTime;
+    const std::lock_guard guard(lock);
+    control.Restart();
+}

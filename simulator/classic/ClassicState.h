@@ -63,4 +63,10 @@ struct CLASSIC_STATE {
     void NoteFrame(unsigned link, const CLASSIC_FRAME& frame);
     bool IsPassword(const std::string& sGiven);
     std::optional<CLASSIC_STATUS> Status();
+
+    // On the recorder's thread.
+
+    /// Ends the links after the config's reboot delay and takes none for `downTime` from then on.
+    void GoDown(SIM_TIME now, SIM_TIME::duration downTime);
+    bool IsDown(SIM_TIME now) const { return now >= downFrom && now < downUntil; }
 };

@@ -24,8 +24,8 @@ enum DEVICE_VERSION { DVR_VER_V3 = 0, DVR_VER_V4 = 1, IPC_VER_V3 = 2, NVR_VER_K7
 /// others, Logout unless the status is NET_DEVICE_STATUS_DISCONNECT, destructor.
 ///
 /// Threads: requests of the application come one at a time, with the device manager's m_deviceCommLock held. Login, Logout,
-/// SetEncryptInfo, SetNetHandle and the wrong-password times come without it, from the one thread that the session's gate
-/// lets in, maybe beside a request: a Logout or a broken link ends that request at once. OnReceiveData comes with
+/// SetEncryptInfo and SetNetHandle come without it, from the one thread that the session's gate lets in, the wrong-password
+/// times from the reconnect thread, maybe beside a request: a Logout or a broken link ends that request at once. OnReceiveData comes with
 /// m_callbackLock held, at any time after SetNetHandle. GetDeviceStatus and InterruptWait come from any thread.
 /// The bodies given here are what a family without the feature does: no result, and no last error set.
 class CNetDevice {
@@ -219,7 +219,7 @@ protected:
     char m_deviceIp[64] = {};
 };
 
-/// Who may work on a session's link: the reconnect thread or the one that removes the session, never both.
+/// Who may work on a session's link: a worker of the reconnect thread or the one that removes the session, never both.
 class CSessionGate {
 public:
     /// False when the session is being removed.

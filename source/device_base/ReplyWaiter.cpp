@@ -28,8 +28,6 @@ void CReplyWaiter::Break() {
         std::lock_guard guard(m_lstReplyLock);
         m_bBroken = true;
         m_bClosed = true;
-        m_replyCmdList.clear();
-        m_replyBytes = 0;
     }
     m_recvEvent.Close();
 }
@@ -87,8 +85,9 @@ HLX_ERROR CReplyWaiter::Ask(const std::function<HLX_ERROR()>& send, std::span<co
 
 HLX_ERROR CReplyWaiter::WaitForReply(std::span<const tuint32> accepted, REPLY_CMD_DATA& reply) {
     for (tuint32 waited = 0;; waited += REPLY_ROUND_MS) {
-        if (HasFallen()) return HLX_NETWORK_NOT_CONNECT;
+        const bool bFallen = HasFallen();  // looked at first: a reply that came before the end counts
         if (TakeReply(accepted, reply)) return HLX_SUCCESS;
+        if (bFallen) return HLX_NETWORK_NOT_CONNECT;
         if (waited >= REPLY_WAIT_MS) return HLX_NETWORK_RECV_TIMEOUT;
         m_recvEvent.WaitForCond(REPLY_ROUND_MS, [this] { return HasNews(); });
     }

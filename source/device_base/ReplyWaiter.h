@@ -42,7 +42,7 @@ public:
     /// Open.
     void Close();
 
-    /// The link fell. As Close, until NewLink.
+    /// The link fell. As Close, until NewLink; a reply that came before is still taken.
     void Break();
 
     /// Ends the wait that is under way, if there is one, with HLX_NETWORK_NOT_CONNECT. Any thread.

@@ -4,10 +4,10 @@
 #include <sys/eventfd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <new>
 
 #include "netservice/MultiNetComm.h"
+#include "sdk_common/Console.h"
 #include "sdk_common/SystemFault.h"
 #include "sdk_common/YLog4C.h"
 
@@ -193,8 +193,7 @@ void CSWL_MultiNetComm::SetWatch(COMM_LINK& link, tuint32 wanted) {
 // the receiver is told and no buffer goes away under a receiver who is still reading it.
 void CSWL_MultiNetComm::BreakLink(COMM_LINK& link, int iLine) {
     if (link.bBroken.exchange(true)) return;
-    std::fprintf(stderr, "%s, %d, pNetLinkResource->bBroken = true , m_deviceID = %d\n", "MultiNetComm", iLine,
-                 link.deviceID);
+    PrintConsoleF("%s, %d, pNetLinkResource->bBroken = true , m_deviceID = %d\n", "MultiNetComm", iLine, link.deviceID);
     YLOG(YLOG_WARN, "%s, %d, pNetLinkResource->bBroken = true , m_deviceID = %d\n", "MultiNetComm", iLine,
          link.deviceID);
     m_bBrokenWaiting = true;

@@ -1,10 +1,11 @@
 #include "netservice/NetDataBufferMan.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <mutex>
 #include <new>
+
+#include "sdk_common/Console.h"
 
 namespace {
 
@@ -201,13 +202,13 @@ bool CNetDataBufferMan::ReleaseDataBuffer(const unsigned char* pBuffer, int len)
     const std::scoped_lock guard(m_lock);
     NET_DATA_BUFFER_INFO& info = m_dataBufferInfo;
     if (!info.pBuffer || pBuffer != info.pBuffer + info.freeOffset) {
-        std::fprintf(stderr, "pBuffer:%p, pHead:%p, freeOffset:%d\n", static_cast<const void*>(pBuffer),
-                     static_cast<const void*>(info.pBuffer), info.freeOffset);
+        PrintConsoleF("pBuffer:%p, pHead:%p, freeOffset:%d\n", static_cast<const void*>(pBuffer),
+                      static_cast<const void*>(info.pBuffer), info.freeOffset);
         return false;
     }
     if (len < 0 || len > info.tailOffset - info.freeOffset) {
-        std::fprintf(stderr, "pBuffer:%p, pHead:%p, dataLen:%d\n", static_cast<const void*>(pBuffer),
-                     static_cast<const void*>(info.pBuffer), len);
+        PrintConsoleF("pBuffer:%p, pHead:%p, dataLen:%d\n", static_cast<const void*>(pBuffer),
+                      static_cast<const void*>(info.pBuffer), len);
         return false;
     }
     const int end = RunEnd(info.freeOffset + len, info.tailOffset);

@@ -25,6 +25,7 @@ constexpr unsigned int LOCK_STEP = 2;  // milliseconds
 constexpr int OPEN_TRIES = 4;          // the current file may be renamed between opening and locking
 constexpr size_t DATE_LENGTH = 8;
 constexpr size_t MAX_NUMBER_LENGTH = 9;
+constexpr tint64 MAX_NUMBER = 999999999;
 constexpr tint64 CURRENT = 1LL << 40;  // stands for the number that a current file does not have
 
 /// One file of a log, in order of age.
@@ -51,17 +52,18 @@ std::string_view TakeDigits(std::string_view& rest) {
     return digits;
 }
 
-/// Tells whether a file name is `<name>[_<date>][.<number>].log`.
+/// Tells whether a file name is `<name>[_<date>].log[.<number>]`.
 bool ParseName(std::string_view rest, const std::string& name, LOG_FILE_ENTRY& entry) {
     if (!TakeText(rest, name)) return false;
     if (TakeText(rest, "_")) {
         entry.date = TakeDigits(rest);
         if (entry.date.size() != DATE_LENGTH) return false;
     }
-    if (rest == ".log") return true;
+    if (!TakeText(rest, ".log")) return false;
+    if (rest.empty()) return true;
     if (!TakeText(rest, ".")) return false;
     const std::string_view number = TakeDigits(rest);
-    if (number.empty() || number.size() > MAX_NUMBER_LENGTH || rest != ".log") return false;
+    if (number.empty() || number.size() > MAX_NUMBER_LENGTH || !rest.empty()) return false;
     entry.number = std::stoll(std::string(number));
     return true;
 }
@@ -84,17 +86,16 @@ std::vector<LOG_FILE_ENTRY> ListFiles(const LOG_FILE_PLACE& place) {
     return files;
 }
 
-/// Removes the oldest files until at most `count` are left; never the current one.
-void Prune(const LOG_FILE_PLACE& place, size_t count) {
+/// Removes the oldest files until at most `count` are left; never the current one. False if more are left.
+bool Prune(const LOG_FILE_PLACE& place, size_t count) {
     const std::string current = place.Path();
     const auto files = ListFiles(place);
     size_t left = files.size();
     for (const LOG_FILE_ENTRY& file : files) {
-        if (left <= count) return;
-        if (file.path == current) continue;
-        unlink(file.path.c_str());
-        --left;
+        if (left <= count) break;
+        if (file.path != current && unlink(file.path.c_str()) == 0) --left;
     }
+    return left <= count;
 }
 
 /// How much of `text` goes into `room` bytes in whole lines.
@@ -122,7 +123,7 @@ size_t CLogFile::Append(const LOG_FILE_PLACE& place, std::string_view text) {
         const tint64 size = Size();
         const size_t part = FittingLines(text, place.maxSize - size);
         if (part == 0 && size > 0) {
-            StartNewFile(place);
+            if (!StartNewFile(place)) return lost + LineCount(text);
             continue;
         }
         if (part == 0) {  // a line that no file can take
@@ -143,12 +144,20 @@ void CLogFile::Close() {
     m_nextOpening = 0;
 }
 
+/// What does not work now is not tried again for each line.
+bool CLogFile::Refuse() {
+    Close();
+    m_nextOpening = TimeSource().MonotonicMicroseconds() + OPENING_PAUSE;
+    return false;
+}
+
 bool CLogFile::OpenLocked(const LOG_FILE_PLACE& place) {
     const std::string path = place.Path();
+    int lockTriesLeft = LOCK_TRIES;
     for (int tries = 0; tries < OPEN_TRIES; ++tries) {
-        if (m_path != path) Close();
+        if (m_path != path || m_pid != getpid()) Close();
         if (m_fd < 0 && !Open(place, path)) return false;
-        if (!LockFile()) return false;
+        if (!LockFile(lockTriesLeft)) return Refuse();
         if (IsCurrent()) return true;
         Close();  // another process has renamed or removed it
     }
@@ -156,9 +165,9 @@ bool CLogFile::OpenLocked(const LOG_FILE_PLACE& place) {
 }
 
 bool CLogFile::Open(const LOG_FILE_PLACE& place, const std::string& path) {
-    const tint64 now = TimeSource().MonotonicMicroseconds();
-    if (now < m_nextOpening) return false;
+    if (TimeSource().MonotonicMicroseconds() < m_nextOpening) return false;
     m_path = path;
+    m_pid = getpid();
     std::error_code ignored;
     fs::create_directories(place.directory, ignored);
     const size_t maxCount = static_cast<size_t>(place.maxCount);
@@ -169,14 +178,12 @@ bool CLogFile::Open(const LOG_FILE_PLACE& place, const std::string& path) {
     });
     struct stat state {};
     if (m_fd >= 0 && fstat(m_fd, &state) == 0 && S_ISREG(state.st_mode)) return true;
-    Close();
-    m_nextOpening = now + OPENING_PAUSE;
-    return false;
+    return Refuse();
 }
 
 /// A file system without locks is written to without.
-bool CLogFile::LockFile() const {
-    for (int tries = 0; tries < LOCK_TRIES; ++tries) {
+bool CLogFile::LockFile(int& triesLeft) const {
+    for (; triesLeft > 0; --triesLeft) {
         if (flock(m_fd, LOCK_EX | LOCK_NB) == 0) return true;
         if (errno != EWOULDBLOCK && errno != EINTR) return true;
         PUB_Sleep(LOCK_STEP);
@@ -212,14 +219,16 @@ bool CLogFile::WriteWhole(std::string_view text) const {
     return true;
 }
 
-/// Lock held. The full file gets a number, or is emptied where one file is all there may be or it cannot be renamed. Room
-/// is made before, so that there are never more files than allowed.
-void CLogFile::StartNewFile(const LOG_FILE_PLACE& place) {
-    Prune(place, static_cast<size_t>(std::max(place.maxCount - 1, 1)));
+/// Lock held. The full file gets a number, or is emptied where one file is all there may be or it cannot be renamed.
+/// Room is made before, so that there are never more files than allowed. False if it stays as it is.
+bool CLogFile::StartNewFile(const LOG_FILE_PLACE& place) {
+    const bool bRoom = Prune(place, static_cast<size_t>(std::max(place.maxCount - 1, 1)));
     tint64 next = 1;
     for (const LOG_FILE_ENTRY& file : ListFiles(place))
         if (file.date == place.date && file.number != CURRENT) next = std::max(next, file.number + 1);
-    const std::string aside = place.directory + "/" + place.Base() + "." + std::to_string(next) + ".log";
-    if (place.maxCount <= 1 || std::rename(m_path.c_str(), aside.c_str()) != 0) (void)!ftruncate(m_fd, 0);
+    const std::string aside = m_path + "." + std::to_string(std::min(next, MAX_NUMBER));
+    const bool bAside = bRoom && place.maxCount > 1 && std::rename(m_path.c_str(), aside.c_str()) == 0;
+    if (!bAside && ftruncate(m_fd, 0) != 0) return Refuse();
     Close();
+    return true;
 }

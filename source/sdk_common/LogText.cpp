@@ -15,6 +15,7 @@
 namespace {
 
 constexpr size_t DUMP_LINE = 16;  // bytes
+constexpr std::string_view DELETED_MARK = " (deleted)";
 constexpr const char* LEVEL_NAMES[] = {"FATAL", "ERROR", "WARN ", "INFO ", "DEBUG", "BUFF "};
 
 /// The time zone is read anew each time, which allocates inside the C library; one thread at a time is enough.
@@ -41,14 +42,16 @@ std::string GetModuleFileName() {
     return std::string(path, length > 0 ? static_cast<size_t>(length) : 0);
 }
 
-std::string ModuleDirectory() {
-    const std::string path = GetModuleFileName();
-    return path.empty() ? "." : path.substr(0, path.rfind('/'));
+LOG_MODULE ModuleOf(std::string path) {
+    if (path.ends_with(DELETED_MARK) && access(path.c_str(), F_OK) != 0) path.resize(path.size() - DELETED_MARK.size());
+    if (path.empty()) return {".", "HLX"};
+    const size_t slash = path.rfind('/');
+    return {slash == 0 ? "/" : path.substr(0, slash), std::string(BaseName(path))};
 }
 
-std::string ModuleName() {
-    const std::string path = GetModuleFileName();
-    return path.empty() ? "HLX" : std::string(BaseName(path));
+const LOG_MODULE& Module() {
+    static const LOG_MODULE module = ModuleOf(GetModuleFileName());
+    return module;
 }
 
 std::string LogDate(tint64 wallMicroseconds) {

@@ -8,9 +8,17 @@
 /// The path of the program file, empty if the system does not tell it.
 std::string GetModuleFileName();
 
-/// Its directory ("." if unknown) and its name.
-std::string ModuleDirectory();
-std::string ModuleName();
+/// A program file's directory ("." if unknown) and its name.
+struct LOG_MODULE {
+    std::string directory;
+    std::string name;
+};
+
+/// Of a path as GetModuleFileName tells it, which has " (deleted)" behind it once the file was replaced or removed.
+LOG_MODULE ModuleOf(std::string path);
+
+/// Of this program. Looked up once: an upgrade of the running program changes nothing.
+const LOG_MODULE& Module();
 
 /// "yyyymmdd" of the local day of a wall time in microseconds.
 std::string LogDate(tint64 wallMicroseconds);

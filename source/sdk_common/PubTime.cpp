@@ -4,9 +4,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
+#include <cstring>
 #include <limits>
 
+#include "sdk_common/Console.h"
 #include "sdk_common/TimeSource.h"
 
 namespace {
@@ -31,8 +32,8 @@ void SleepRest(tint64 microseconds) {
         error = SleepSlice(slice) ? 0 : errno;
         return error != 0;
     });
-    if (error == EINTR) fprintf(stderr, "the usleep Interrupted by a signal. pid = %d\n", getpid());
-    if (error == EINVAL) fprintf(stderr, "the usleep param is not smaller than 1000000");
+    if (error == EINTR) PrintConsoleF("the usleep Interrupted by a signal. pid = %d\n", getpid());
+    if (error == EINVAL) PrintConsole("the usleep param is not smaller than 1000000");
 }
 
 tm LocalTime(time_t seconds) {
@@ -90,10 +91,8 @@ void PUB_Sleep(unsigned int ms) {
 }
 
 void PUB_PrintError(const char* pFile, int iLine) {
-    const int error = errno;
-    fprintf(stderr, "%s %d ", pFile ? pFile : "", iLine);
-    errno = error;
-    perror("");
+    char text[128] = {};
+    PrintConsoleF("%s %d %s\n", pFile ? pFile : "", iLine, strerror_r(errno, text, sizeof(text)));
 }
 
 tuint32 GetTickCount() { return static_cast<tuint32>(TimeSource().MonotonicMicroseconds() / 1000); }

@@ -1,16 +1,19 @@
 #include "sdk_common/YLog4C.h"
 
-#include <sys/syscall.h>
-#include <unistd.h>
+#include <pthread.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <mutex>
+#include <new>
+#include <string_view>
 
+#include "sdk_common/Console.h"
 #include "sdk_common/LogText.h"
-#include "sdk_common/PubTime.h"
 #include "sdk_common/TimeSource.h"
 #include "sdk_common/WireReader.h"
 
@@ -35,8 +38,16 @@ std::atomic<bool> g_bDiary{false};
 std::atomic<bool> g_bThreadID{false};
 std::atomic<bool> g_bFlushRT{false};
 std::atomic<bool> g_bMultiThread{false};
+std::atomic<bool> g_bForked{false};
 LOG_FUN g_pfnLog = nullptr;  // SettingsLock, with its user value
 void* g_pLogUser = nullptr;
+
+constexpr std::string_view LOG_SUFFIX = ".log";
+
+bool IsDirectory(const std::string& path) {
+    struct stat state {};
+    return stat(path.c_str(), &state) == 0 && S_ISDIR(state.st_mode);
+}
 
 thread_local bool t_bInOutput = false;
 
@@ -52,8 +63,15 @@ struct KeepErrno {
 
 /// A bound that a setting must keep: prints the bound that it broke.
 bool Assert(bool bHolds, const char* pText) {
-    if (!bHolds) std::fprintf(stderr, "YLog4C, assertion failed: %s\n", pText);
+    if (!bHolds) PrintConsoleF("YLog4C, assertion failed: %s\n", pText);
     return bHolds;
+}
+
+/// The application may change its working directory later.
+std::string Absolute(const char* pDirectory) {
+    std::error_code error;
+    const std::string path = std::filesystem::absolute(pDirectory, error);
+    return error ? pDirectory : path;
 }
 
 template <size_t SIZE>
@@ -71,7 +89,19 @@ char YLog4C::g_strLogAppname[64];
 YLog4C* YLog4C::GetInstance() {
     SettingsLock();  // made before, so it goes after
     static YLog4C instance;
+    [[maybe_unused]] static const int result = pthread_atfork(nullptr, nullptr, AfterFork);
     return &instance;
+}
+
+/// In the child. What settings and the end of the program touch is made anew, since it may be locked or waited on by
+/// threads that are not there; nothing of it can be destroyed.
+void YLog4C::AfterFork() {
+    g_bForked = true;
+    s_threshold = -1;
+    YLog4C& log = *GetInstance();
+    new (&SettingsLock()) CPUB_Lock;
+    new (&log.m_outputLock) CPUB_Lock;
+    new (&log.m_thread) YLog4CThr(Output);
 }
 
 YLog4C::~YLog4C() {
@@ -79,12 +109,21 @@ YLog4C::~YLog4C() {
     CloseLog();
 }
 
-bool YLog4C::SetLogDir(const char* lpszDir) {
+/// The writer looks at the place under the settings' lock, so what waits is written before that is taken.
+bool YLog4C::SetPlace(const char* lpszDir, const char* lpszAppname) {
     if (!Assert(lpszDir != nullptr, "lpszDir!=NULL")) return false;
     if (!Assert(*lpszDir != '\0', "strlen(lpszDir)>0")) return false;
-    if (!Assert(std::strlen(lpszDir) < sizeof(g_strLogDir), "strlen(lpszDir)<sizeof(g_strLogDir)")) return false;
-    SetText(g_strLogDir, lpszDir);
+    const std::string directory = Absolute(lpszDir);
+    if (!Assert(directory.size() < sizeof(g_strLogDir), "strlen(lpszDir)<sizeof(g_strLogDir)")) return false;
+    GetInstance()->FlushLog();
+    std::lock_guard guard(SettingsLock());
+    SetText(g_strLogDir, directory.c_str());
+    if (lpszAppname) SetText(g_strLogAppname, lpszAppname);
     return true;
+}
+
+bool YLog4C::SetLogDir(const char* lpszDir) try { return SetPlace(lpszDir, nullptr); } catch (...) {  // no memory
+    return false;
 }
 
 bool YLog4C::SetLogAppname(const char* lpszAppname) {
@@ -94,6 +133,20 @@ bool YLog4C::SetLogAppname(const char* lpszAppname) {
         return false;
     SetText(g_strLogAppname, lpszAppname);
     return true;
+}
+
+bool YLog4C::SetLogPlace(const char* lpszPath) try {
+    const std::string path = lpszPath ? lpszPath : "";
+    const size_t slash = path.rfind('/');
+    const std::string file = path.substr(slash + 1);  // all without a slash
+    const bool bFile = file.size() > LOG_SUFFIX.size() && file.ends_with(LOG_SUFFIX) && !IsDirectory(path);
+    if (!bFile) return SetPlace(lpszPath, "");
+    const std::string name = file.substr(0, file.size() - LOG_SUFFIX.size());
+    if (!Assert(name.size() < sizeof(g_strLogAppname), "strlen(lpszAppname)<sizeof(g_strLogAppname)")) return false;
+    const std::string directory = slash == 0 ? "/" : path.substr(0, slash);
+    return SetPlace(slash == std::string::npos ? "." : directory.c_str(), name.c_str());
+} catch (...) {  // no memory
+    return false;
 }
 
 bool YLog4C::SetLogFileMaxcnt(int maxCount) {
@@ -110,7 +163,8 @@ bool YLog4C::SetLogMaxsize(int maxSize) {
 
 void YLog4C::SetThreshold() {
     std::lock_guard guard(SettingsLock());
-    s_threshold = g_bConsole || g_bFile || g_pfnLog ? g_level.load() : -1;
+    const bool bOutput = g_bConsole || g_bFile || g_pfnLog;
+    s_threshold = bOutput && !g_bForked ? g_level.load() : -1;
 }
 
 void YLog4C::SetLogLevel(int level) {
@@ -151,8 +205,8 @@ LOG_FILE_PLACE YLog4C::Place(const char* pName) {
         place.directory = g_strLogDir;
         place.name = pName && *pName ? pName : g_strLogAppname;
     }
-    if (place.directory.empty()) place.directory = ModuleDirectory();
-    if (place.name.empty()) place.name = ModuleName();
+    if (place.directory.empty()) place.directory = Module().directory;
+    if (place.name.empty()) place.name = Module().name;
     if (g_bDiary) place.date = LogDate(TimeSource().WallMicroseconds());
     place.maxSize = g_maxSize;
     place.maxCount = g_maxCount;
@@ -239,9 +293,12 @@ void YLog4C::Output(const std::vector<LOG_RECORD>& records, size_t lost) try {
 void YLog4C::OutputHere(const std::vector<LOG_RECORD>& records, size_t lost) {
     std::lock_guard guard(m_outputLock);
     m_lost += lost;
+    if (g_bFile) OutputToFile(records);
     if (g_bConsole)
-        for (const LOG_RECORD& record : records) std::fputs(record.text.c_str(), stderr);
-    if (!g_bFile) return;
+        for (const LOG_RECORD& record : records) PrintConsole(record.text);
+}
+
+void YLog4C::OutputToFile(const std::vector<LOG_RECORD>& records) {
     const LOG_FILE_PLACE place = Place(nullptr);
     TellLost(place);
     std::string piece;

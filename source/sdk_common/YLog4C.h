@@ -11,20 +11,23 @@
 #include "sdk_common/PubLock.h"
 #include "sdk_common/YLog4CThr.h"
 
-/// Receives each record, a text that ends with a line feed, lent for the call. On the writer's thread, or without one on
-/// each thread that logs, several at a time; a pair that was replaced may be called once more until FlushLog is back. What
-/// it logs itself is dropped.
+/// Receives each record, a text that ends with a line feed, lent for the call. On the writer's thread, or without one
+/// on each thread that logs, several at a time; a pair that was replaced may be called once more until FlushLog is
+/// back. What it logs itself is dropped.
 using LOG_FUN = void (*)(int level, const char* pText, void* pUser);
 
-/// The single logger: to files, to the console (standard error, since standard output belongs to the application) and to a
-/// function. Off at first. All settings may change at any time, from any thread. A setting outside its bounds stays as it
-/// is, prints the bound to standard error and gives false; a level is held inside its range.
+/// The single logger: to files, to the console (standard error, since standard output belongs to the application) and
+/// to a function. Off at first. All settings may change at any time, from any thread. A setting outside its bounds
+/// stays as it is, prints the bound to standard error and gives false; a level is held inside its range.
 ///
 /// A record is "date time LEVEL [process] file:line text" with control characters of the text replaced, so that a text
 /// from outside cannot forge a line. Passwords, keys and nonces are never given to it.
 ///
 /// Logging keeps errno and the last error, throws nothing, and no failure of an output does more than lose lines; the
-/// number lost stands in the next file line that can be written. Any lock may be held.
+/// number lost stands in the next file line that can be written. With a background writer and without SetFlushRT any
+/// lock of the caller may be held, since nothing is waited for; otherwise none that the function takes.
+///
+/// In a forked child the log is off for good: the writer is not there, and a lock that another thread held stays taken.
 class YLog4C {
 public:
     static constexpr int MAX_FILE_COUNT = 100;
@@ -35,9 +38,15 @@ public:
     YLog4C& operator=(const YLog4C&) = delete;
 
     /// The directory and the application's name, the first part of the file names; 255 and 63 bytes at most. Without
-    /// them both come from the program's own path. A missing directory is made.
+    /// them both come from the program's own path. A missing directory is made; a relative one counts from the working
+    /// directory at the call, and its absolute path must fit. What was logged before still goes to the old directory,
+    /// and the call waits for it.
     static bool SetLogDir(const char* lpszDir);
     static bool SetLogAppname(const char* lpszAppname);
+
+    /// A directory, with files named after the program; or a file whose name ends in ".log", which is then the current
+    /// one. A directory that is there is one whatever its name. Bounds as above.
+    static bool SetLogPlace(const char* lpszPath);
 
     /// The most files, 1 to 100, and the most bytes of each, from 1. The oldest files go.
     static bool SetLogFileMaxcnt(int maxCount);
@@ -76,7 +85,8 @@ public:
         __attribute__((format(printf, 5, 0)));
     void Info(const char* pFormat, ...) __attribute__((format(printf, 2, 3)));
 
-    /// Writes up to 4096 bytes in hexadecimal, 16 a line, as one record at YLOG_BUFF. Never for bytes that hold secrets.
+    /// Writes up to 4096 bytes in hexadecimal, 16 a line, as one record at YLOG_BUFF. Never for bytes that hold
+    /// secrets.
     void LogBuff(const char* pFile, int iLine, const void* pBuffer, int length);
 
     /// The path of the log named `pName` (null or empty: the application's name) for now: "<directory>/<name>.log", or
@@ -85,10 +95,13 @@ public:
 
 private:
     YLog4C() = default;
+    static bool SetPlace(const char* lpszDir, const char* lpszAppname);
     static void SetThreshold();
+    static void AfterFork();
     static LOG_FILE_PLACE Place(const char* pName);
     static void Output(const std::vector<LOG_RECORD>& records, size_t lost);
     void OutputHere(const std::vector<LOG_RECORD>& records, size_t lost);
+    void OutputToFile(const std::vector<LOG_RECORD>& records);
     void TellLost(const LOG_FILE_PLACE& place);
     static void TellFunction(const std::vector<LOG_RECORD>& records);
     void Write(LOG_RECORD&& record);

@@ -1,7 +1,5 @@
 #include "sdk_common/YLog4CThr.h"
 
-#include <unistd.h>
-
 #include <utility>
 
 #include "sdk_common/RunFlag.h"
@@ -18,8 +16,8 @@ bool YLog4CThr::WriteLog(LOG_RECORD&& record) { return Queue(record) || (StartTh
 bool YLog4CThr::Queue(LOG_RECORD& record) {
     {
         std::lock_guard guard(m_lock);
-        if (!IsThreadHere()) return false;
-        if (m_bytes + record.text.size() > MAX_WAITING) {
+        if (m_thread == 0) return false;
+        if (m_bStopping || m_bytes + record.text.size() > MAX_WAITING) {
             ++m_lost;
             return true;
         }
@@ -32,34 +30,30 @@ bool YLog4CThr::Queue(LOG_RECORD& record) {
     return true;
 }
 
-bool YLog4CThr::IsThreadHere() const { return m_thread != 0 && m_threadPid == getpid(); }
-
 bool YLog4CThr::StartThread() {
     std::lock_guard lifeGuard(m_lifeLock);
     {
         std::lock_guard guard(m_lock);
-        if (IsThreadHere()) return true;
-        if (m_threadPid != getpid()) m_records.clear();  // those of the parent process, which writes them itself
+        if (m_thread != 0) return true;
     }
     m_workEvent.CreateWaitEvent();
     m_doneEvent.CreateWaitEvent();
     const PUB_thread_t thread = PUB_CreateThread(WriteThread, this, &m_bRun);
     std::lock_guard guard(m_lock);
     m_thread = thread;
-    m_threadPid = getpid();
     return m_thread != 0;
 }
 
 bool YLog4CThr::IsThrough(tuint64 batch) {
     std::lock_guard guard(m_lock);
-    return m_written >= batch || m_thread == 0;
+    return m_written >= batch;
 }
 
 void YLog4CThr::FlushLog() {
     tuint64 wanted = 0;
     {
         std::lock_guard guard(m_lock);
-        if (!IsThreadHere()) return;
+        if (m_thread == 0) return;
         wanted = m_queued;
     }
     // The end of an earlier batch wakes as well.
@@ -71,14 +65,17 @@ void YLog4CThr::Stop() {
     PUB_thread_t thread = 0;
     {
         std::lock_guard guard(m_lock);
-        if (IsThreadHere()) thread = m_thread;
-        m_thread = 0;  // records that come now wait for the next thread
+        thread = m_thread;
+        if (thread == 0) return;
+        m_bStopping = true;
     }
-    if (thread == 0) return;
     SetRunFlag(m_bRun, false);
     m_workEvent.Close();
     PUB_ExitThread(&thread, &m_bRun);
     m_doneEvent.Close();
+    std::lock_guard guard(m_lock);
+    m_thread = 0;
+    m_bStopping = false;
 }
 
 void* YLog4CThr::WriteThread(void* pParam) {
@@ -99,12 +96,12 @@ void YLog4CThr::WriteProc() {
         tuint64 batch = 0;
         {
             std::lock_guard guard(m_lock);
+            if (m_records.empty() && m_bStopping) return;  // what was dropped since is told by the next thread
             records.swap(m_records);
             lost = std::exchange(m_lost, 0);
             m_bytes = 0;
             batch = m_queued;
         }
-        if (records.empty() && lost == 0 && !RunFlagSet(m_bRun)) return;
         if (!records.empty() || lost != 0) m_pfnOutput(records, lost);
         records.clear();
         {

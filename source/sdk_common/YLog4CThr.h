@@ -1,8 +1,6 @@
 // The background writer of the log.
 #pragma once
 
-#include <sys/types.h>
-
 #include <mutex>
 #include <string>
 #include <vector>
@@ -28,7 +26,8 @@ public:
     YLog4CThr(const YLog4CThr&) = delete;
     YLog4CThr& operator=(const YLog4CThr&) = delete;
 
-    /// Queues a record. False, and nothing is queued, when there is no thread to be had.
+    /// Queues a record, or drops and counts it without waiting: when too much waits, and during Stop. False, and
+    /// nothing is queued, when there is no thread to be had.
     bool WriteLog(LOG_RECORD&& record);
 
     /// Waits until what was queued before the call is through. Not on the writer's thread.
@@ -48,19 +47,18 @@ private:
     bool HasWork();
     bool IsThrough(tuint64 batch);
     bool StartThread();
-    bool IsThreadHere() const;
 
     const OUTPUT m_pfnOutput;
     CPUB_Lock m_lifeLock;  // start and stop; taken before m_lock
     CPUB_Lock m_lock;
-    std::vector<LOG_RECORD> m_records;  // m_lock, as the next four
+    std::vector<LOG_RECORD> m_records;  // m_lock, as the next five
     size_t m_bytes = 0;                 // of m_records
     size_t m_lost = 0;                  // since the last batch
     tuint64 m_queued = 0;               // batches that were begun
     tuint64 m_written = 0;              // batches that are through
+    bool m_bStopping = false;           // the thread writes what waits and ends
     CWaitEvent m_workEvent;
     CWaitEvent m_doneEvent;
     PUB_thread_t m_thread = 0;  // both locks for change
-    pid_t m_threadPid = 0;      // a forked child has the id of a thread that it has not
     bool m_bRun = false;
 };

@@ -14,3 +14,21 @@ EXIT_CODE RunLive(const OPTIONS& options, CInterrupt& interrupt);
 
 // Logs in and tells the alarms and records that are on, and with --follow how they change.
 EXIT_CODE RunAlarms(const OPTIONS& options, CInterrupt& interrupt);
+
+// Logs in and moves a camera, or has it do what the action says. With a length it ends the movement again.
+EXIT_CODE RunPtz(const OPTIONS& options, CInterrupt& interrupt);
+
+// Logs in and tells the device's clock, or sets it.
+EXIT_CODE RunTime(const OPTIONS& options, CInterrupt& interrupt);
+
+// Asks for a yes, logs in and restarts the device; waits for it if told so.
+EXIT_CODE RunReboot(const OPTIONS& options, CInterrupt& interrupt);
+
+// Logs in and writes one picture that the device makes.
+EXIT_CODE RunSnapshot(const OPTIONS& options, CInterrupt& interrupt);
+
+// Logs in and shows a channel's picture values, after changing those that are given.
+EXIT_CODE RunColor(const OPTIONS& options, CInterrupt& interrupt);
+
+// Listens for devices that call in by themselves, and tells who comes and goes.
+EXIT_CODE RunListen(const OPTIONS& options, CInterrupt& interrupt);

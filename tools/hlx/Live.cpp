@@ -144,12 +144,8 @@ EXIT_CODE CLiveRun::Tell(LIVE_END eEnd) const {
 EXIT_CODE RunLive(const OPTIONS& options, CInterrupt& interrupt) {
     CSession session(interrupt);
     if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
-    const int nChannels = session.Info().videoInputNum;
-    if (nChannels > 0 && options.live.lChannel >= nChannels) {
-        return Fail(options.connect.bJson,
-                    fmt::format("cannot open channel {} of {}", options.live.lChannel, nChannels),
-                    ErrorRow(HLX_CHANNEL_ERROR));
-    }
+    const EXIT_CODE eChannel = CheckChannel(session, options.connect, options.live.lChannel);
+    if (eChannel != EXIT_OK) return eChannel;
     std::unique_ptr<CFrameWriter> writer;
     if (!options.live.strOutput.empty()) {
         const int nFd = OpenOutput(options);

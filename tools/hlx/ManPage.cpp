@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include "ExitCodes.h"
+#include "PtzActions.h"
 
 namespace {
 
@@ -37,10 +38,30 @@ std::string OptionsText(const CLI::App& app) {
     return strText;
 }
 
+// " HOST[:PORT] ACTION [VALUE]".
+std::string PlacesText(const CLI::App& command) {
+    std::string strText;
+    for (const CLI::Option* pOption : command.get_options()) {
+        if (!pOption->get_positional()) continue;
+        const std::string strName = fmt::format("\\fI{}\\fR", Troff(pOption->get_type_name()));
+        strText += fmt::format(" {}", pOption->get_required() ? strName : "[" + strName + "]");
+    }
+    return strText;
+}
+
+std::string ActionsText() {
+    std::string strText = ".SH PTZ ACTIONS\n";
+    for (const PTZ_ACTION& action : PtzActions()) {
+        const std::string strValue = action.sValue ? fmt::format(" \\fI{}\\fR", action.sValue) : "";
+        strText += fmt::format(".TP\n\\fB{}\\fR{}\n{}\n", Troff(action.sName), strValue, Troff(action.sHelp));
+    }
+    return strText;
+}
+
 std::string CommandsText(const CLI::App& app) {
     std::string strText = ".SH COMMANDS\n";
     for (const CLI::App* pCommand : app.get_subcommands(nullptr)) {
-        strText += fmt::format(".SS hlx {} \\fIHOST\\fR[:\\fIPORT\\fR] [\\fIoptions\\fR]\n{}\n{}", pCommand->get_name(),
+        strText += fmt::format(".SS hlx {}{} [\\fIoptions\\fR]\n{}\n{}", pCommand->get_name(), PlacesText(*pCommand),
                                Troff(pCommand->get_description()), OptionsText(*pCommand));
     }
     return strText;
@@ -59,9 +80,22 @@ Data goes to standard output, everything else to standard error.
 The line of figures of a live stream appears on a terminal only.
 With \fB\-\-json\fR each line is one object whose \fIevent\fR tells its kind:
 .BR info ,
+.BR listening ,
+.BR device ,
+.BR unknown ,
+.BR left ,
 .BR format ,
 .BR second ,
-.B end
+.BR end ,
+.BR alarm ,
+.BR record ,
+.BR ptz ,
+.BR snapshot ,
+.BR color ,
+.BR time ,
+.BR time-set ,
+.BR reboot ,
+.B back
 or
 .BR error .
 .PP
@@ -83,6 +117,14 @@ HLX_PASSWORD=secret hlx info 192.0.2.7
 hlx live 192.0.2.7:6000 \-c 3 \-o channel3.h264 \-\-duration 1m
 hlx live [2001:db8::7] \-s sub \-o \- | ffplay \-
 hlx live 192.0.2.7 \-\-json \-\-frames 250
+hlx ptz 192.0.2.7 \-c 2 left \-\-for 1.5s
+hlx ptz 192.0.2.7 \-c 2 cruise\-set 1 \-\-station 3:10s \-\-station 4
+hlx snapshot 192.0.2.7 \-c 2 \-o gate.jpg
+hlx color 192.0.2.7 \-c 2 \-\-brightness 140 \-\-save
+hlx time 192.0.2.7 \-\-set now
+hlx reboot 192.0.2.7 \-\-yes \-\-wait \-\-log reboot.log
+hlx completion bash > ~/.local/share/bash\-completion/completions/hlx
+hlx listen \-\-port 6040 \-\-device 4711:admin:/etc/hlx/gate.password
 .EE
 .SH SEE ALSO
 .BR hlx\-simulator (1)
@@ -95,5 +137,5 @@ std::string ManPageText(const CLI::App& app) {
                ".TH HLX 1 \"\" \"HLX {}\" \"User Commands\"\n.SH NAME\nhlx \\- talk to network video recorders and IP "
                "cameras\n.SH SYNOPSIS\n.B hlx\n.I command\n.RI HOST[: PORT ]\n.RI [ options ]\n.SH OPTIONS\n",
                HLX_TOOL_VERSION) +
-           OptionsText(app) + CommandsText(app) + AFTER_COMMANDS + ExitText() + EXAMPLES;
+           OptionsText(app) + CommandsText(app) + ActionsText() + AFTER_COMMANDS + ExitText() + EXAMPLES;
 }

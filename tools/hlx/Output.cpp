@@ -1,5 +1,6 @@
 #include "Output.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -21,17 +22,18 @@ int WriteAll(int nFd, std::string_view strText) {
     return 0;
 }
 
+int g_nErrors = STDERR_FILENO;  // our way to standard error
 bool g_bFiguresOnLine = false;  // the cursor stands behind a line of figures
 
 void EndFiguresLine() {
-    if (g_bFiguresOnLine) WriteAll(STDERR_FILENO, "\n");
+    if (g_bFiguresOnLine) WriteAll(g_nErrors, "\n");
     g_bFiguresOnLine = false;
 }
 
 bool Coloured() {
     const char* sNoColor = getenv("NO_COLOR");
     const char* sTerm = getenv("TERM");
-    return isatty(STDERR_FILENO) && (!sNoColor || !*sNoColor) && sTerm && strcmp(sTerm, "dumb") != 0;
+    return isatty(g_nErrors) && (!sNoColor || !*sNoColor) && sTerm && strcmp(sTerm, "dumb") != 0;
 }
 
 void PrintErrorLine(std::string_view strText) {
@@ -54,15 +56,30 @@ EXIT_CODE PrintedExit(int nErrno) {
 
 void PrintNote(std::string_view strText) {
     EndFiguresLine();
-    WriteAll(STDERR_FILENO, fmt::format("{}\n", strText));
+    WriteAll(g_nErrors, fmt::format("{}\n", strText));
 }
 
-bool FiguresShown() { return isatty(STDERR_FILENO) == 1; }
+bool FiguresShown() { return isatty(g_nErrors) == 1; }
 
 void PrintFigures(std::string_view strText) {
     if (!FiguresShown()) return;
-    WriteAll(STDERR_FILENO, fmt::format("\r\033[K{}", strText));
+    WriteAll(g_nErrors, fmt::format("\r\033[K{}", strText));
     g_bFiguresOnLine = true;
+}
+
+void ClearFigures() {
+    if (g_bFiguresOnLine) WriteAll(g_nErrors, "\r\033[K");
+    g_bFiguresOnLine = false;
+}
+
+void SilenceLibrary() {
+    const int nNull = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    const int nOurs = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (nNull >= 0 && nOurs >= 0) {
+        g_nErrors = nOurs;
+        dup2(nNull, STDERR_FILENO);
+    }
+    if (nNull >= 0) close(nNull);
 }
 
 EXIT_CODE Fail(bool bJson, std::string_view strWhat, const ERROR_ROW& row) {

@@ -23,9 +23,15 @@ void PrintNote(std::string_view strText);
 void PrintFigures(std::string_view strText);
 bool FiguresShown();
 
+// Takes the line of figures away, where there is one.
+void ClearFigures();
+
 // Tells a failure: "hlx: <what>: <sentence> (<name>, <number>)" on standard error, with bJson also a record
 // {"event":"error",...} on standard output. Returns the row's exit code.
 EXIT_CODE Fail(bool bJson, std::string_view strWhat, const ERROR_ROW& row);
 
 // The same for a failure that is not the library's: "hlx: <sentence>".
 EXIT_CODE Fail(bool bJson, std::string_view strSentence, EXIT_CODE eExit);
+
+// From now on standard error is ours alone: what the library writes there is dropped.
+void SilenceLibrary();

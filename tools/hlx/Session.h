@@ -28,5 +28,8 @@ private:
     HLX_DEVICEINFO m_info{};
 };
 
+// EXIT_OK for a channel that the device may have; else HLX_CHANNEL_ERROR is told.
+EXIT_CODE CheckChannel(const CSession& session, const CONNECT_OPTIONS& options, int64_t lChannel);
+
 // Tells the library's last error as the failure of strWhat; the exit code that belongs to it.
 EXIT_CODE FailLast(bool bJson, const std::string& strWhat);

@@ -67,6 +67,19 @@ std::optional<std::chrono::milliseconds> ParseDuration(std::string_view strText)
     return std::chrono::milliseconds(static_cast<int64_t>(dMilliseconds));
 }
 
+std::optional<STATION> ParseStation(std::string_view strText) {
+    STATION station;
+    const char* pLast = strText.data() + strText.size();
+    const auto [pEnd, error] = std::from_chars(strText.data(), pLast, station.nPreset);
+    if (error != std::errc{} || station.nPreset > LAST_PTZ_PLACE) return {};
+    if (pEnd == pLast) return station;
+    const auto stay =
+        *pEnd == ':' ? ParseDuration(strText.substr(static_cast<size_t>(pEnd - strText.data()) + 1)) : std::nullopt;
+    if (!stay || stay->count() % 1000 != 0) return {};
+    station.nSeconds = static_cast<uint32_t>(stay->count() / 1000);
+    return station;
+}
+
 std::string FieldText(const char* sField, size_t nSize) {
     std::string strText(sField, strnlen(sField, nSize));
     for (char& c : strText) {

@@ -24,6 +24,18 @@ std::string EndpointText(const ENDPOINT& endpoint);
 // Reads "500ms", "10s", "1.5m", "2h" or plain seconds. Nothing for other units, zero, negative or above 30 days.
 std::optional<std::chrono::milliseconds> ParseDuration(std::string_view strText);
 
+// One station of a cruise.
+struct STATION {
+    uint32_t nPreset = 0;
+    uint32_t nSeconds = 5;  // that the camera stays there
+};
+
+// Highest number of a preset and of a cruise.
+inline constexpr uint32_t LAST_PTZ_PLACE = 255;
+
+// Reads "PRESET" or "PRESET:TIME", the time in whole seconds. Nothing for other texts.
+std::optional<STATION> ParseStation(std::string_view strText);
+
 // A text field of a record that need not end, made fit for a terminal: control characters become dots.
 std::string FieldText(const char* sField, size_t nSize);
 

@@ -1,7 +1,8 @@
-#include <cstdio>
 #include <exception>
+#include <string>
 
 #include "CommandLine.h"
+#include "Output.h"
 
 int main(int argc, char** argv) {
     try {
@@ -10,7 +11,7 @@ int main(int argc, char** argv) {
         const auto line = ReadCommandLine(argc, argv, eExit);
         return line ? line->pfnRun(line->options, interrupt) : eExit;
     } catch (const std::exception& error) {
-        fprintf(stderr, "hlx: %s\n", error.what());
+        PrintNote(std::string("hlx: ") + error.what());
         return EXIT_FAILED;
     }
 }

@@ -2,6 +2,7 @@
 #include <new>
 
 #include "main_utility/api/Wrappers.h"
+#include "main_utility/device/NetDeviceMan.h"
 #include "sdk_common/PubTime.h"
 
 namespace {
@@ -26,7 +27,8 @@ BOOL HLX_Init(void) {
 BOOL HLX_Cleanup(void) {
     CThreadState::Instance()->SetLastError(HLX_SUCCESS);
     if (!g_pSdkImpl) return 1;
-    const bool bOnOwnThread = CLiveMan::InFrameCallback() || CDeviceMsgMan::InMessageCallback();
+    const bool bOnOwnThread =
+        CLiveMan::InFrameCallback() || CDeviceMsgMan::InMessageCallback() || CNetDeviceMan::InCallback();
     if (bOnOwnThread) return Failure(HLX_OPER_NOPERMIT);
     // Once cleanup has run, the last error reads as not initialised.
     CThreadState::Instance()->SetLastError(HLX_NOINIT);

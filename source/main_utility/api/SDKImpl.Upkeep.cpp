@@ -4,6 +4,13 @@
 #include "main_utility/discovery/GetAddrByName.h"
 #include "main_utility/upkeep/ImportExportCfg.h"
 
+namespace {
+
+/// False on a stream's or the listener's thread inside a callback: a message callback may be waiting for that thread.
+bool MayWaitForMessages() { return !CLiveMan::InFrameCallback() && !CNetDeviceMan::InRegisterCallback(); }
+
+}  // namespace
+
 POINTERHANDLE CSDKImpl::Upgrade(LONG lUserID, const char* sFileName, int fileType) {
     return Given(sFileName) ? m_upgradeMan.Update(lUserID, sFileName, fileType) : -1;
 }
@@ -35,13 +42,15 @@ BOOL CSDKImpl::GetFormatProgress(POINTERHANDLE lFormatHandle, LONG* pCurrentForm
 BOOL CSDKImpl::CloseFormatHandle(POINTERHANDLE lFormatHandle) { return m_diskMan.StopFormatDisk(lFormatHandle); }
 
 BOOL CSDKImpl::SetDVRMessageCallBack(NET_MESSAGE_CALLBACK fMessageCallBack, void* pUser) {
-    return m_deviceMsgMan.SetDVRMessageCallBack(fMessageCallBack, pUser);
+    return m_deviceMsgMan.SetDVRMessageCallBack(fMessageCallBack, pUser, MayWaitForMessages());
 }
 BOOL CSDKImpl::SetDVRMessageCallBackEx(NET_MESSAGE_CALLBACK_EX fMessageCallBack, void* pUser) {
-    return m_deviceMsgMan.SetDVRMessageCallBackEx(fMessageCallBack, pUser);
+    return m_deviceMsgMan.SetDVRMessageCallBackEx(fMessageCallBack, pUser, MayWaitForMessages());
 }
 POINTERHANDLE CSDKImpl::SetupAlarmChan(LONG lUserID) { return m_deviceMsgMan.SetupAlarmChan(lUserID); }
-BOOL CSDKImpl::CloseAlarmChan(POINTERHANDLE lAlarmHandle) { return m_deviceMsgMan.CloseAlarmChan(lAlarmHandle); }
+BOOL CSDKImpl::CloseAlarmChan(POINTERHANDLE lAlarmHandle) {
+    return m_deviceMsgMan.CloseAlarmChan(lAlarmHandle, MayWaitForMessages());
+}
 BOOL CSDKImpl::GetAlarmStatus(LONG lUserID, LPVOID lpOutBuffer, DWORD dwOutBufferSize, LPVOID lpReplyBuffer,
                               LPDWORD lpReplySize, int* pAlarmNum, BOOL bEx) {
     if (lpReplyBuffer && !Given(lpReplySize)) return 0;

@@ -77,11 +77,12 @@ CSDKImpl::CSDKImpl(YLog4C* pLog)
       m_pAudioCodecMan(CAudioCodecMan::Instance()),
       m_pImportExortCfg(CImportExportCfg::Instance()),
       mYlog(pLog) {
-    mYlog->SetLog2Console(false);
-    mYlog->SetLog2File(false);
+    SwitchLogOff();
 }
 
-CSDKImpl::~CSDKImpl() {
+CSDKImpl::~CSDKImpl() { SwitchLogOff(); }
+
+void CSDKImpl::SwitchLogOff() {
     mYlog->SetLog2Console(false);
     mYlog->SetLog2File(false);
     mYlog->CloseLog();
@@ -132,6 +133,7 @@ void CSDKImpl::Quit() {
     m_playbackMan.Stop();
     m_downloadMan.Stop();
     m_pDeviceMan->Stop();
+    m_liveMan.Stop();  // what an exception or register callback opened meanwhile; no such callback runs any more
     QuitManagers();
 }
 
@@ -164,17 +166,16 @@ DWORD CSDKImpl::GetSDKVersion() { return SDK_VERSION; }
 DWORD CSDKImpl::GetSDKBuildVersion() { return BuildVersion(BUILD_DATE); }
 
 BOOL CSDKImpl::SetLogToFile(BOOL bLogEnable, const char* strLogDir, BOOL, int logLevel) {
-    mYlog->SetLogDir(strLogDir);
+    if (!bLogEnable) SwitchLogOff();
+    if (strLogDir && *strLogDir) mYlog->SetLogPlace(strLogDir);
     mYlog->SetLog2MultiThread(true);
     mYlog->SetLogLevel(logLevel);
     mYlog->SetLogFileMaxcnt(YLog4C::MAX_FILE_COUNT);
     mYlog->SetLogMaxsize(LOG_FILE_SIZE);
-    mYlog->SetLog2Console(bLogEnable);
-    mYlog->SetLog2File(bLogEnable);
-    if (bLogEnable)
-        YLOG(YLOG_INFO, "log begins, version %08x, build %u", SDK_VERSION, GetSDKBuildVersion());
-    else
-        mYlog->CloseLog();
+    if (!bLogEnable) return 1;
+    mYlog->SetLog2Console(true);
+    mYlog->SetLog2File(true);
+    YLOG(YLOG_INFO, "log begins, version %08x, build %u", SDK_VERSION, GetSDKBuildVersion());
     return 1;
 }
 

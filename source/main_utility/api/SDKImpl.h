@@ -286,6 +286,7 @@ private:
     void Rollback();
     void QuitManagers();
     void TellCaller(ACCEPT_REGISTER_CALLBACK fCallback, LONG lUserID, LONG lRegisterID, LPHLX_DEVICEINFO pDeviceInfo);
+    void SwitchLogOff();
     static void* MonitorTimeThread(void* pParam);
 
     CThreadState* m_pThreadState = nullptr;

@@ -1,10 +1,10 @@
 // Sessions that heal: breaks are told, links opened again, logins repeated; subscription messages are polled.
 #include <algorithm>
-#include <cstdio>
 #include <new>
 #include <vector>
 
 #include "main_utility/device/NetDeviceMan.h"
+#include "sdk_common/Console.h"
 #include "sdk_common/PubTime.h"
 #include "sdk_common/RunFlag.h"
 #include "sdk_common/YLog4C.h"
@@ -18,6 +18,8 @@ constexpr tuint32 SHORTEST_RECONNECT = 100;      // milliseconds
 constexpr tuint32 LONGEST_RECONNECT = 0xFFFFFFFE;
 constexpr time_t WRONG_PASSWORD_PAUSE = 310;  // seconds without a login try
 
+tint64 Monotonic() { return TimeSource().MonotonicMicroseconds(); }
+
 }  // namespace
 
 bool CNetDeviceMan::StartHealing() {
@@ -28,10 +30,11 @@ bool CNetDeviceMan::StartHealing() {
     return m_hReConnect && m_checkConnectThread && m_hSubscrib;
 }
 
-/// Ends the three threads. A reconnect that waits for its device is woken.
+/// Ends the three threads. A worker of the reconnect thread that waits for its device is woken.
 void CNetDeviceMan::StopHealing() {
     for (bool* pRun : {&m_bReConnecting, &m_checkConnect, &m_bSubscribing}) SetRunFlag(*pRun, false);
     m_stopWait.Close();
+    m_crew.Wake();
     for (const Session& session : m_table.Snapshot()) {
         if (session->gate.Reconnecting()) m_table.TellBroken(*session);
     }
@@ -82,7 +85,9 @@ void CNetDeviceMan::CheckConnectProc() {
 
 void CNetDeviceMan::TellException(DWORD type, LONG lHandle) {
     const auto [pfnException, pUser] = m_exceptionCallback.Get();
-    if (pfnException) pfnException(type, lHandle, 0, pUser);
+    if (!pfnException) return;
+    const CApplicationCall call;
+    pfnException(type, lHandle, 0, pUser);
 }
 
 void* CNetDeviceMan::ReConnectThread(void* pParam) {
@@ -92,40 +97,84 @@ void* CNetDeviceMan::ReConnectThread(void* pParam) {
             man.ReConnectProc();
         } catch (const std::bad_alloc&) {  // the next walk does it
         }
-        man.Pause(man.m_bReConnecting,
-                  std::clamp<tuint32>(man.m_dwReconnInterval, SHORTEST_RECONNECT, LONGEST_RECONNECT));
+        man.ReConnectPause();
     }
+    man.m_crew.JoinAll();
     return nullptr;
 }
 
-/// One walk over all sessions. Those whose break was told are opened again; the others wait for the next walk.
+/// One walk over all sessions. Those whose break was told go to a worker each, and when all are busy the walk waits for one of
+/// them, so that each session gets its turn however many devices are silent.
 void CNetDeviceMan::ReConnectProc() {
+    const auto stopping = [&] { return !RunFlagSet(m_bReConnecting); };
     for (const Session& session : m_table.Snapshot()) {
-        if (!RunFlagSet(m_bReConnecting) || !m_bEnableReconn) return;
-        const bool bBroken = session->wCanReconnect && !session->bAutoRegisterMode && session->bBreakTold &&
-                             session->pNetDevice->GetDeviceStatus() == NET_DEVICE_STATUS_DISCONNECT;
-        if (bBroken && session->gate.BeginReconnect()) ReconnectSession(session);
+        while (m_crew.IsFull() && !stopping()) {
+            m_crew.Wait(CWaitEvent::WAIT_FOREVER, stopping);
+            TellReturns();
+        }
+        if (stopping() || !m_bEnableReconn) return;
+        if (IsDue(*session) && session->gate.BeginReconnect()) StartReconnect(session);
     }
 }
 
-/// The session's gate is taken. A removal meanwhile interrupts the waits and leaves the end of the session to this thread.
-void CNetDeviceMan::ReconnectSession(const Session& session) {
-    HLX_DEVICEINFO info{};
-    bool bBack = false;
-    {
-        const CThreadState::OwnNumber ownNumber;
-        bBack = OpenAgain(*session) && LoginAgain(*session, info);
+/// The pause between two walks, over early when the settings change. Returns are told as they come.
+void CNetDeviceMan::ReConnectPause() {
+    m_bReconnectSet = false;
+    const tint64 interval = std::clamp<tint64>(m_dwReconnInterval, SHORTEST_RECONNECT, LONGEST_RECONNECT);
+    const tint64 end = Monotonic() + interval * 1000;
+    const auto over = [&] { return !RunFlagSet(m_bReConnecting) || m_bReconnectSet; };
+    for (tint64 left = interval; left > 0 && !over(); left = (end - Monotonic() + 999) / 1000) {
+        m_crew.Wait(static_cast<tuint32>(left), over);
+        TellReturns();
     }
-    if (session->gate.EndReconnect()) {
-        EndSession(*session);
-        return;
+}
+
+bool CNetDeviceMan::IsDue(const NET_DEVICE_RES& session) const {
+    return session.wCanReconnect && !session.bAutoRegisterMode && session.bBreakTold && !m_crew.WorksOn(session) &&
+           session.pNetDevice->GetDeviceStatus() == NET_DEVICE_STATUS_DISCONNECT;
+}
+
+/// The session's gate is taken; the worker gives it back.
+void CNetDeviceMan::StartReconnect(const Session& session) {
+    if (m_crew.Start({session, SecondsOfRest(*session)})) return;
+    if (session->gate.EndReconnect()) EndSession(*session);
+}
+
+/// After a wrong password no login is tried for a while: the seconds since, or -1 when one may be.
+time_t CNetDeviceMan::SecondsOfRest(const NET_DEVICE_RES& session) {
+    const auto wrongTime = static_cast<time_t>(session.pNetDevice->GetLastWrongPswTime());
+    const time_t passed = GetWallSeconds() - wrongTime;
+    return wrongTime != 0 && passed >= 0 && passed < WRONG_PASSWORD_PAUSE ? passed : -1;
+}
+
+/// On a worker. A removal meanwhile interrupts the waits and leaves the end of the session to this thread.
+void CNetDeviceMan::TryReconnect(RECONNECT_TRY& attempt) {
+    NET_DEVICE_RES& session = *attempt.session;
+    const CThreadState::OwnNumber ownNumber;
+    try {
+        attempt.bBack = OpenAgain(session) && LoginAgain(session, attempt);
+    } catch (const std::bad_alloc&) {  // the next walk tries again
     }
-    if (!bBack) return;
-    YLOG(YLOG_INFO, "user %d, %s: back, %d channels", session->lHandle, session->sDeviceIP, int{info.videoInputNum});
+    if (session.gate.EndReconnect()) EndSession(session);
+}
+
+/// On the reconnect thread with no lock held: takes the results of its workers and tells which sessions are back.
+void CNetDeviceMan::TellReturns() {
+    for (RECONNECT_TRY attempt; m_crew.TakeDone(attempt);) {
+        NET_DEVICE_RES& session = *attempt.session;
+        if (attempt.bBack) session.pNetDevice->SetLastWrongPswTime(0);
+        if (attempt.error == HLX_PASSWORD_ERROR)
+            session.pNetDevice->SetLastWrongPswTime(static_cast<ULONGLONG>(GetWallSeconds()));
+        if (attempt.bBack && !session.gate.Gone()) TellReturn(session, attempt.info.videoInputNum);
+    }
+}
+
+void CNetDeviceMan::TellReturn(NET_DEVICE_RES& session, WORD videoInputNum) {
+    YLOG(YLOG_INFO, "user %d, %s: back, %d channels", session.lHandle, session.sDeviceIP, int{videoInputNum});
     const auto [pfnReconnect, pUser] = m_reconnectCallback.Get();
-    if (pfnReconnect) pfnReconnect(session->lHandle, pUser, session->eDVRVer == NVR_VER_K7700, -1, info.videoInputNum);
-    TellException(NETWORK_RECONNECT, session->lHandle);
-    session->bBreakTold = false;  // behind the callback, so that the next break is told after this return
+    if (pfnReconnect) pfnReconnect(session.lHandle, pUser, session.eDVRVer == NVR_VER_K7700, -1, videoInputNum);
+    TellException(NETWORK_RECONNECT, session.lHandle);
+    session.bBreakTold = false;  // behind the callback, so that the next break is told after this return
 }
 
 bool CNetDeviceMan::OpenAgain(NET_DEVICE_RES& session) {
@@ -140,24 +189,18 @@ bool CNetDeviceMan::OpenAgain(NET_DEVICE_RES& session) {
     return HandLinkToEngine(session, link);
 }
 
-/// After a wrong password no login is tried for a while; the link stays until the next walk.
-bool CNetDeviceMan::LoginAgain(NET_DEVICE_RES& session, HLX_DEVICEINFO& info) {
-    CNetDevice& device = *session.pNetDevice;
-    const auto wrongTime = static_cast<time_t>(device.GetLastWrongPswTime());
-    const time_t passed = GetWallSeconds() - wrongTime;
-    if (wrongTime != 0 && passed >= 0 && passed < WRONG_PASSWORD_PAUSE) {
-        std::fprintf(stderr, "%lld\n", static_cast<long long>(passed));
+/// While logins rest the link stays until the next walk.
+bool CNetDeviceMan::LoginAgain(NET_DEVICE_RES& session, RECONNECT_TRY& attempt) {
+    if (attempt.resting >= 0) {
+        PrintConsoleF("%lld\n", static_cast<long long>(attempt.resting));
         return false;
     }
     const bool bStopping = session.gate.Gone() || !RunFlagSet(m_bReConnecting);
     CThreadState::Instance()->SetLastError(HLX_SUCCESS);
-    if (!bStopping && device.Login(session.sUserName, session.sPassword, &info)) {
-        device.SetLastWrongPswTime(0);
-        return true;
-    }
-    const DWORD error = CThreadState::Instance()->GetLastError();
-    YLOG(YLOG_WARN, "user %d, %s: not back, number %d", session.lHandle, session.sDeviceIP, static_cast<int>(error));
-    if (!bStopping && error == HLX_PASSWORD_ERROR) device.SetLastWrongPswTime(static_cast<ULONGLONG>(GetWallSeconds()));
+    if (!bStopping && session.pNetDevice->Login(session.sUserName, session.sPassword, &attempt.info)) return true;
+    attempt.error = CThreadState::Instance()->GetLastError();
+    YLOG(YLOG_WARN, "user %d, %s: not back, number %d", session.lHandle, session.sDeviceIP,
+         static_cast<int>(attempt.error));
     m_multiNetComm.RemoveComm(session.lHandle);
     return false;
 }
@@ -184,8 +227,10 @@ void CNetDeviceMan::SubscribProc(std::vector<char>& buffer) {
         DWORD dwCommand = 0;
         LONG lChannel = 0;
         int length = 0;
-        while (RunFlagSet(m_bSubscribing) && NextSubscribMsg(session, dwCommand, lChannel, buffer, length))
+        while (RunFlagSet(m_bSubscribing) && NextSubscribMsg(session, dwCommand, lChannel, buffer, length)) {
+            const CApplicationCall call;
             fSubscrib(session->lHandle, dwCommand, buffer.data(), static_cast<DWORD>(length), pUser);
+        }
     }
 }
 

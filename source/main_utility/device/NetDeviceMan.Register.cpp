@@ -86,6 +86,8 @@ void CNetDeviceMan::StopListener() {
     if (listener) listener->StopListen();
 }
 
+bool CNetDeviceMan::InRegisterCallback() { return t_bAccepting; }
+
 int CNetDeviceMan::AcceptLinkCallback(CLIENT_SOCK_INFO* pInfo, void* pParam, void*) {
     t_bAccepting = true;
     int result = 0;
@@ -148,6 +150,7 @@ int CNetDeviceMan::LoginCaller(const Session& session) {
         return 0;
     }
     const auto [fRegister, pUser] = m_registerCallback.Get();
+    const CApplicationCall call;
     if (fRegister) fRegister(session->lHandle, session->lRegisterID, &deviceInfo, pUser);
     return 1;
 }
@@ -170,7 +173,10 @@ void CNetDeviceMan::SetCaller(const Session& session) {
 int CNetDeviceMan::RefuseCaller(const Session& session) {
     HLX_DEVICEINFO empty{};
     const auto [fUnRegister, pUser] = m_unRegisterCallback.Get();
-    if (fUnRegister) fUnRegister(session->lHandle, session->lRegisterID, &empty, pUser);
+    if (fUnRegister) {
+        const CApplicationCall call;
+        fUnRegister(session->lHandle, session->lRegisterID, &empty, pUser);
+    }
     DropSession(session);
     GiveBackDeviceID(session->lHandle);
     return 0;

@@ -70,7 +70,8 @@ BOOL CNetDeviceMan::SetConnectTime(DWORD dwWaitTime, DWORD dwTryTimes) {
 BOOL CNetDeviceMan::SetReconnect(DWORD dwInterval, BOOL bEnableRecon) {
     m_dwReconnInterval = dwInterval;
     m_bEnableReconn = bEnableRecon;
-    m_stopWait.PulseEvent();  // the pause under way is the old one
+    m_bReconnectSet = true;  // the pause under way is the old one
+    m_crew.Wake();
     return 1;
 }
 

@@ -7,6 +7,7 @@
 
 #include "main_utility/device/DeviceFamilies.h"
 #include "main_utility/device/DeviceForward.h"
+#include "main_utility/device/ReconnectCrew.h"
 #include "main_utility/device/TcpConnector.h"
 #include "netservice/ListenProc.h"
 #include "netservice/MultiNetComm.h"
@@ -48,6 +49,8 @@ public:
     BOOL AddRegisterDeviceInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum);
     BOOL SetRegisterCallback(ACCEPT_REGISTER_CALLBACK fRegisterCBFun, void* pUser);
     BOOL SetUnRegisterCallback(ACCEPT_UNREGISTER_CALLBACK fUnRegisterCBFun, void* pUser);
+    /// True on the listener's thread while it serves a caller.
+    static bool InRegisterCallback();
     BOOL SetSubscribCallBack(SUBSCRIBE_CALLBACK fSubscribCallBack, void* pUser);
 
     /// Connects, tells the family, logs in. `luserId` is 0, or the parent's id for a further session that carries one
@@ -70,6 +73,9 @@ public:
     BOOL GetDeviceInfo(LONG lUserID, LPHLX_DEVICEINFO lpDeviceInfo);
     /// An HLX_DEVICE_FIRMWARE_TYPE value, HLX_DEVICE_FIRMWARE_OTHER for an unknown id.
     int GetDeviceFirmwareType(LONG lUserID);
+
+    /// True on a thread that is inside an application's exception, register or subscription callback.
+    static bool InCallback() { return t_bInCallback; }
 
     /// Ends the waits of all requests that are under way, with HLX_NETWORK_NOT_CONNECT. For those who stop a thread that may be in one.
     void InterruptRequests();
@@ -102,6 +108,14 @@ public:
 private:
     using Session = CDeviceTable::Session;
 
+    /// Marks the thread for the time of a call to the application.
+    struct CApplicationCall {
+        CApplicationCall() { t_bInCallback = true; }
+        ~CApplicationCall() { t_bInCallback = false; }
+        CApplicationCall(const CApplicationCall&) = delete;
+        CApplicationCall& operator=(const CApplicationCall&) = delete;
+    };
+
     CNetDeviceMan() = default;
 
     static int MultiNetCommCallback(int deviceID, void* pParam, const char* pBuf, int iLen);
@@ -130,10 +144,16 @@ private:
     static void* SubscribThread(void* pParam);
     void CheckConnectProc();
     void ReConnectProc();
+    void ReConnectPause();
     void SubscribProc(std::vector<char>& buffer);
-    void ReconnectSession(const Session& session);
+    bool IsDue(const NET_DEVICE_RES& session) const;
+    void StartReconnect(const Session& session);
+    static time_t SecondsOfRest(const NET_DEVICE_RES& session);
+    void TryReconnect(RECONNECT_TRY& attempt);
     bool OpenAgain(NET_DEVICE_RES& session);
-    bool LoginAgain(NET_DEVICE_RES& session, HLX_DEVICEINFO& info);
+    bool LoginAgain(NET_DEVICE_RES& session, RECONNECT_TRY& attempt);
+    void TellReturns();
+    void TellReturn(NET_DEVICE_RES& session, WORD videoInputNum);
     void TellException(DWORD type, LONG lHandle);
     bool NextSubscribMsg(const Session& session, DWORD& dwCommand, LONG& lChannel, std::vector<char>& buffer,
                          int& length);
@@ -149,6 +169,8 @@ private:
     int RefuseCaller(const Session& session);
     bool LoginAsCaller(const Session& session, HLX_DEVICEINFO& deviceInfo);
     void SetCaller(const Session& session);
+
+    static inline thread_local bool t_bInCallback = false;
 
     CSWL_MultiNetComm m_multiNetComm;
     CTcpConnector m_connector;
@@ -169,9 +191,11 @@ private:
     CCallbackPair<ACCEPT_REGISTER_CALLBACK> m_registerCallback;
     CCallbackPair<ACCEPT_UNREGISTER_CALLBACK> m_unRegisterCallback;
 
-    CWaitEvent m_stopWait;  // closed at Stop: ends the pauses of the three threads
+    CWaitEvent m_stopWait;  // closed at Stop: ends the pauses of the check-connect and the subscription thread
     PUB_thread_t m_hReConnect = 0;
     bool m_bReConnecting = false;
+    std::atomic<bool> m_bReconnectSet{false};  // SetReconnect was called since the pause began
+    CReconnectCrew m_crew{[this](RECONNECT_TRY& attempt) { TryReconnect(attempt); }};  // reconnect thread's
     PUB_thread_t m_checkConnectThread = 0;
     bool m_checkConnect = false;
     PUB_thread_t m_hSubscrib = 0;

@@ -50,7 +50,7 @@ void CLiveMan::StopResuming() {
 }
 
 /// A newer recorder resumes channel by channel, the others the whole session at once.
-void CLiveMan::ResumeOnReconnection(LONG lUserID, BOOL bIsK7KChannel, LONG channel, WORD videoInputNum) {
+void CLiveMan::ResumeOnReconnection(LONG lUserID, BOOL bIsK7KChannel, LONG channel, WORD videoInputNum) try {
     if (!m_pDeviceMan->IsEnableReconn()) return;
     const bool bEachChannel = bIsK7KChannel && channel == -1;
     const LONG first = bEachChannel ? 0 : channel;
@@ -58,6 +58,7 @@ void CLiveMan::ResumeOnReconnection(LONG lUserID, BOOL bIsK7KChannel, LONG chann
     for (LONG entryChannel = first; entryChannel <= last; ++entryChannel)
         Enlist({lUserID, bIsK7KChannel, entryChannel, 0, 0});
     m_resumeWait.SetEvent();
+} catch (const std::bad_alloc&) {  // the look for silent streams finds them
 }
 
 /// An entry for the same streams takes the place of an older one.

@@ -8,12 +8,18 @@
 #include "main_utility/device/NetDeviceMan.h"
 #include "sdk_common/RunFlag.h"
 #include "sdk_common/ThreadState.h"
+#include "sdk_common/YLog4C.h"
 
 namespace {
 
 constexpr tuint32 MESSAGE_INTERVAL = 1500;  // milliseconds
 
 thread_local bool s_bInCallback = false;
+
+struct InCallback {
+    InCallback() { s_bInCallback = true; }
+    ~InCallback() { s_bInCallback = false; }
+};
 
 /// What a poll gives, at most `most`. Its number is nobody's business but this thread's.
 template <class Poll>
@@ -65,32 +71,43 @@ POINTERHANDLE CDeviceMsgMan::SetupAlarmChan(LONG lUserID) {
     return lUserID;
 }
 
-BOOL CDeviceMsgMan::CloseAlarmChan(POINTERHANDLE lAlarmHandle) {
+BOOL CDeviceMsgMan::CloseAlarmChan(POINTERHANDLE lAlarmHandle, bool bMayWait) {
     {
         std::lock_guard guard(m_listLock);
         m_listDeviceSetup.remove(lAlarmHandle);
     }
-    if (s_bInCallback) return 1;
+    WaitForCall(bMayWait, [&] { return m_calledFor == lAlarmHandle; });
+    return 1;
+}
+
+BOOL CDeviceMsgMan::SetDVRMessageCallBack(NET_MESSAGE_CALLBACK fMessageCallBack, void* pUser, bool bMayWait) {
+    {
+        std::lock_guard guard(m_listLock);
+        m_fnMessageCBFun = fMessageCallBack;
+        m_pCBFunUser = pUser;
+    }
+    WaitForCall(bMayWait && !fMessageCallBack, [&] { return m_calledForm == FORM::BASIC; });
+    return 1;
+}
+
+BOOL CDeviceMsgMan::SetDVRMessageCallBackEx(NET_MESSAGE_CALLBACK_EX fMessageCallBack, void* pUser, bool bMayWait) {
+    {
+        std::lock_guard guard(m_listLock);
+        m_fnMessageCBFunEx = fMessageCallBack;
+        m_pCBFunUser = pUser;
+    }
+    WaitForCall(bMayWait && !fMessageCallBack, [&] { return m_calledForm == FORM::EXTENDED; });
+    return 1;
+}
+
+/// Waits while the callback in progress is a wanted one. A message callback does not wait for itself.
+template <class Wanted>
+void CDeviceMsgMan::WaitForCall(bool bMayWait, Wanted wanted) {
     const auto quiet = [&] {
         std::lock_guard guard(m_listLock);
-        return !m_bCalling || m_calledFor != lAlarmHandle;
+        return !m_bCalling || !wanted();
     };
-    while (!quiet()) m_callbackEnd.WaitForCond(CWaitEvent::WAIT_FOREVER, quiet);
-    return 1;
-}
-
-BOOL CDeviceMsgMan::SetDVRMessageCallBack(NET_MESSAGE_CALLBACK fMessageCallBack, void* pUser) {
-    std::lock_guard guard(m_listLock);
-    m_fnMessageCBFun = fMessageCallBack;
-    m_pCBFunUser = pUser;
-    return 1;
-}
-
-BOOL CDeviceMsgMan::SetDVRMessageCallBackEx(NET_MESSAGE_CALLBACK_EX fMessageCallBack, void* pUser) {
-    std::lock_guard guard(m_listLock);
-    m_fnMessageCBFunEx = fMessageCallBack;
-    m_pCBFunUser = pUser;
-    return 1;
+    while (bMayWait && !s_bInCallback && !quiet()) m_callbackEnd.WaitForCond(CWaitEvent::WAIT_FOREVER, quiet);
 }
 
 bool CDeviceMsgMan::IsListed(long long lUserID) const {
@@ -162,11 +179,15 @@ void CDeviceMsgMan::Deliver(LONG lUserID, LONG lCommand, FORM form, void* pData,
         pUser = m_pCBFunUser;
         if (!fnMessage || !IsListed(lUserID)) return;
         m_calledFor = lUserID;
+        m_calledForm = form;
         m_bCalling = true;
     }
-    s_bInCallback = true;
-    fnMessage(lCommand, lUserID, static_cast<char*>(pData), static_cast<DWORD>(length), pUser);
-    s_bInCallback = false;
+    try {
+        const InCallback inCallback;
+        fnMessage(lCommand, lUserID, static_cast<char*>(pData), static_cast<DWORD>(length), pUser);
+    } catch (...) {  // the application's own: the session's other messages are told all the same
+        YLOG(YLOG_ERROR, "user %lld: a message callback threw an exception, message %lld", lUserID, lCommand);
+    }
     {
         std::lock_guard guard(m_listLock);
         m_bCalling = false;

@@ -12,11 +12,12 @@
 
 class CNetDeviceMan;
 
-/// Tells the application about alarms, records and rules of the devices with an open alarm channel: one thread asks each of them every
-/// 1500 ms and calls the message callbacks with what is in force. A state that lasts is thus told again each time.
+/// Tells the application about alarms, records and rules of the devices with an open alarm channel: one thread asks
+/// each of them every 1500 ms and calls the message callbacks with what is in force. A state that lasts is thus told
+/// again each time.
 ///
-/// Callbacks run on that thread, with no lock held and with the callback and its user value as they were set together. Any thread may
-/// call the operations. Lock: m_listLock, a leaf.
+/// Callbacks run on that thread, with no lock held and with the callback and its user value as they were set together.
+/// Any thread may call the operations. Lock: m_listLock, a leaf.
 class CDeviceMsgMan {
 public:
     CDeviceMsgMan();
@@ -27,20 +28,23 @@ public:
     bool Initial();
     /// False with HLX_ALLOC_RESOURCE_ERROR (44) without memory, HLX_PROGRAM_EXCEPTION (78) without a thread.
     bool Start();
-    /// Ends the thread once its callback in progress is back. Not from inside a callback. Safe on a manager that was never started.
+    /// Ends the thread once its callback in progress is back. Not from inside a callback. Safe on a manager that was
+    /// never started.
     void Stop();
     /// Closes all alarm channels.
     void Quit();
 
-    /// Opens the alarm channel of a session, once however often it is asked for. The handle is the user id; an id that is no session, or no
-    /// more, is kept without effect.
+    /// Opens the alarm channel of a session, once however often it is asked for. The handle is the user id; an id that
+    /// is no session, or no more, is kept without effect.
     POINTERHANDLE SetupAlarmChan(LONG lUserID);
-    /// Closes it; 1 also for an unknown handle. When it returns no callback for this session runs or comes any more; inside a message
-    /// callback it returns at once, and the callback is the last one for this session.
-    BOOL CloseAlarmChan(POINTERHANDLE lAlarmHandle);
-    /// Null takes a callback off. Both forms share one user value, the last set. Returns 1.
-    BOOL SetDVRMessageCallBack(NET_MESSAGE_CALLBACK fMessageCallBack, void* pUser);
-    BOOL SetDVRMessageCallBackEx(NET_MESSAGE_CALLBACK_EX fMessageCallBack, void* pUser);
+    /// Closes it; 1 also for an unknown handle. When it returns no callback for this session runs or comes any more.
+    /// Inside a message callback, or without `bMayWait`, it returns at once, and a callback in progress is the last
+    /// one for this session. `bMayWait` is for threads that no message callback may be waiting for.
+    BOOL CloseAlarmChan(POINTERHANDLE lAlarmHandle, bool bMayWait);
+    /// Null takes a callback off and waits, as CloseAlarmChan does, for its call in progress. Both forms share one user
+    /// value, the last set. Returns 1.
+    BOOL SetDVRMessageCallBack(NET_MESSAGE_CALLBACK fMessageCallBack, void* pUser, bool bMayWait);
+    BOOL SetDVRMessageCallBackEx(NET_MESSAGE_CALLBACK_EX fMessageCallBack, void* pUser, bool bMayWait);
 
     /// True on the message thread while the application's callback runs.
     static bool InMessageCallback();
@@ -62,6 +66,8 @@ private:
     void TellRules(LONG lUserID, FORM form);
     void Deliver(LONG lUserID, LONG lCommand, FORM form, void* pData, size_t length);
     bool IsListed(long long lUserID) const;  // m_listLock held
+    template <class Wanted>
+    void WaitForCall(bool bMayWait, Wanted wanted);
 
     CNetDeviceMan* m_pDeviceMan = nullptr;
 
@@ -71,6 +77,7 @@ private:
     void* m_pCBFunUser = nullptr;                          // m_listLock
     std::list<long long> m_listDeviceSetup;                // m_listLock; user ids
     long long m_calledFor = 0;                             // m_listLock; user id of the callback in progress
+    FORM m_calledForm = FORM::BASIC;                       // m_listLock; its form
     bool m_bCalling = false;                               // m_listLock
     CWaitEvent m_callbackEnd;                              // open as long as this object lives
 

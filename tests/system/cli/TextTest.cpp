@@ -2,6 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <ctime>
+
+#include "hlx/DateText.h"
+#include "hlx/Picture.h"
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -58,6 +64,88 @@ TEST(Text, FieldThatDoesNotEndOrHidesControls) {
     const char field[] = {'a', '\033', '[', '\n', 'b'};
     EXPECT_EQ(FieldText(field, sizeof field), "a.[.b");
     EXPECT_EQ(FieldText("ab\0cd", 5), "ab");
+}
+
+TEST(Text, StationForms) {
+    struct ROW {
+        const char* sText;
+        int nPreset;  // -1: refused
+        unsigned nSeconds;
+    };
+    const ROW rows[] = {{"3", 3, 5},        {"0:1m", 0, 60}, {"255:10s", 255, 10}, {"256", -1, 0},
+                        {"", -1, 0},        {":5s", -1, 0},  {"3:", -1, 0},        {"3x", -1, 0},
+                        {"3:500ms", -1, 0}, {"-1", -1, 0},   {"3:0", -1, 0}};
+    for (const ROW& row : rows) {
+        const auto station = ParseStation(row.sText);
+        ASSERT_EQ(station.has_value(), row.nPreset >= 0) << row.sText;
+        if (!station) continue;
+        EXPECT_EQ(station->nPreset, static_cast<uint32_t>(row.nPreset)) << row.sText;
+        EXPECT_EQ(station->nSeconds, row.nSeconds) << row.sText;
+    }
+}
+
+// The time zone of a scope, with summer time as in central Europe.
+class CZone {
+public:
+    CZone() {
+        setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+        tzset();
+    }
+    ~CZone() {
+        unsetenv("TZ");
+        tzset();
+    }
+};
+
+TEST(DateText, DatesInAndOut) {
+    const CZone zone;
+    struct ROW {
+        const char* sText;
+        int64_t nSeconds;  // -1: refused
+    };
+    const ROW rows[] = {{"2026-11-21T10:00", 1795251600},
+                        {"2026-11-21 10:00:07", 1795251607},
+                        {"2026-07-01T12:00", 1782900000},  // summer time
+                        {"2026-11-21T10:00Z", 1795255200},
+                        {"2026-11-21T10:00:00-02:30", 1795264200},
+                        {"2026-03-29T02:30", -1},  // the hour that is left out
+                        {"2026-02-29T10:00", -1},
+                        {"2026-11-21T24:01", -1},
+                        {"2026-11-21", -1},
+                        {"2026-11-21T10:00 Z", -1},
+                        {"2026-11-21T10:00+1", -1},
+                        {"2026-11-21T10:00:00x", -1},
+                        {"1969-01-01T00:00Z", -1},
+                        {"2106-02-07T06:28:15Z", 0xFFFFFFFF},
+                        {"2106-02-07T06:28:16Z", -1},
+                        {"", -1}};
+    for (const ROW& row : rows) EXPECT_EQ(ParseDate(row.sText).value_or(-1), row.nSeconds) << row.sText;
+    EXPECT_EQ(LocalDateText(1795251607), "2026-11-21 10:00:07 +0100");
+    EXPECT_EQ(LocalIsoText(1782900000), "2026-07-01T12:00:00+02:00");
+    EXPECT_EQ(UtcIsoText(1782900000), "2026-07-01T10:00:00Z");
+}
+
+TEST(DateText, Differences) {
+    const std::pair<int64_t, const char*> rows[] = {{0, "none (below 0.2 s)"},
+                                                    {-199, "none (below 0.2 s)"},
+                                                    {-1234, "1.2 s behind this machine"},
+                                                    {59'960, "1 min 0.0 s ahead of this machine"},
+                                                    {3'603'200, "1 h 0 min 3.2 s ahead of this machine"},
+                                                    {90'000'000, "1 d 1 h 0 min 0.0 s ahead of this machine"}};
+    for (const auto& [nMilliseconds, sText] : rows) {
+        EXPECT_EQ(DifferenceText(std::chrono::milliseconds(nMilliseconds)), sText);
+    }
+}
+
+TEST(Picture, WholeJpegsOnly) {
+    using namespace std::string_literals;
+    const std::string strWhole = "\xFF\xD8\xFF\xE0 body \xFF\xD9";
+    EXPECT_EQ(JpegOf(strWhole), strWhole);
+    EXPECT_EQ(JpegOf(strWhole + std::string(3, '\0')), strWhole);
+    for (const std::string& strWrong : {""s, "\0\0"s, "\xFF\xD9"s, strWhole + "x", strWhole.substr(1),
+                                        strWhole.substr(0, strWhole.size() - 1), "\xFF\xD8\xFF\xD9"s}) {
+        EXPECT_EQ(JpegOf(strWrong), "") << strWrong.size();
+    }
 }
 
 }  // namespace

@@ -18,7 +18,8 @@ library=$(find "$prefix" -name libHLX.so.1)
 libdir=$(dirname "$library")
 readelf -d "$library" | grep -q 'SONAME.*\[libHLX.so.1\]' || fail "wrong SONAME"
 [ "$(find "$prefix/include" -type f | sed "s|$prefix/||")" = include/HLX.h ] || fail "headers other than HLX.h"
-for file in bin/hlx bin/hlx-simulator share/man/man1/hlx.1 share/man/man1/hlx-simulator.1; do
+for file in bin/hlx bin/hlx-simulator share/bash-completion/completions/hlx share/zsh/site-functions/_hlx \
+            share/fish/vendor_completions.d/hlx.fish share/man/man1/hlx.1 share/man/man1/hlx-simulator.1; do
     [ -f "$prefix/$file" ] || fail "no $file"
 done
 find "$prefix/share/hlx/media" -name '*.h264' | grep -q . || fail "no clips"

@@ -197,33 +197,4 @@ TEST_F(CaptureTest, ManyAtOnce) {
     EXPECT_EQ(taken, 30);
 }
 
-TEST_F(ControlTest, FaultyReplies) {
-    LogIn();
-    DWORD value = 0;
-    const CFastTime fast(50);
-    const struct {
-        SIM_FAULT fault;
-        DWORD error;
-        std::function<BOOL()> operation;
-    } rows[] = {
-        {{SIM_FAULT_KIND::SHORT_REPLY, SIM_PHASE::COMMAND, 5, 1},
-         HLX_NETWORK_ERRORDATA,
-         [&] { return HLX_GetVideoEffect(m_user, 0, &value, &value, &value, &value); }},
-        {{SIM_FAULT_KIND::WRONG_REPLY, SIM_PHASE::COMMAND, CMD_REPLY_CFG_FAIL, 1},
-         HLX_DVR_OPRATE_FAILED,
-         [&] { return HLX_SaveVideoEffect(m_user, 0, 1, 1, 1, 1); }},
-        {{SIM_FAULT_KIND::WRONG_REPLY, SIM_PHASE::COMMAND, 99, 1},
-         HLX_NETWORK_RECV_TIMEOUT,
-         [&] { return HLX_PTZControl_Other(m_user, 0, PTZ_CMD_LEFT, 1); }},
-        {{SIM_FAULT_KIND::RESET, SIM_PHASE::COMMAND, 0, 1},
-         HLX_NETWORK_NOT_CONNECT,
-         [&] { return HLX_ChangTime(m_user, 1); }},
-    };
-    for (const auto& row : rows) {
-        m_pRecorder->SetFaults({row.fault});
-        EXPECT_FALSE(row.operation()) << &row - rows;
-        EXPECT_EQ(HLX_GetLastError(), row.error) << &row - rows;
-    }
-}
-
 }  // namespace

@@ -158,25 +158,62 @@ TEST_F(Messages, ABrokenSessionIsSilentUntilItIsBack) {
     HLX_SetReconnect(3000, true);
 }
 
-TEST_F(Messages, CloseWaitsForTheCallbackAndIsFinal) {
+TEST_F(Messages, AnEndWaitsForTheCallbackAndIsFinal) {
     const LONG id = LoginWithMotion();
-    std::promise<void> entered;
-    std::atomic<bool> bClosing{false};
-    std::atomic<bool> bClosed{false};
-    std::atomic<bool> bClosedTooEarly{false};
-    m_listener.m_inCallback = [&](LONG) {
-        entered.set_value();
-        WaitUntil([&] { return bClosing.load(); });
-        bClosedTooEarly = WaitUntil([&] { return bClosed.load(); }, std::chrono::milliseconds(50));
+    const struct {
+        const char* pName;
+        bool bExtended;  // the form that is heard as well
+        std::function<BOOL()> end;
+    } rows[] = {
+        {"close", true, [&] { return HLX_CloseAlarmChan(id); }},
+        {"basic off", false, [] { return HLX_SetDVRMessageCallBack(nullptr, nullptr); }},
     };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.pName);
+        std::promise<void> entered;
+        std::atomic<bool> bEnding{false};
+        std::atomic<bool> bEnded{false};
+        std::atomic<bool> bEndedTooEarly{false};
+        CListener listener;
+        listener.m_inCallback = [&](LONG) {
+            entered.set_value();
+            WaitUntil([&] { return bEnding.load(); });
+            bEndedTooEarly = WaitUntil([&] { return bEnded.load(); }, std::chrono::milliseconds(50));
+        };
+        listener.Listen();
+        if (!row.bExtended) HLX_SetDVRMessageCallBackEx(nullptr, &listener);
+        HLX_SetupAlarmChan(id);
+        EXPECT_EQ(entered.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+        bEnding = true;
+        EXPECT_TRUE(row.end());
+        bEnded = true;
+        EXPECT_FALSE(bEndedTooEarly);
+        EXPECT_EQ(listener.Calls().size(), 1u) << "nothing came of the extended form";
+    }
+}
+
+/// A message callback may stop the stream and wait for its thread.
+TEST_F(Messages, AFrameCallbackWaitsForNoMessageCallback) {
+    const LONG id = LoginWithMotion();
+    std::atomic<bool> bInMessage{false};
+    std::atomic<bool> bEnded{false};
+    std::atomic<bool> bEndedMeanwhile{false};
+    CReceiver receiver;
+    receiver.m_inCallback = [&](POINTERHANDLE, const HLX_FRAME_INFO&) {
+        if (bInMessage && !bEnded)
+            bEnded = HLX_CloseAlarmChan(id) && HLX_SetDVRMessageCallBack(nullptr, nullptr) &&
+                     HLX_SetDVRMessageCallBackEx(nullptr, nullptr);
+    };
+    m_listener.m_inCallback = [&](LONG) {
+        bInMessage = true;
+        bEndedMeanwhile = WaitUntil([&] { return bEnded.load(); });
+    };
+    ASSERT_GT(receiver.Play(id, 0), 0);
     m_listener.Listen();
     HLX_SetupAlarmChan(id);
-    EXPECT_EQ(entered.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
-    bClosing = true;
-    EXPECT_TRUE(HLX_CloseAlarmChan(id));
-    bClosed = true;
-    EXPECT_FALSE(bClosedTooEarly);
-    EXPECT_EQ(m_listener.Calls().size(), 1u) << "nothing came of the extended form";
+    EXPECT_TRUE(WaitUntil([&] { return bEnded.load(); }, std::chrono::seconds(20)));
+    HLX_CloseAlarmChan(id);  // waits for the callback
+    EXPECT_TRUE(bEndedMeanwhile);
 }
 
 TEST_F(Messages, WhatACallbackMayDo) {
@@ -187,6 +224,7 @@ TEST_F(Messages, WhatACallbackMayDo) {
     } rows[] = {
         {"close", [](LONG id) { return HLX_CloseAlarmChan(id) == 1; }, true},
         {"logout", [](LONG id) { return HLX_Logout(id) == 1; }, true},
+        {"throw", [](LONG id) -> bool { throw id; }, false},
         {"cleanup", [](LONG) { return !HLX_Cleanup() && HLX_GetLastError() == HLX_OPER_NOPERMIT; }, false},
     };
     const LONG other = LoginWithMotion();

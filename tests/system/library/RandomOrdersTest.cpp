@@ -1,4 +1,6 @@
-// Starts, stops, logouts and requests from several threads in random orders while frames pour.
+// Starts, stops, logins, logouts and requests in random orders, from several threads and from inside callbacks, while frames pour and
+// links are cut. HLX_TEST_ROUNDS sets the number of orders.
+#include <atomic>
 #include <random>
 #include <thread>
 
@@ -6,67 +8,129 @@
 
 namespace {
 
-constexpr int ORDERS_PER_SEED = 10;
-
-class RandomOrders : public CSystemTest, public testing::WithParamInterface<unsigned> {
+class RandomOrders : public CSystemTest {
 protected:
-    /// What the threads of one order share.
-    struct ORDER {
-        LONG id = 0;
-        std::mutex lock;
-        std::vector<POINTERHANDLE> handles;  // lock
-    };
+    using Random = std::minstd_rand;
 
-    static void Step(ORDER& order, CReceiver& receiver, std::minstd_rand& random) {
-        const auto choice = random() % 8;
+    void SetCallbacks() {
+        HLX_SetReconnect(100, true);
+        HLX_SetSDKMessageCallBack(
+            0, nullptr, [](DWORD, LONG, LONG, void* pUser) { static_cast<RandomOrders*>(pUser)->StepInCallback(1); },
+            this);
+        HLX_SetDVRMessageCallBack(OnMessage, this);
+        HLX_SetDVRMessageCallBackEx(OnMessage, this);
+    }
+    static BOOL OnMessage(LONG, LONG, char*, DWORD, void* pUser) {
+        static_cast<RandomOrders*>(pUser)->StepInCallback(2);
+        return 1;
+    }
+
+    /// Acts in one call of `rarity`.
+    void StepInCallback(unsigned rarity) {
+        unsigned choice = 0;
+        {
+            std::lock_guard guard(m_lock);
+            choice = m_random() % (8 * rarity);
+        }
+        if (choice >= 8) return;
+        ++m_stepsInCallbacks;
+        Random random(choice + 1);
+        if (choice != 7) return Step(nullptr, random);
+        EXPECT_FALSE(HLX_Cleanup());
+    }
+
+    CReceiver& NewReceiver() {
+        std::lock_guard guard(m_lock);
+        m_receivers.push_back(std::make_unique<CReceiver>());
+        m_receivers.back()->m_inCallback = [this](POINTERHANDLE, const HLX_FRAME_INFO&) { StepInCallback(16); };
+        return *m_receivers.back();
+    }
+    POINTERHANDLE Play(CReceiver* pReceiver, Random& random) {
+        if (pReceiver) return pReceiver->Play(m_id, random() % 4, random() % 2);
+        HLX_CLIENTINFO info{};
+        info.lChannel = random() % 4;
+        return HLX_LivePlay(m_id, &info, nullptr, nullptr);
+    }
+    void CutSometimes(Random& random) {
+        constexpr SIM_CUT CUTS[] = {SIM_CUT::CLOSE, SIM_CUT::RESET, SIM_CUT::CLOSE, SIM_CUT::SILENT};
+        if (random() % 3 == 0) m_recorders.back()->CutLinks(CUTS[random() % 4]);
+    }
+    void Step(CReceiver* pReceiver, Random& random) {
+        const auto choice = random() % 11;
         if (choice < 3) {
-            const POINTERHANDLE handle = receiver.Play(order.id, random() % 4, random() % 2);
-            std::lock_guard guard(order.lock);
-            if (handle > 0) order.handles.push_back(handle);
+            const POINTERHANDLE handle = Play(pReceiver, random);
+            std::lock_guard guard(m_lock);
+            if (handle > 0) m_handles.push_back(handle);
         } else if (choice < 5) {
             POINTERHANDLE handle = 0;
             {
-                std::lock_guard guard(order.lock);
-                if (!order.handles.empty()) handle = order.handles[random() % order.handles.size()];
+                std::lock_guard guard(m_lock);
+                if (!m_handles.empty()) handle = m_handles[random() % m_handles.size()];
             }
             HLX_StopLivePlay(handle);  // maybe stopped already, maybe by two at once
         } else if (choice == 5) {
-            HLX_MakeKeyFrame(order.id, random() % 4);
+            HLX_MakeKeyFrame(m_id, random() % 4);
         } else if (choice == 6) {
             HLX_DEVICEINFO info;
-            HLX_GetDeviceInfo(order.id, &info);
-        } else if (random() % 4 == 0) {
-            HLX_Logout(order.id);
+            HLX_GetDeviceInfo(m_id, &info);
+        } else if (choice == 7) {
+            HLX_PTZControl_Other(m_id, random() % 4, PTZ_CMD_LEFT, 1);
+        } else if (choice == 8) {
+            CutSometimes(random);
+        } else if (choice == 9) {
+            const LONG id = Login();
+            if (random() % 2) HLX_Logout(id);
+        } else if (random() % 3 == 0) {
+            HLX_Logout(m_id);
         }
     }
-};
-
-TEST_P(RandomOrders, NeitherHangNorLeak) {
-    StartRecorder(Fast(4, 20));
-    for (unsigned order = 0; order < ORDERS_PER_SEED; ++order) {
-        // Receivers outlive the session; a stream that a logout met on its way up ends with the cleanup at the latest.
-        static auto& s_receivers = *new std::vector<std::unique_ptr<CReceiver>>;
-        ORDER shared;
-        shared.id = Login();
-        ASSERT_GT(shared.id, 0);
+    void RunOrder(unsigned order) {
+        m_id = Login();
+        HLX_SetupAlarmChan(m_id);
         std::vector<std::thread> threads;
         for (unsigned worker = 0; worker < 3; ++worker) {
-            s_receivers.push_back(std::make_unique<CReceiver>());
-            threads.emplace_back([&, worker, pReceiver = s_receivers.back().get()] {
-                std::minstd_rand random(GetParam() * 10007 + order * 101 + worker + 1);
-                for (int step = 0; step < 4; ++step) Step(shared, *pReceiver, random);
+            threads.emplace_back([this, &receiver = NewReceiver(), seed = order * 101 + worker + 1] {
+                Random random(seed);
+                for (int step = 0; step < 5; ++step) Step(&receiver, random);
             });
         }
         for (auto& thread : threads) thread.join();
-        if (order % 5 == 4) {
-            ASSERT_TRUE(HLX_Cleanup());
-            ASSERT_TRUE(HLX_Init());
-        } else {
-            HLX_Logout(shared.id);
-        }
+        HLX_CloseAlarmChan(m_id);
     }
-}
 
-INSTANTIATE_TEST_SUITE_P(Seeds, RandomOrders, testing::Range(1U, 21U));
+    std::atomic<LONG> m_id{0};
+    std::atomic<int> m_stepsInCallbacks{0};
+    std::mutex m_lock;
+    std::vector<POINTERHANDLE> m_handles;                 // m_lock
+    std::vector<std::unique_ptr<CReceiver>> m_receivers;  // m_lock; they outlive their streams
+    Random m_random{1};                                   // m_lock; for what callbacks do
+};
+
+TEST_F(RandomOrders, NeitherHangNorLeak) {
+    CLASSIC_RECORDER_CONFIG config = Fast(4, 20);
+    config.heartbeat = std::chrono::milliseconds(100);  // in step with the faster clock
+    StartRecorder(config).SetStatus({.motion = 1});
+    const CFastTime fast(20);
+    const auto orders = static_cast<unsigned>(Rounds(30));
+    for (unsigned order = 0; order < orders; ++order) {
+        SetCallbacks();
+        RunOrder(order);
+        if (order % 5 != 4) {
+            HLX_Logout(m_id);
+            continue;
+        }
+        ASSERT_TRUE(HLX_Cleanup());
+        {
+            std::lock_guard guard(m_lock);
+            m_receivers.clear();
+            m_handles.clear();
+        }
+        ASSERT_TRUE(HLX_Init());
+    }
+    EXPECT_GT(m_stepsInCallbacks, 0);
+    RecordProperty("steps_in_callbacks", m_stepsInCallbacks);
+    HLX_SetReconnect(3000, true);
+    HLX_Cleanup();  // no callback comes behind it
+}
 
 }  // namespace

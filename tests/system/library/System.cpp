@@ -1,5 +1,7 @@
 #include "System.h"
 
+#include <cstdlib>
+
 #include "protocol/ClassicProtocol.h"
 #include "simulator/SimBytes.h"
 
@@ -21,6 +23,11 @@ DWORD PublicStream(tuint32 wireAttrib) { return (wireAttrib & 0x20 ? 0x40 : 0) |
 CMovedTime& CFastTime::Clock() {
     static auto* s_pClock = new CMovedTime;  // outlives every thread
     return *s_pClock;
+}
+
+int Rounds(int few) {
+    const char* pRounds = std::getenv("HLX_TEST_ROUNDS");
+    return pRounds ? std::atoi(pRounds) : few;
 }
 
 void CSystemTest::SetUp() {

@@ -28,6 +28,9 @@ public:
     static CMovedTime& Clock();
 };
 
+/// How many rounds a test makes that can go on for long: HLX_TEST_ROUNDS of the environment, else `few`.
+int Rounds(int few);
+
 /// HLX_Init before and HLX_Cleanup behind each test; then no thread and no descriptor may be left.
 class CSystemTest : public testing::Test {
 protected:

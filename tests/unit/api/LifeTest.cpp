@@ -1,4 +1,7 @@
 // Start and stop of the library.
+#include <algorithm>
+#include <fstream>
+
 #include "ApiTestSupport.h"
 #include "main_utility/api/SDKImpl.h"
 #include "support/TestSupport.h"
@@ -67,6 +70,24 @@ TEST_F(Life, OneCleanupEndsTheSession) {
     EXPECT_EQ(StoredError(), HLX_NOINIT);
     EXPECT_TRUE(HLX_Cleanup());
     EXPECT_EQ(StoredError(), HLX_SUCCESS);
+}
+
+TEST_F(Life, TheLogKeepsItsDirectoryWhenNoneIsGiven) {
+    ASSERT_TRUE(HLX_Init());
+    const CTempDir dir;
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(HLX_SetLogToFile(true, dir.Path().c_str(), false, YLOG_INFO));
+    for (const char* pNone : {static_cast<const char*>(nullptr), ""}) {
+        EXPECT_TRUE(HLX_SetLogToFile(false, pNone, false, YLOG_INFO));
+        EXPECT_TRUE(HLX_SetLogToFile(true, pNone, false, YLOG_INFO));
+    }
+    EXPECT_TRUE(HLX_SetLogToFile(false, nullptr, false, YLOG_INFO));
+    const std::string printed = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(printed.find("assertion"), std::string::npos);
+    const auto first = std::filesystem::directory_iterator(dir.Path());
+    ASSERT_NE(first, std::filesystem::directory_iterator());
+    std::ifstream file(first->path());
+    EXPECT_EQ(std::count(std::istreambuf_iterator<char>(file), {}, '\n'), 3);
 }
 
 }  // namespace

@@ -69,6 +69,8 @@ TEST_F(ControlTest, RequestsAndReplies) {
         if (row.yes) m_recorder.m_answers[row.request] = Message(row.yes);
         EXPECT_TRUE(row.operation());
         EXPECT_EQ(Sent(), Message(row.request, row.body));
+        if (row.yes) m_recorder.m_answers[row.request] = Message(row.yes, Bytes(100000, 'x'));
+        EXPECT_TRUE(row.operation());
         if (row.no) {
             m_recorder.m_answers[row.request] = Message(row.no);
             EXPECT_TRUE(FailedWith(row.error, row.operation()));
@@ -125,6 +127,22 @@ TEST_F(ControlTest, TheLogTellsWhyARequestCameToNothing) {
           "request 206: no link, number 9", "request 101: refused, number 1"})
         EXPECT_EQ(heard.Count(std::string("user 7: ") + pLine), 1u) << pLine << "\n" << heard.Text();
     EXPECT_EQ(heard.Count("password"), 0u);
+}
+
+TEST_F(ControlTest, ReplyThatCameJustBeforeTheLinkFellCounts) {
+    const auto answerAndFall = [&](const Bytes& answer) {
+        m_recorder.m_onSend = [this, answer](tuint32) {
+            m_recorder.Receive(answer);
+            m_recorder.BreakLink();
+        };
+    };
+    answerAndFall(Message(NO_AUTH));
+    EXPECT_TRUE(m_device.RebootDVR());
+    EXPECT_TRUE(FailedWith(HLX_NETWORK_NOT_CONNECT, m_device.RebootDVR()));
+    m_device.SetNetHandle(&m_recorder);
+    m_recorder.m_answers.clear();
+    answerAndFall(Message(0x10002, Word(2)));
+    EXPECT_TRUE(FailedWith(HLX_PASSWORD_ERROR, m_recorder.Login()));
 }
 
 TEST_F(ControlTest, RefusedArgumentsSendNothing) {

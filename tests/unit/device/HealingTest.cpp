@@ -1,6 +1,8 @@
 #include <arpa/inet.h>
 
+#include <algorithm>
 #include <mutex>
+#include <set>
 
 #include "support/HeardLog.h"
 #include "TestFamily.h"
@@ -84,8 +86,53 @@ TEST_F(Healing, ALogoutDuringAReconnectDoesNotWaitForIt) {
     EXPECT_EQ(0U, m_told.Count(NETWORK_RECONNECT));
 }
 
+TEST_F(Healing, DevicesThatDoNotAnswerHoldUpNoOtherAndEachSessionGetsItsTurn) {
+    constexpr int SESSIONS = 24;
+    constexpr size_t WORKERS = 16;
+    std::vector<LONG> ids;
+    for (int session = 0; session < SESSIONS; ++session) ids.push_back(Login());
+    const LONG early = ids[10], late = ids.back();
+    std::mutex lock;
+    std::set<LONG> inLogin;  // lock
+    size_t most = 0;         // lock
+    std::atomic<bool> bLetGo{false};
+    const auto working = [&] {
+        std::lock_guard guard(lock);
+        most = std::max(most, inLogin.size());
+        return inLogin.size();
+    };
+    CTestDevice::s_login = [&](CTestDevice& device) {
+        if (device.ID() == early || device.ID() == late) return BOOL{1};
+        {
+            std::lock_guard guard(lock);
+            EXPECT_TRUE(inLogin.insert(device.ID()).second) << "two at work on session " << device.ID();
+        }
+        working();
+        WaitUntil([&] { return device.m_bWoken || bLetGo; }, std::chrono::seconds(30));
+        std::lock_guard guard(lock);
+        inLogin.erase(device.ID());
+        return BOOL{0};
+    };
+    Cut();
+    EXPECT_TRUE(WaitUntil([&] { return working() == WORKERS && m_told.Count(NETWORK_RECONNECT) == 1; }));
+    EXPECT_EQ(NET_DEVICE_STATUS_CONNECTED, m_man.GetDeviceStatus(early)) << "told while the others are worked on";
+    EXPECT_TRUE(m_man.RemoveDevice(ids[0])) << "one that is worked on";
+    bLetGo = true;
+    EXPECT_TRUE(WaitUntil([&] { return m_told.Count(NETWORK_RECONNECT) == 2; }));
+    EXPECT_EQ(NET_DEVICE_STATUS_CONNECTED, m_man.GetDeviceStatus(late));
+    bLetGo = false;
+    EXPECT_TRUE(WaitUntil([&] { return working() == WORKERS; }));
+    {
+        std::lock_guard guard(lock);
+        EXPECT_EQ(WORKERS, most);
+    }
+    const auto start = std::chrono::steady_clock::now();
+    m_man.Stop();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15)) << "each login would wait 30 s";
+}
+
 TEST_F(Healing, AWrongPasswordRestsTheLoginsForThreeHundredAndTenSeconds) {
-    CMovedTime& clock = *new CMovedTime;  // threads wait on it to the end of the process
+    static CMovedTime& clock = *new CMovedTime;  // threads wait on it to the end of the process
     Login();
     std::atomic<int> tries{0};
     CTestDevice::s_login = [&](CTestDevice&) { return ++tries < 2 ? Failure(HLX_PASSWORD_ERROR) : BOOL{1}; };

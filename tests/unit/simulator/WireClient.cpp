@@ -22,14 +22,42 @@ static void Put(BYTES& bytes, std::uint64_t number, size_t size) {
     for (size_t n = 0; n < size; ++n) bytes.push_back(static_cast<std::uint8_t>(number >> (8 * n)));
 }
 
-CWireClient::CWireClient(std::uint16_t port) : m_sock(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+static void BePatient(int sock) {
     const timeval patience{5, 0};
-    setsockopt(m_sock, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
+    setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
+}
+
+static sockaddr_in Loopback(std::uint16_t port) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (connect(m_sock, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) Close();
+    return address;
+}
+
+CWireListener::CWireListener() : m_sock(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    BePatient(m_sock);
+    sockaddr_in address = Loopback(0);
+    socklen_t length = sizeof(address);
+    bind(m_sock, reinterpret_cast<sockaddr*>(&address), length);
+    listen(m_sock, 16);
+    if (getsockname(m_sock, reinterpret_cast<sockaddr*>(&address), &length) == 0) m_port = ntohs(address.sin_port);
+}
+
+void CWireListener::Close() {
+    if (m_sock >= 0) close(m_sock);
+    m_sock = -1;
+}
+
+CWireClient::CWireClient(const CWireListener& listener)
+    : m_sock(accept4(listener.Socket(), nullptr, nullptr, SOCK_CLOEXEC)) {
+    BePatient(m_sock);
+}
+
+CWireClient::CWireClient(std::uint16_t port) : m_sock(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    BePatient(m_sock);
+    const sockaddr_in address = Loopback(port);
+    if (connect(m_sock, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) Close();
 }
 
 void CWireClient::Close() {

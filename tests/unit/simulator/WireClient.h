@@ -25,6 +25,8 @@ struct WIRE_MESSAGE {
 class CWireClient {
 public:
     explicit CWireClient(std::uint16_t port);
+    /// Takes the next caller of a listening socket; none within 5 s leaves it closed.
+    explicit CWireClient(const class CWireListener& listener);
     ~CWireClient() { Close(); }
     CWireClient(const CWireClient&) = delete;
     CWireClient& operator=(const CWireClient&) = delete;
@@ -48,8 +50,27 @@ public:
     /// Reads the first block and logs in; gives the reply.
     std::optional<WIRE_MESSAGE> Login(const std::string& sUser = "admin", const std::string& sPassword = "secret");
 
+    bool IsOpen() const { return m_sock >= 0; }
+
 private:
     int m_sock;
+};
+
+/// Listens on a port of this machine that was free.
+class CWireListener {
+public:
+    CWireListener();
+    ~CWireListener() { Close(); }
+    CWireListener(const CWireListener&) = delete;
+    CWireListener& operator=(const CWireListener&) = delete;
+
+    void Close();
+    int Socket() const { return m_sock; }
+    std::uint16_t Port() const { return m_port; }
+
+private:
+    int m_sock;
+    std::uint16_t m_port = 0;
 };
 
 /// 120 bytes of a login request.

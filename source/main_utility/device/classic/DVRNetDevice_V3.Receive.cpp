@@ -1,11 +1,11 @@
 // The receiving side of the classic recorder: everything here runs on the engine's thread.
 #include <algorithm>
-#include <cstdio>
 #include <exception>
 #include <mutex>
 
 #include "main_utility/device/classic/ClassicFrame.h"
 #include "main_utility/device/classic/DVRNetDevice_V3.h"
+#include "sdk_common/Console.h"
 #include "sdk_common/PubTime.h"
 #include "sdk_common/WireReader.h"
 
@@ -40,7 +40,7 @@ void CDVRNetDevice_V3::OnLinkBroken() {
     m_replies.Break();
     m_combiner.Clear();
     if (m_deviceStatus.exchange(NET_DEVICE_STATUS_DISCONNECT) != NET_DEVICE_STATUS_CONNECTED) return;
-    std::fputs("Net Disconnected......\n", stderr);  // standard output may carry the application's stream
+    PrintConsole("Net Disconnected......\n");  // standard output may carry the application's stream
     m_baseLocalTime = 0;
     m_baseFrameTime = 0;
     ClearStreams();

@@ -1,0 +1,255 @@
+// What an application may do inside each of its callbacks: everything, but for what is refused there.
+#include <arpa/inet.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <thread>
+
+#include "main_utility/device/classic/DVRNetDevice_V3.h"
+#include "main_utility/device/NetDeviceMan.h"
+#include "System.h"
+
+namespace {
+
+/// A recorder that always holds a message of a subscription.
+class CSubscribedDevice : public CDVRNetDevice_V3 {
+public:
+    BOOL GetSmartSubscribMsg(DWORD* pCommand, LONG* pChannel, char*, int* pLength) override {
+        *pCommand = 1;
+        *pChannel = 0;
+        *pLength = 4;
+        return m_bHasMessage.exchange(false);
+    }
+
+private:
+    std::atomic<bool> m_bHasMessage{true};
+};
+
+int ConnectTo(WORD port) {
+    const int sock = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0) return sock;
+    close(sock);
+    return -1;
+}
+
+/// Lets a recorder call in: carries bytes between its port and that of the library until one side ends.
+class CCallIn {
+public:
+    CCallIn(WORD recorderPort, WORD registerPort) : m_socks{ConnectTo(recorderPort), ConnectTo(registerPort)} {
+        m_thread = std::thread([this] {
+            while (Carry()) continue;
+            for (const int sock : m_socks) shutdown(sock, SHUT_RDWR);
+        });
+    }
+    ~CCallIn() {
+        for (const int sock : m_socks) shutdown(sock, SHUT_RDWR);
+        m_thread.join();
+        for (const int sock : m_socks) close(sock);
+    }
+    CCallIn(const CCallIn&) = delete;
+    CCallIn& operator=(const CCallIn&) = delete;
+
+private:
+    bool Carry() const {
+        pollfd readable[2] = {{m_socks[0], POLLIN, 0}, {m_socks[1], POLLIN, 0}};
+        if (poll(readable, 2, -1) <= 0) return false;
+        for (int from = 0; from < 2; ++from) {
+            char bytes[4096];
+            if (!readable[from].revents) continue;
+            const ssize_t got = recv(m_socks[from], bytes, sizeof(bytes), 0);
+            if (got <= 0 || send(m_socks[1 - from], bytes, static_cast<size_t>(got), MSG_NOSIGNAL) != got) return false;
+        }
+        return true;
+    }
+
+    const int m_socks[2];
+    std::thread m_thread;
+};
+
+/// A port that was free a moment ago.
+WORD FreePort() {
+    const int sock = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof(address);
+    bind(sock, reinterpret_cast<sockaddr*>(&address), length);
+    getsockname(sock, reinterpret_cast<sockaddr*>(&address), &length);
+    close(sock);
+    return ntohs(address.sin_port);
+}
+
+class Callbacks;
+
+struct CALLBACK_ROW {
+    const char* pName;
+    void (*fCause)(Callbacks& test);  // sets the callback and makes the library call it
+    bool bFrame = false;              // starts, stops and the logout are refused in it
+    bool bSession = true;             // it is told of a session that stands
+};
+
+std::ostream& operator<<(std::ostream& out, const CALLBACK_ROW& row) { return out << row.pName; }
+
+class Callbacks : public CSystemTest, public testing::WithParamInterface<CALLBACK_ROW> {
+public:
+    CClassicRecorder& NewRecorder() {
+        CLASSIC_RECORDER_CONFIG config = Fast(4);
+        config.heartbeat = std::chrono::milliseconds(100);  // in step with the faster clock
+        config.registerID = 77;
+        return StartRecorder(config);
+    }
+    /// The body of every callback: acts once.
+    void Called(LONG lUserID) {
+        if (m_bCalled.exchange(true)) return;
+        m_told = lUserID;
+        Act(lUserID);
+        m_bDone = true;
+    }
+    void Cut() { m_recorders[0]->CutLinks(SIM_CUT::RESET); }
+    void SetExceptionCallback(DWORD type) {
+        m_type = type;
+        HLX_SetReconnect(500, true);
+        HLX_SetSDKMessageCallBack(
+            0, nullptr,
+            [](DWORD told, LONG id, LONG, void* pUser) {
+                auto& self = *static_cast<Callbacks*>(pUser);
+                if (told == self.m_type) self.Called(id);
+            },
+            this);
+    }
+    static BOOL OnMessage(LONG, LONG id, char*, DWORD, void* pUser) {
+        static_cast<Callbacks*>(pUser)->Called(id);
+        return 1;
+    }
+    static void OnRegister(LONG id, LONG, LPHLX_DEVICEINFO, void* pUser) { static_cast<Callbacks*>(pUser)->Called(id); }
+    void CallIn(bool bKnown) {
+        HLX_SetRegisterCallback(bKnown ? OnRegister : nullptr, this);
+        HLX_SetUnRegisterCallback(bKnown ? nullptr : OnRegister, this);
+        REG_LOGIN_INFO info{};
+        info.deviceId = 77;
+        std::snprintf(info.m_szUserName, sizeof(info.m_szUserName), "admin");
+        std::snprintf(info.m_szPasswd, sizeof(info.m_szPasswd), "secret");
+        const WORD port = FreePort();
+        HLX_SetRegisterPort(port, bKnown ? &info : nullptr, bKnown);
+        m_callIn = std::make_unique<CCallIn>(m_recorders[0]->Port(), port);
+    }
+
+    LONG m_first = 0;                      // a session of the first recorder
+    std::atomic<POINTERHANDLE> m_live{0};  // a stream of it, maybe not known yet
+
+protected:
+    void TearDown() override {
+        HLX_SetRegisterPort(0, nullptr, 0);
+        HLX_SetReconnect(3000, true);
+        HLX_Cleanup();  // no callback comes behind it
+        m_callIn.reset();
+        CNetDeviceMan::Instance()->SetDeviceMaker(MakeDevice);
+        CSystemTest::TearDown();
+    }
+    /// In a callback: the result, and the number of a refusal.
+    static void Expect(const char* pCall, bool bDone, bool bAllowed, DWORD refusal = HLX_OPER_NOPERMIT) {
+        const DWORD error = HLX_GetLastError();
+        EXPECT_EQ(bDone, bAllowed) << pCall << ", number " << error;
+        EXPECT_TRUE(bDone || error == refusal) << pCall << ", number " << error;
+    }
+    void Act(LONG lUserID) {
+        const bool bAllowed = !GetParam().bFrame;
+        HLX_DEVICEINFO info{};
+        const LONG id = HLX_Login("127.0.0.1", m_recorders[1]->Port(), "admin", "secret", &info);
+        Expect("login", id > 0, true);
+        Expect("ptz", HLX_PTZControl_Other(id, 0, PTZ_CMD_LEFT, 1), true);
+        HLX_CLIENTINFO client{};
+        const POINTERHANDLE live = HLX_LivePlay(id, &client, nullptr, nullptr);
+        Expect("live", live > 0, bAllowed);
+        Expect("stop", HLX_StopLivePlay(bAllowed ? live : m_live.load()), bAllowed);
+        Expect("logout", HLX_Logout(id), bAllowed);
+        Expect("cleanup", HLX_Cleanup(), false);
+        const bool bKnown = bAllowed && GetParam().bSession;
+        Expect("own logout", HLX_Logout(lUserID), bKnown, bAllowed ? HLX_PARAMETER_ERROR : HLX_OPER_NOPERMIT);
+    }
+
+    DWORD m_type = 0;
+    std::atomic<bool> m_bCalled{false};
+    std::atomic<bool> m_bDone{false};
+    std::atomic<LONG> m_told{0};
+    std::unique_ptr<CCallIn> m_callIn;
+};
+
+TEST_P(Callbacks, AllowWhatTheyShouldAndNeverHang) {
+    CNetDeviceMan::Instance()->SetDeviceMaker([](const PRE_SEND_DATA&, NET_DEVICE_RES& res) {
+        res.pNetDevice = std::make_unique<CSubscribedDevice>();
+        return true;
+    });
+    NewRecorder().SetStatus({.motion = 1});
+    m_first = Login();
+    ASSERT_GT(m_first, 0);
+    NewRecorder();
+    const CFastTime fast(20);
+    GetParam().fCause(*this);
+    EXPECT_TRUE(WaitUntil([&] { return m_bDone.load(); }));
+    const bool bGone = !GetParam().bFrame && GetParam().bSession;
+    EXPECT_NE(bGone, HLX_Logout(GetParam().bSession ? m_told.load() : m_first) == 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, Callbacks,
+    testing::Values(CALLBACK_ROW{"frame",
+                                 [](Callbacks& test) {
+                                     HLX_CLIENTINFO client{};
+                                     test.m_live = HLX_LivePlay(
+                                         test.m_first, &client,
+                                         [](POINTERHANDLE, HLX_FRAME_INFO frame, BYTE*, void* pUser) {
+                                             static_cast<Callbacks*>(pUser)->Called(static_cast<LONG>(frame.deviceID));
+                                         },
+                                         &test);
+                                 },
+                                 true},
+                    CALLBACK_ROW{"frame Ex",
+                                 [](Callbacks& test) {
+                                     HLX_CLIENTINFO client{};
+                                     test.m_live = HLX_LivePlayEx(
+                                         test.m_first, &client,
+                                         [](POINTERHANDLE, UINT, BYTE*, UINT, void* pUser) {
+                                             auto& self = *static_cast<Callbacks*>(pUser);
+                                             self.Called(self.m_first);
+                                         },
+                                         &test);
+                                 },
+                                 true},
+                    CALLBACK_ROW{"break",
+                                 [](Callbacks& test) {
+                                     test.SetExceptionCallback(NETWORK_DISCONNECT);
+                                     test.Cut();
+                                 }},
+                    CALLBACK_ROW{"return",
+                                 [](Callbacks& test) {
+                                     test.SetExceptionCallback(NETWORK_RECONNECT);
+                                     test.Cut();
+                                 }},
+                    CALLBACK_ROW{"message",
+                                 [](Callbacks& test) {
+                                     HLX_SetDVRMessageCallBack(Callbacks::OnMessage, &test);
+                                     HLX_SetupAlarmChan(test.m_first);
+                                 }},
+                    CALLBACK_ROW{"message Ex",
+                                 [](Callbacks& test) {
+                                     HLX_SetDVRMessageCallBackEx(Callbacks::OnMessage, &test);
+                                     HLX_SetupAlarmChan(test.m_first);
+                                 }},
+                    CALLBACK_ROW{"register", [](Callbacks& test) { test.CallIn(true); }},
+                    CALLBACK_ROW{"unregister", [](Callbacks& test) { test.CallIn(false); }, false, false},
+                    CALLBACK_ROW{"subscription", [](Callbacks& test) {
+                                     HLX_SetSubscribCallBack(
+                                         [](LONG id, DWORD, char*, DWORD, void* pUser) {
+                                             static_cast<Callbacks*>(pUser)->Called(id);
+                                         },
+                                         &test);
+                                 }}));
+
+}  // namespace

@@ -1,0 +1,205 @@
+// Script and control lines: their form, their times, and what they have a recorder do.
+#include "RecorderFixture.h"
+#include "simulator/classic/ClassicScript.h"
+#include "simulator/SimScript.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+struct TIME_CASE {
+    const char* pText;
+    std::int64_t milliseconds;  // 0: no time
+};
+
+TEST(SimTime, IsReadWithItsUnit) {
+    const TIME_CASE cases[] = {{"500ms", 500}, {"2s", 2000},  {"1.5m", 90000}, {"1h", 3600000}, {"3", 3000},
+                               {"0", 0},       {"0.5ms", 0},  {"-1s", 0},      {"1x", 0},       {"", 0},
+                               {"s", 0},       {"1 s", 0},    {"nan", 0},      {"721h", 0},     {"720h", 2592000000},
+                               {"2s ", 0},     {"0x10ms", 0}, {"1e3", 0},      {"1ss", 0}};
+    for (const TIME_CASE& row : cases) {
+        EXPECT_EQ(ParseSimTime(row.pText).value_or(0ms).count(), row.milliseconds) << row.pText;
+    }
+}
+
+struct LINE_CASE {
+    const char* pText;
+    std::int64_t at;
+    std::int64_t every;
+    std::vector<std::string> words;
+    const char* pError;  // part of the sentence; null: a good line
+};
+
+TEST(SimScript, LineIsTimeAndWords) {
+    const LINE_CASE cases[] = {
+        {"2s motion 0 on", 2000, 0, {"motion", "0", "on"}, nullptr},
+        {"\t every  30s\tcut   close\r", 30000, 30000, {"cut", "close"}, nullptr},
+        {"reboot", 0, 0, {"reboot"}, nullptr},
+        {"1s reboot # then 2s", 1000, 0, {"reboot"}, nullptr},
+        {"", 0, 0, {}, nullptr},
+        {"  # nothing", 0, 0, {}, nullptr},
+        {"2x motion", 0, 0, {}, "'2x' is no time"},
+        {"every", 0, 0, {}, "is no time"},
+        {"every cut close", 0, 0, {}, "'cut' is no time"},
+        {"0 reboot", 0, 0, {}, "'0' is no time"},
+        {"5s", 0, 0, {}, "nothing to do"},
+        {"every 5s # what?", 0, 0, {}, "nothing to do"},
+    };
+    for (const LINE_CASE& row : cases) {
+        SIM_SCRIPT_LINE line;
+        std::string sError;
+        EXPECT_EQ(ParseScriptLine(row.pText, line, sError), row.pError == nullptr) << row.pText;
+        if (row.pError) {
+            EXPECT_NE(sError.find(row.pError), std::string::npos) << row.pText << ": " << sError;
+            continue;
+        }
+        EXPECT_EQ(line.at.count(), row.at) << row.pText;
+        EXPECT_EQ(line.every.count(), row.every) << row.pText;
+        EXPECT_EQ(line.words, row.words) << row.pText;
+    }
+}
+
+TEST(SimSchedule, RunsInOrderAndRepeatsWithoutABurst) {
+    CSimSchedule schedule;
+    std::string sDone;
+    const SIM_TIME start = SIM_CLOCK::now();
+    const auto add = [&](std::chrono::milliseconds at, std::chrono::milliseconds every, char letter) {
+        schedule.Add(start, {at, every, {}}, [&sDone, letter] { sDone += letter; });
+    };
+    EXPECT_EQ(schedule.NextDue(), SIM_TIME::max());
+    add(20ms, 0ms, 'b');
+    add(10ms, 10ms, 'e');
+    add(20ms, 0ms, 'c');
+    add(0ms, 0ms, 'a');
+    schedule.RunDue(start - 1ms);
+    EXPECT_EQ(sDone, "");
+    schedule.RunDue(start + 10ms);
+    EXPECT_EQ(sDone, "ae");
+    schedule.RunDue(start + 20ms);
+    EXPECT_EQ(sDone, "aebce");
+    schedule.RunDue(start + 75ms);  // 30 to 70 at once
+    EXPECT_EQ(sDone, "aebcee");
+    EXPECT_EQ(schedule.NextDue(), start + 80ms);
+}
+
+TEST(ClassicScript, WrongWordsGiveASentence) {
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{}, "no word ''"},
+        {{"dance"}, "there are motion, sensor"},
+        {{"motion"}, "motion N on|off"},
+        {{"motion", "0", "maybe"}, "motion N on|off"},
+        {{"motion", "0", "on", "on"}, "motion N on|off"},
+        {{"motion", "4", "on"}, "'4' is no channel"},
+        {{"sensor", "-1", "on"}, "'-1' is no channel"},
+        {{"record", "luck", "0", "on"}, "record CAUSE"},
+        {{"record", "motion", "0x1", "on"}, "'0x1' is no channel"},
+        {{"cut", "gently"}, "cut close|reset|silent"},
+        {{"stream-stop", "4"}, "'4' is no channel"},
+        {{"stream-stop"}, "stream-stop N"},
+        {{"reboot", "now"}, "reboot"},
+        {{"fault", "refuse=x"}, "a number that is none"},
+    };
+    for (const auto& [words, pPart] : cases) {
+        std::string sError;
+        EXPECT_FALSE(ParseClassicAction(words, 4, sError)) << pPart;
+        EXPECT_NE(sError.find(pPart), std::string::npos) << sError;
+    }
+}
+
+class ClassicScriptTest : public RecorderTest {
+protected:
+    void Do(const std::string& sText) {
+        SIM_SCRIPT_LINE line;
+        std::string sError;
+        ASSERT_TRUE(ParseScriptLine(sText, line, sError)) << sError;
+        const CLASSIC_ACTION action = ParseClassicAction(line.words, m_config.channels, sError);
+        ASSERT_TRUE(action) << sError;
+        action(*m_pRecorder);
+    }
+};
+
+struct STATUS_CASE {
+    const char* pLine;
+    std::uint32_t id;
+    size_t at;  // of the mask in the message
+    std::uint64_t mask;
+};
+
+TEST_F(ClassicScriptTest, StatusWordsAreToldToClients) {
+    CWireClient client(StartRecorder());
+    ASSERT_TRUE(client.Login());
+    const STATUS_CASE cases[] = {{"motion 0 on", 0x9000002, 20, 1},          {"motion 15 on", 0x9000002, 20, 0x8001},
+                                 {"motion 0 off", 0x9000002, 20, 0x8000},    {"sensor 3 on", 0x9000003, 20, 8},
+                                 {"video-loss 2 on", 0x9000001, 20, 4},      {"record manual 1 on", 0x9000004, 20, 2},
+                                 {"record schedule 2 on", 0x9000004, 28, 4}, {"record motion 3 on", 0x9000004, 36, 8},
+                                 {"record sensor 4 on", 0x9000004, 44, 16},  {"record manual 1 off", 0x9000004, 20, 0}};
+    bool bFirst = true;
+    for (const STATUS_CASE& row : cases) {
+        Do(row.pLine);
+        const auto message = client.Next(row.id);
+        ASSERT_TRUE(message) << row.pLine;
+        EXPECT_EQ(Long(message->payload, row.at), row.mask) << row.pLine;
+        if (!std::exchange(bFirst, false)) continue;
+        EXPECT_TRUE(client.Next(0x9000004));  // with the first status all of it is told
+    }
+}
+
+TEST_F(ClassicScriptTest, StreamStopLeavesTheOthersAlone) {
+    m_config.speed = 10;
+    const std::uint16_t port = StartRecorder();
+    CWireClient first(port), second(port);
+    const auto nextOf = [](CWireClient& client, std::uint32_t channel) {
+        return client.Next([&](const WIRE_MESSAGE& message) {
+            return message.Id() == 0xA000001 && message.payload.size() > 76 && Word(message.payload, 40) == channel;
+        });
+    };
+    for (CWireClient* pClient : {&first, &second}) {
+        ASSERT_TRUE(pClient->Login());
+        pClient->StartStreams(0, 0x6, 0x6);
+        ASSERT_TRUE(nextOf(*pClient, 2));
+    }
+    Do("stream-stop 2");
+    ASSERT_TRUE(m_log.WaitFor(SIM_EVENT_KIND::STREAMS, 4, PATIENCE));
+    const auto events = m_log.Events();
+    for (auto it = events.end() - 2; it != events.end(); ++it) {
+        EXPECT_EQ(it->secondMask, 0x2u);
+        EXPECT_EQ(it->soundMask, 0x2u);
+    }
+    first.Command(1292);  // what comes behind the answer was sent behind the stop
+    ASSERT_TRUE(first.Next(0x50003));
+    for (int n = 0; n < 20; ++n) {
+        const auto frame = first.Next(0xA000001);
+        ASSERT_TRUE(frame);
+        EXPECT_EQ(Word(frame->payload, 40), 1u);
+    }
+    first.StartStreams(0, 0x6, 0x6, 514);
+    EXPECT_TRUE(nextOf(first, 2));
+}
+
+TEST_F(ClassicScriptTest, CutRebootAndFaultsAct) {
+    m_config.rebootDelay = 1ms;
+    m_config.rebootTime = 200ms;
+    const std::uint16_t port = StartRecorder();
+    const auto start = SIM_CLOCK::now();
+    for (const char* pLine : {"cut close", "cut reset", "reboot"}) {
+        CWireClient client(port);
+        ASSERT_TRUE(client.Login());
+        Do(pLine);
+        EXPECT_TRUE(client.ReadsEnd()) << pLine;
+    }
+    ASSERT_TRUE(WaitUntil([&] { return CWireClient(port).Read(64).size() == 64; }));
+    EXPECT_GE(SIM_CLOCK::now() - start, m_config.rebootTime);
+
+    Do("fault refuse@login=3*1");
+    Do("fault close-every=20");
+    CWireClient client(port);
+    EXPECT_EQ(client.Login()->Id(), 0x10002u);
+    EXPECT_TRUE(client.ReadsEnd());  // close-every
+    Do("fault off");
+    CWireClient healthy(port);
+    EXPECT_EQ(healthy.Login()->Id(), 0x10001u);
+    healthy.Command(2049);
+    EXPECT_TRUE(healthy.Next(0x80001));
+}
+
+}  // namespace
