@@ -31,8 +31,11 @@ struct STEPS {
         const int step = ++wanted;
         Await([&] { return done >= step; }, pWhat);
     }
-    void Answer(int step) {
+    /// In the child: does a step when it is asked for.
+    template <class Work>
+    void Do(int step, Work&& work) {
         Await([&] { return wanted >= step; }, "the next step");
+        work();
         done = step;
     }
 };
@@ -87,16 +90,19 @@ private:
     void Hold() {
         for (const int sock : m_peers) close(sock);
         CSWL_MultiNetComm engine;
-        if (!engine.Init(SEND_BUFFER)) std::abort();
-        m_steps.Answer(1);
+        m_steps.Do(1, [&] {
+            if (!engine.Init(SEND_BUFFER)) std::abort();
+        });
+        m_steps.Do(2, [&] { AddLinks(engine); });
+        for (;;) pause();
+    }
+    void AddLinks(CSWL_MultiNetComm& engine) {
         for (size_t i = 0; i < m_ours.size(); ++i) {
             const int id = static_cast<int>(i) + 1;
             if (engine.AddNewComm(id, SWL_socket_t{m_ours[i]}) != 0) std::abort();
             engine.SetAutoRecvCallback(id, OnData, nullptr);
             engine.SetRecvMode(id, true);
         }
-        m_steps.Answer(2);
-        for (;;) pause();
     }
 
     static constexpr int SEND_BUFFER = 262144;
@@ -177,19 +183,22 @@ void OnFrame(POINTERHANDLE, HLX_FRAME_INFO, BYTE*, void* pUser) {
     while (shared.bHold) Pause(0.01);
 }
 
-void RunStreams(STREAM_SHARED& shared) {
-    Await([&] { return shared.port != 0; }, "the recorder");
-    HLX_Init();
-    HLX_DEVICEINFO device{};
-    const LONG id = HLX_Login("127.0.0.1", static_cast<WORD>(shared.port), "admin", "", &device);
-    shared.steps.Answer(1);
+void PlayAll(LONG lUserID, STREAM_SHARED& shared) {
     for (int channel = 0; channel < STREAMS; ++channel) {
         HLX_CLIENTINFO info{};
         info.lChannel = channel;
         info.streamType = HLX_MAIN_STREAM;
-        if (HLX_LivePlay(id, &info, OnFrame, &shared) <= 0) _exit(1);
+        if (HLX_LivePlay(lUserID, &info, OnFrame, &shared) <= 0) _exit(1);
     }
-    shared.steps.Answer(2);
+}
+
+void RunStreams(STREAM_SHARED& shared) {
+    Await([&] { return shared.port != 0; }, "the recorder");
+    HLX_Init();
+    HLX_DEVICEINFO device{};
+    LONG id = 0;
+    shared.steps.Do(1, [&] { id = HLX_Login("127.0.0.1", static_cast<WORD>(shared.port), "admin", "", &device); });
+    shared.steps.Do(2, [&] { PlayAll(id, shared); });
     for (;;) pause();
 }
 
@@ -206,6 +215,7 @@ const STREAM_FIGURES& MeasuredStreams() {
         const CChild library([&] { RunStreams(shared); });
         STREAM_FIGURES result;
         shared.steps.Next("the login");
+        Pause(1);  // what only a login needs is gone
         const double bytes = library.ResidentBytes();
         const int threads = library.Threads();
         shared.steps.Next("the streams");

@@ -1,11 +1,14 @@
 #include "tests/soak/FrameLedger.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "protocol/ClassicProtocol.h"
 #include "simulator/SimBytes.h"
 
 namespace {
+
+constexpr size_t MAXIMAL_FINDINGS = 20;
 
 constexpr DWORD Padded(DWORD length) { return (length + 3) / 4 * 4; }
 
@@ -22,7 +25,7 @@ void CFrameLedger::Received(unsigned recorder, const HLX_FRAME_INFO& frame, cons
         if (used < bytes.size()) digest = DigestBytes(bytes.subspan(used, 1), digest);
     }
     const std::lock_guard guard(m_lock);
-    m_accounts[{recorder, frame.channel, frame.frameType}].arrived.push_back(arrived);
+    AccountOf({recorder, frame.channel, frame.frameType}).arrived.push_back(arrived);
     ++m_arrived[{recorder, frame.channel}];
 }
 
@@ -37,11 +40,31 @@ void CFrameLedger::Settle(unsigned recorder, CClassicRecorder& simulator) {
         const bool bVideo = frame.frameType == FRAME_TYPE_VIDEO;
         if (!bVideo && frame.frameType != FRAME_TYPE_AUDIO) continue;
         const DWORD frameType = bVideo ? DD_FRAME_TYPE_VIDEO : DD_FRAME_TYPE_AUDIO;
-        m_accounts[{recorder, frame.channel, frameType}].sent.push_back(frame);
+        AccountOf({recorder, frame.channel, frameType}).sent.push_back(frame);
     }
     for (auto& [stream, account] : m_accounts) {
         if (std::get<0>(stream) == recorder) Match(account);
     }
+}
+
+CFrameLedger::ACCOUNT& CFrameLedger::AccountOf(const STREAM& stream) {
+    ACCOUNT& account = m_accounts[stream];
+    account.stream = stream;
+    return account;
+}
+
+void CFrameLedger::Note(const ACCOUNT& account, const char* pWhat, DWORD index, unsigned link) {
+    if (m_findings.size() >= MAXIMAL_FINDINGS) return;
+    char text[128];
+    std::snprintf(text, sizeof(text), "recorder %u, channel %u, type %u, link %u (last %u): frame %u %s",
+                  std::get<0>(account.stream), unsigned{std::get<1>(account.stream)},
+                  unsigned{std::get<2>(account.stream)}, link, account.link, unsigned{index}, pWhat);
+    m_findings.push_back(text);
+}
+
+std::vector<std::string> CFrameLedger::Findings() const {
+    const std::lock_guard guard(m_lock);
+    return m_findings;
 }
 
 void CFrameLedger::Match(ACCOUNT& account) {
@@ -51,6 +74,7 @@ void CFrameLedger::Match(ACCOUNT& account) {
         });
         if (found == account.sent.end()) {
             ++m_totals.wrong;
+            Note(account, "wrong", account.arrived.front().index, account.link);
             continue;
         }
         WriteOff(account, static_cast<size_t>(found - account.sent.begin()));
@@ -64,14 +88,13 @@ void CFrameLedger::WriteOff(ACCOUNT& account, size_t overtaken) {
     const unsigned link = account.sent[overtaken].link;
     std::uint64_t gap = 0;
     for (size_t i = 0; i < overtaken; ++i, account.sent.pop_front()) {
-        const unsigned lost = account.sent.front().link;
-        if (lost != link) {
+        const CLASSIC_SENT_FRAME& lost = account.sent.front();
+        if (lost.link != link) {
             ++m_totals.withLink;
-        } else if (lost != account.link) {
-            ++m_totals.atStart;
-        } else {
-            ++gap;
+            continue;
         }
+        Note(account, "missing", lost.frameIndex, link);
+        ++(link == account.link ? gap : m_totals.atStart);
     }
     m_totals.missing += gap;
     m_totals.longestGap = std::max(m_totals.longestGap, gap);

@@ -5,6 +5,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <string>
 #include <tuple>
 #include <vector>
 
@@ -37,6 +38,9 @@ public:
 
     LEDGER_TOTALS Totals() const;
 
+    /// The first frames that are missing without a fallen link, or wrong: one line each.
+    std::vector<std::string> Findings() const;
+
 private:
     using STREAM = std::tuple<unsigned, DWORD, DWORD>;  // recorder, channel, public frame type
     struct ARRIVED {
@@ -45,17 +49,21 @@ private:
         std::uint64_t digests[4] = {};  // with 0 to 3 bytes of padding left out
     };
     struct ACCOUNT {
+        STREAM stream;
         std::deque<CLASSIC_SENT_FRAME> sent;
         std::deque<ARRIVED> arrived;
         unsigned link = 0;  // that of the last frame that arrived
     };
 
     static bool IsSame(const ARRIVED& arrived, const CLASSIC_SENT_FRAME& sent);
-    void Match(ACCOUNT& account);                       // m_lock held
-    void WriteOff(ACCOUNT& account, size_t overtaken);  // m_lock held
+    ACCOUNT& AccountOf(const STREAM& stream);  // m_lock held, as below
+    void Note(const ACCOUNT& account, const char* pWhat, DWORD index, unsigned link);
+    void Match(ACCOUNT& account);
+    void WriteOff(ACCOUNT& account, size_t overtaken);
 
     mutable std::mutex m_lock;
     std::map<STREAM, ACCOUNT> m_accounts;                           // m_lock
     std::map<std::pair<unsigned, DWORD>, std::uint64_t> m_arrived;  // m_lock; by recorder and channel
+    std::vector<std::string> m_findings;                            // m_lock
     LEDGER_TOTALS m_totals;                                         // m_lock; without underWay
 };

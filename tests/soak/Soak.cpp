@@ -182,6 +182,7 @@ bool CSoak::Run() {
     m_bClean = WaitUntil([&] { return ThreadCount() <= threads && OpenDescriptorCount() <= descriptors; });
     const LEDGER_TOTALS totals = m_viewers.Ledger().Totals();
     Table(totals);
+    for (const std::string& sFinding : m_viewers.Ledger().Findings()) std::printf("  %s\n", sFinding.c_str());
     const std::string sVerdict = Verdict(totals);
     std::printf("%s\n", sVerdict.empty() ? "every frame is accounted for" : sVerdict.c_str());
     return sVerdict.empty();
