@@ -48,7 +48,7 @@ class Isolation : public CSystemTest {
 protected:
     void SetUp() override {
         CSystemTest::SetUp();
-        m_healthy.emplace(4, Fast(1, 4));
+        m_healthy.emplace(4, Fast(1, 8));
         ASSERT_TRUE(m_healthy->Start());
     }
     void TearDown() override {

@@ -27,7 +27,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(SHORT_PROOF{"OneRecorder", [](std::string& s) { return ProveLive(1, 32, 1, 1, s); }},
                     SHORT_PROOF{"ManyRecorders", [](std::string& s) { return ProveLive(10, 1, 2, 1, s); }},
                     SHORT_PROOF{"Logins", [](std::string& s) { return ProveLogins(30, false, s); }},
-                    SHORT_PROOF{"Lives", [](std::string& s) { return ProveLives(20, false, s); }},
+                    SHORT_PROOF{"Lives", [](std::string& s) { return ProveLives(8, false, s); }},
                     SHORT_PROOF{"Loads", [](std::string& s) { return ProveLoads(5, false, HLX_SHARED_LIBRARY, s); }},
                     SHORT_PROOF{"Descriptors", [](std::string& s) { return ProveHighDescriptors(4000, s); }}),
     [](const auto& row) { return row.param.pName; });
