@@ -29,6 +29,7 @@ struct NET_DATA_BUFFER_MAN {
     unsigned int bufferID = 0;
     std::unique_ptr<CNetDataBufferMan> pDataBuffer;
     std::list<HANDED_RUN> toReleaseBufferList;  // oldest first; guarded by pReleaseLock
+    std::list<HANDED_RUN> spareRuns;            // entries to be used again; guarded by pReleaseLock
     std::unique_ptr<CPUB_Lock> pReleaseLock;
     std::atomic<bool> bRemoving{false};  // set under m_bufferArrayLock and pReleaseLock
     std::atomic<bool> bVoid{false};      // runs that were not released are lost
@@ -167,15 +168,14 @@ bool CMultiNetDataBufferMan::GetDataBuffer(unsigned int bufferID, unsigned char*
     const std::scoped_lock guard(*entry->pReleaseLock);
     if (entry->bRemoving) return false;
     try {
-        entry->toReleaseBufferList.push_back({});
+        if (entry->spareRuns.empty()) entry->spareRuns.push_back({});
     } catch (const std::bad_alloc&) {
         return false;
     }
-    if (!entry->pDataBuffer->GetDataBuffer(pBuffer, len)) {
-        entry->toReleaseBufferList.pop_back();
-        return false;
-    }
-    entry->toReleaseBufferList.back() = {pBuffer, len};
+    if (!entry->pDataBuffer->GetDataBuffer(pBuffer, len)) return false;
+    std::list<HANDED_RUN>& runs = entry->toReleaseBufferList;
+    runs.splice(runs.end(), entry->spareRuns, entry->spareRuns.begin());
+    runs.back() = {pBuffer, len};
     ++entry->openRuns;
     return true;
 }
@@ -188,7 +188,7 @@ void CMultiNetDataBufferMan::ReleaseDataBuffer(unsigned int bufferID, unsigned c
         std::list<HANDED_RUN>& runs = entry->toReleaseBufferList;
         if (runs.empty() || runs.front().pBuffer != pBuffer || runs.front().len != len) return;
         if (!entry->pDataBuffer->ReleaseDataBuffer(pBuffer, len)) return;
-        runs.pop_front();
+        entry->spareRuns.splice(entry->spareRuns.begin(), runs, runs.begin());
         --entry->openRuns;
     }
     if (entry->bRemoving) entry->releaseEvent.PulseEvent();
