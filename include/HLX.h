@@ -1072,10 +1072,14 @@ typedef void (*PLAY_DATA_CALLBACK)(POINTERHANDLE lPlayHandle, HLX_FRAME_INFO fra
 typedef void (*TALK_DATA_CALLBACK)(POINTERHANDLE lVoiceComHandle, char* pBuffer, DWORD dwBufSize, BYTE dataFlag,
                                    void* pUser);
 
-/// A known device called in and is logged in as lUserID, on the listener's thread.
+/// A known device called in and is logged in as lUserID, on the listener's thread: the next caller waits for the return.
+/// A break of the session is told by NETWORK_DISCONNECT, after this callback. From then on the id is unknown to requests,
+/// and the library does not open the session again: the device calls in again under a new id. HLX_Logout frees what the
+/// application still has open on the old one.
 typedef void (*ACCEPT_REGISTER_CALLBACK)(LONG lUserID, LONG lRegisterID, LPHLX_DEVICEINFO pDeviceInfo, void* pUser);
 
-/// An unknown device called in and is turned away. It comes with the user value given to HLX_SetRegisterCallback.
+/// An unknown device called in and is turned away; lUserID is that of no session. It comes with the user value given to
+/// HLX_SetRegisterCallback. Thread as ACCEPT_REGISTER_CALLBACK.
 typedef void (*ACCEPT_UNREGISTER_CALLBACK)(LONG lUserID, LONG lRegisterID, LPHLX_DEVICEINFO pDeviceInfo, void* pUser);
 
 /// Downloaded data, on the download thread; dataType is an _hlx_backup_data_type.
@@ -1092,13 +1096,16 @@ extern "C" {
 
 /// Starts the library. A second call is harmless: one HLX_Cleanup ends the session however often this was called.
 /// On failure nothing is left running and the call may be tried again.
-/// Errors: HLX_PROGRAM_EXCEPTION (78) a thread did not start, HLX_ALLOC_RESOURCE_ERROR (44) no memory; others as the
+/// Errors: HLX_PROGRAM_EXCEPTION (78) a thread or what it waits on could not be had, HLX_ALLOC_RESOURCE_ERROR (44) no memory; others as the
 /// failing part left them. HLX_GetErrorMsg reads the number, for HLX_GetLastError says HLX_NOINIT without a session.
+/// HLX_TRACE in the environment names a file to which all that goes over the links is written from here to HLX_Cleanup,
+/// without passwords, keys and nonces; hlx-simulator replay plays it. A slow disk then slows the links.
 HLX_API BOOL HLX_Init(void);
 
 /// Ends the library: stops streams, logs out, joins all threads. The result is 1, also when nothing was started; the
 /// last error is then HLX_NOINIT (3). From inside any callback it does nothing and returns 0 with HLX_OPER_NOPERMIT
-/// (16). Blocks until all threads have ended, up to about 2 s.
+/// (16). Blocks until all threads have ended: for callbacks in progress, for a name that a reconnect is just looking up, as
+/// long as the system takes for that, and up to about 2 s of the library's own.
 HLX_API BOOL HLX_Cleanup(void);
 
 /// 0x00010002: version 1.2. 0 without HLX_Init. Keeps the last error. Local.
@@ -1138,8 +1145,11 @@ HLX_API BOOL HLX_FormatTime(LONGLONG intTime, DD_TIME* lpTime);
 /// Logs in over TCP. `sDVRIP`: IPv4 or IPv6 text (brackets allowed) or a name, below 64 chars; user name and password
 /// below 36 chars; `lpDeviceInfo` (may be null) is filled. Result: the user id, 1 to 2097144, or -1 (also without
 /// HLX_Init). Errors: HLX_NETWORK_FAIL_CONNECT (8), HLX_VERSION_NOMATCH (7) unknown family, HLX_PASSWORD_ERROR (1) and
-/// the other refusals of the device, HLX_NETWORK_RECV_TIMEOUT (12). Blocks for the connect wait of HLX_SetConnectTime
-/// and up to 10 s more.
+/// the other refusals of the device, HLX_NETWORK_RECV_TIMEOUT (12), HLX_NETWORK_NOT_CONNECT (9) the link broke meanwhile,
+/// HLX_NETWORK_ERRORDATA (13) an answer that makes no sense, HLX_PARAMETER_ERROR (20) a text that is null or too long,
+/// HLX_ALLOC_RESOURCE_ERROR (44). Blocks for the look-up of a name, for one wait of HLX_SetConnectTime for each address of
+/// it that does not answer, for that wait times the tries for the connection, for one more for the device's first block,
+/// and then for up to 10 s each for the login and for one request that belongs to it.
 HLX_API LONG HLX_Login(const char* sDVRIP, WORD wDVRPort, const char* sUserName, const char* sPassword,
                        LPHLX_DEVICEINFO lpDeviceInfo);
 
@@ -1149,8 +1159,9 @@ HLX_API LONG HLX_Login(const char* sDVRIP, WORD wDVRPort, const char* sUserName,
 HLX_API LONG HLX_LoginEx(const char* sDVRIP, WORD wDVRPort, const char* sUserName, const char* sPassword,
                          LPHLX_DEVICEINFO lpDeviceInfo, LONG lConnectType, const char* sDevSN);
 
-/// Ends a session with all its streams. An id below 1 fails without a number. From inside a live frame callback:
-/// HLX_OPER_NOPERMIT (16). Blocks until the session's threads have ended: for frame callbacks in progress, and, while
+/// Ends a session with all its streams; 1 also when the session was gone and only its streams were left. An id below 1
+/// fails without a number. From inside a live frame callback: HLX_OPER_NOPERMIT (16). An exception callback for the session
+/// that is in progress on another thread may end after the return. Blocks until the session's threads have ended: for frame callbacks in progress, and, while
 /// the session has live streams, for a request to a device that is under way in another thread.
 HLX_API BOOL HLX_Logout(LONG lUserID);
 
@@ -1165,30 +1176,38 @@ HLX_API BOOL HLX_SetReconnect(DWORD dwInterval, BOOL bEnableRecon);
 /// Sets the callback for breaks and returns of sessions, those that carry further viewers of a channel among them; null
 /// takes it off, as HLX_Cleanup does. It comes on a thread of the library with no lock held, and may call anything but
 /// HLX_Cleanup. A session broken by its link is told with NETWORK_DISCONNECT once, and once with NETWORK_RECONNECT when it
-/// is logged in again. `nMessage` and `hWnd` are stored only. Local.
+/// is logged in again; a device that called in is not opened again (ACCEPT_REGISTER_CALLBACK). A callback in progress on
+/// another thread may end after the return, with the user value that it was called with. `nMessage` and `hWnd` are stored
+/// only. Local.
 HLX_API BOOL HLX_SetSDKMessageCallBack(UINT nMessage, HWND hWnd, EXCEPTION_CALLBACK fExceptionCallBack, void* pUser);
 
 /// Starts the client of the second NAT way with its server. Only the first call has an effect. Local.
 HLX_API BOOL HLX_SetNat2Addr(const char* sServerAddr, WORD wDVRPort);
 
 /// Product sub-id of the device at an address, without a login; -1 on failure. HLX_Init must have been called. Keeps
-/// the last error unless it fails. Blocks for the connect wait.
+/// the last error unless it fails. Errors: HLX_NETWORK_FAIL_CONNECT (8), HLX_NETWORK_ERRORDATA (13) no valid first block,
+/// HLX_PARAMETER_ERROR (20) the address is null or too long. Blocks as HLX_Login up to the device's first block.
 HLX_API LONG HLX_GetProductSubID(const char* sDVRIP, WORD wDVRPort);
 
 // ------------------------------------------------------------------------------------------------------ auto-register
 
 /// Listens on `wRegisterPort` for devices that call in; 0 stops listening. The `deviceNum` records of `pLoginInfo` (may
-/// be null) are added to the known devices. The result is 1 also when the port cannot be had. Blocks while the port is in
-/// use, up to two minutes, or until another thread sets another port. May be called from the two callbacks below.
+/// be null) are added to the known devices. The result is 1 also when the port cannot be had, which is then forgotten.
+/// A caller has the wait of HLX_SetConnectTime to send its first block; those that have are logged in one after the other.
+/// Of those that have not, 64 may wait at a time. Blocks for a callback below that is in progress on the port that was set
+/// before, and while the new port is in use, up to two minutes, or until another thread sets another one. May be called
+/// from the two callbacks below. HLX_Cleanup closes the port and forgets the known devices and the callbacks, but the next
+/// HLX_Init listens on the same port again.
 HLX_API BOOL HLX_SetRegisterPort(WORD wRegisterPort, const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum);
 
 /// Adds known devices. Errors: HLX_PARAMETER_ERROR (20) null or none. Local.
 HLX_API BOOL HLX_AddRegisterDeviceInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum);
 
-/// Sets the callback for known devices that called in. Local.
+/// Sets the callback for known devices that called in; null takes it off, as HLX_Cleanup does. One in progress may end
+/// after the return. Local.
 HLX_API BOOL HLX_SetRegisterCallback(ACCEPT_REGISTER_CALLBACK fRegisterCallBack, void* pUser);
 
-/// Sets the callback for unknown devices that called in. It is called with the `pUser` of HLX_SetRegisterCallback.
+/// Sets the callback for unknown devices that called in, as HLX_SetRegisterCallback; it is called with the `pUser` of that.
 /// Local.
 HLX_API BOOL HLX_SetUnRegisterCallback(ACCEPT_UNREGISTER_CALLBACK fUnRegisterCallBack, void* pUser);
 
@@ -1759,7 +1778,7 @@ HLX_API BOOL HLX_GetIVMRuleConfig(LONG lUserID, DWORD dwCommand, LONG lChannel, 
 /// Writes an analysis rule.
 HLX_API BOOL HLX_SetIVMRuleConfig(LONG lUserID, DWORD dwCommand, LONG lChannel, LPVOID lpInBuffer,
                                   DWORD dwInBufferSize);
-/// Sets the callback for subscribed messages; null takes it off. Local.
+/// Sets the callback for subscribed messages; null takes it off, and messages are then dropped. Local.
 HLX_API BOOL HLX_SetSubscribCallBack(SUBSCRIBE_CALLBACK fSubscribCallBack, void* pUser);
 /// Subscribes to a camera's messages of kind `dwCommand`; the camera's answer goes to `*pReply`.
 HLX_API BOOL HLX_SmartSubscrib(LONG lUserID, DWORD dwCommand, LONG lChannel, NET_DVR_SUBSCRIBE_REPLY* pReply);

@@ -47,11 +47,6 @@ void PrintEvent(const SIM_EVENT& event) {
     PrintLine(line);
 }
 
-int Fail(int exitCode, const std::string& sSentence) {
-    std::fprintf(stderr, "hlx-simulator: %s\n", sSentence.c_str());
-    return exitCode;
-}
-
 bool TakeFaults(CLASSIC_COMMAND_OPTIONS& options, std::string& sError) {
     for (const std::string& sText : options.faults) {
         const auto fault = ParseFault(sText, sError);
@@ -87,12 +82,6 @@ nlohmann::ordered_json ReadyLine(const CClassicRecorder& recorder, const CLASSIC
     return line;
 }
 
-SIM_TIME EndOf(double seconds) {
-    if (seconds <= 0) return SIM_TIME::max();
-    const auto wait = std::chrono::duration<double>(std::min(seconds, 1e9));
-    return SIM_CLOCK::now() + std::chrono::duration_cast<SIM_CLOCK::duration>(wait);
-}
-
 /// The recorder from its start to its end.
 int RunRecorder(CClassicRecorder& recorder, CControlLoop& loop, const CLASSIC_COMMAND_OPTIONS& options) {
     std::string sError;
@@ -116,6 +105,17 @@ int RunRecorder(CClassicRecorder& recorder, CControlLoop& loop, const CLASSIC_CO
 void PrintLine(const nlohmann::ordered_json& line) {
     std::puts(line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
     std::fflush(stdout);
+}
+
+int Fail(int exitCode, const std::string& sSentence) {
+    std::fprintf(stderr, "hlx-simulator: %s\n", sSentence.c_str());
+    return exitCode;
+}
+
+SIM_TIME EndOf(double seconds) {
+    if (seconds <= 0) return SIM_TIME::max();
+    const auto wait = std::chrono::duration<double>(std::min(seconds, 1e9));
+    return SIM_CLOCK::now() + std::chrono::duration_cast<SIM_CLOCK::duration>(wait);
 }
 
 int RunClassic(CLASSIC_COMMAND_OPTIONS options) {

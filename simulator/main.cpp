@@ -3,6 +3,7 @@
 
 #include "simulator/classic/ClassicScript.h"
 #include "simulator/ClassicCommand.h"
+#include "simulator/ReplayCommand.h"
 
 namespace {
 
@@ -122,6 +123,23 @@ void AddRunOptions(CLI::App& command, CLASSIC_COMMAND_OPTIONS& options) {
     command.add_option("--seconds", options.seconds, "End after so many seconds")->check(CLI::NonNegativeNumber);
 }
 
+void AddReplayOptions(CLI::App& command, REPLAY_COMMAND_OPTIONS& options) {
+    command.add_option("FILE", options.sFile, "Record that hlx --trace or HLX_TRACE made")->required();
+    command.add_option("--bind", options.config.sBind, "Numeric address to listen on")->capture_default_str();
+    command.add_option("--port", options.config.port, "TCP port; 0 for any free one")->capture_default_str();
+    auto* pSpeed = command.add_option("--speed", options.config.speed, "Pace; 2 plays twice as fast as recorded")
+                       ->check(CLI::Range(0.01, 1000.0))
+                       ->capture_default_str();
+    command.add_flag("--fast", options.bFast, "Play without pauses")->excludes(pSpeed);
+    command.add_flag("--loop", options.config.bLoop, "Begin anew with the connection behind the last one");
+    command.add_option("--piece-size", options.config.pieceSize, "Send at most so many bytes at once; 0 for all")
+        ->capture_default_str();
+    command.add_option("--cut-link", options.config.cutLink, "Close this connection, counted from 1");
+    command.add_option("--cut-after", options.config.cutAfter, "when so many bytes were sent on it");
+    command.add_option("--mutate", options.config.mutationSeed, "Send wrong bytes here and there, by this seed");
+    command.add_option("--seconds", options.seconds, "End after so many seconds")->check(CLI::NonNegativeNumber);
+}
+
 int Run(int argc, char** argv) {
     CLI::App app("Devices that exist on this machine only, for demonstrations and tests without hardware.",
                  "hlx-simulator");
@@ -136,12 +154,15 @@ int Run(int argc, char** argv) {
     AddCallOptions(classic, options.config);
     AddMediaOptions(classic, options);
     AddRunOptions(classic, options);
+    REPLAY_COMMAND_OPTIONS replayOptions;
+    CLI::App& replay = *app.add_subcommand("replay", "The device's side of recorded sessions");
+    AddReplayOptions(replay, replayOptions);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? SIM_EXIT_OK : SIM_EXIT_USAGE;
     }
-    return RunClassic(std::move(options));
+    return replay.parsed() ? RunReplay(std::move(replayOptions)) : RunClassic(std::move(options));
 }
 
 }  // namespace

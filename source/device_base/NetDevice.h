@@ -25,8 +25,9 @@ enum DEVICE_VERSION { DVR_VER_V3 = 0, DVR_VER_V4 = 1, IPC_VER_V3 = 2, NVR_VER_K7
 ///
 /// Threads: requests of the application come one at a time, with the device manager's m_deviceCommLock held. Login, Logout,
 /// SetEncryptInfo and SetNetHandle come without it, from the one thread that the session's gate lets in, the wrong-password
-/// times from the reconnect thread, maybe beside a request: a Logout or a broken link ends that request at once. OnReceiveData comes with
-/// m_callbackLock held, at any time after SetNetHandle. GetDeviceStatus and InterruptWait come from any thread.
+/// times from the reconnect thread, maybe beside a request: a Logout or a broken link ends that request at once. OnReceiveData comes
+/// with m_callbackLock held, at any time after SetNetHandle. GetDeviceStatus, GetDeviceInfo, SupportStreamNum, GetSha1Encrypt
+/// and InterruptWait come from any thread and do not wait for the device.
 /// The bodies given here are what a family without the feature does: no result, and no last error set.
 class CNetDevice {
 public:
@@ -273,5 +274,6 @@ struct NET_DEVICE_RES {
     CSessionGate gate;
     std::atomic<tuint64> linkSerial{
         0};  // tells the links of one session apart; what an older link still says is dropped
+    std::atomic<bool> bAnnounced{true};   // false while the register callback for a device that called in is to come
     std::atomic<bool> bBreakTold{false};  // the break was told to the application, the return not yet
 };

@@ -111,12 +111,15 @@ void CSWL_ConnectProcEx::ConnectThreadRun() {
 
 void CSWL_ConnectProcEx::Destroy() {
     m_bDestroy = true;
+    PUB_thread_t threadID = 0;
     {
         const std::lock_guard guard(m_ConnectAsynLock);
         const bool bOwnThread = m_ConnectThreadID != 0 && pthread_equal(m_ConnectThreadID, pthread_self());
         if (bOwnThread) *m_pbGone = true;
-        PUB_ExitThread(&m_ConnectThreadID, &m_bConnectThreadRun);
+        std::swap(threadID, m_ConnectThreadID);
     }
+    // Joined without the lock: the callback may be about to try again.
+    PUB_ExitThread(&threadID, &m_bConnectThreadRun);
     // Whoever is still in ConnectSynEx on another thread leaves it within a round.
     m_ConnectSynLock.Lock();
     m_ConnectSynLock.UnLock();

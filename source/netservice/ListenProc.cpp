@@ -13,6 +13,7 @@
 #include <new>
 #include <string>
 
+#include "netservice/PendingCallers.h"
 #include "sdk_common/SystemFault.h"
 #include "sdk_common/TimeSource.h"
 #include "sdk_common/WaitEvent.h"
@@ -73,7 +74,7 @@ void FillCaller(CLIENT_SOCK_INFO& info, const sockaddr_storage& address) {
 /// One run from its start to its stop. Ends for good: a stop once wanted is never taken back.
 class CListenRun {
 public:
-    CListenRun(GET_ACCEPT_LINK_CALLBACK pAcceptCallback, void* pParam);
+    CListenRun(GET_ACCEPT_LINK_CALLBACK pAcceptCallback, void* pParam, const FIRST_BYTES& firstBytes);
     ~CListenRun();
     CListenRun(const CListenRun&) = delete;
     CListenRun& operator=(const CListenRun&) = delete;
@@ -95,11 +96,14 @@ private:
     void CloseListenSocket();
     static void* StartAccept(void* pParam);
     int AcceptThreadRun();
+    void ServeCallers(const pollfd* pWatched);
     bool AcceptOne();
     bool AcceptFailed();
 
     GET_ACCEPT_LINK_CALLBACK m_pAcceptCallback;
     void* m_pParam;
+    const FIRST_BYTES m_firstBytes;
+    CPendingCallers m_callers;                         // the accept thread's
     std::shared_ptr<CListenRun> m_self;                // the thread's reference until it has begun
     CPUB_Lock m_socketLock;                            // keeps the socket's number valid under Stop
     SWL_socket_t m_SocketListen = SWL_INVALID_SOCKET;  // changed by the starter and then the thread, under m_socketLock
@@ -110,9 +114,10 @@ private:
     int m_wakeFd;  // readable once the thread is to end
 };
 
-CListenRun::CListenRun(GET_ACCEPT_LINK_CALLBACK pAcceptCallback, void* pParam)
+CListenRun::CListenRun(GET_ACCEPT_LINK_CALLBACK pAcceptCallback, void* pParam, const FIRST_BYTES& firstBytes)
     : m_pAcceptCallback(pAcceptCallback),
       m_pParam(pParam),
+      m_firstBytes(firstBytes),
       m_wakeFd(SystemCall(SYSTEM_CALL::EVENT_FD, -1, [](size_t) { return eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC); })) {
     m_stopEvent.CreateWaitEvent();
 }
@@ -210,13 +215,23 @@ void* CListenRun::StartAccept(void* pParam) {
 int CListenRun::AcceptThreadRun() {
     int result = CSWL_ListenProcEx::LISTEN_OK;
     while (!m_bStopWanted && result == CSWL_ListenProcEx::LISTEN_OK) {
-        pollfd watched[] = {{static_cast<int>(m_SocketListen), POLLIN, 0}, {m_wakeFd, POLLIN, 0}};
-        if (ClockPoll(watched, 2, -1) < 0) WaitBeforeRetry(NO_RESOURCE_WAIT);
+        constexpr size_t OWN = 2;
+        pollfd watched[OWN + CPendingCallers::MAX_CALLERS] = {{static_cast<int>(m_SocketListen), POLLIN, 0},
+                                                              {m_wakeFd, POLLIN, 0}};
+        const size_t callers = m_callers.Watch(watched + OWN);
+        if (ClockPoll(watched, OWN + callers, m_callers.NextWait()) < 0) WaitBeforeRetry(NO_RESOURCE_WAIT);
+        ServeCallers(watched + OWN);
         if (m_bStopWanted) break;
         if (watched[0].revents != 0 && !AcceptOne()) result = CSWL_ListenProcEx::LISTEN_NO_THREAD;
     }
     CloseListenSocket();
     return result;
+}
+
+void CListenRun::ServeCallers(const pollfd* pWatched) {
+    m_callers.Note(pWatched);
+    while (!m_bStopWanted && m_callers.TakeReady(m_clientSockInfo))
+        m_pAcceptCallback(&m_clientSockInfo, m_pParam, nullptr);
 }
 
 bool CListenRun::AcceptOne() {
@@ -226,7 +241,10 @@ bool CListenRun::AcceptOne() {
     if (sock == SWL_INVALID_SOCKET) return AcceptFailed();
     m_clientSockInfo.pTcpSock = sock;
     FillCaller(m_clientSockInfo, address);
-    m_pAcceptCallback(&m_clientSockInfo, m_pParam, nullptr);
+    if (m_firstBytes.count > 0)
+        m_callers.Add(m_clientSockInfo, m_firstBytes.count, m_firstBytes.waitTime());
+    else
+        m_pAcceptCallback(&m_clientSockInfo, m_pParam, nullptr);
     return true;
 }
 
@@ -243,14 +261,17 @@ bool CListenRun::AcceptFailed() {
     return true;
 }
 
-CSWL_ListenProcEx::CSWL_ListenProcEx(GET_ACCEPT_LINK_CALLBACK pAcceptCallback, void* pParam)
-    : m_pAcceptCallback(pAcceptCallback), m_pParam(pParam) {}
+CSWL_ListenProcEx::CSWL_ListenProcEx(GET_ACCEPT_LINK_CALLBACK pAcceptCallback, void* pParam, FIRST_BYTES firstBytes)
+    : m_pAcceptCallback(pAcceptCallback), m_pParam(pParam), m_firstBytes(std::move(firstBytes)) {}
 
-CSWL_ListenProcEx::~CSWL_ListenProcEx() { StopListen(); }
+CSWL_ListenProcEx::~CSWL_ListenProcEx() {
+    StopListen();
+    PUB_ExitThread(&m_AcceptThreadID, nullptr);  // its own thread, if any
+}
 
 int CSWL_ListenProcEx::StartListen(unsigned short nPort) try {
     const std::lock_guard guard(m_ListenLock);
-    const RunRef run = std::make_shared<CListenRun>(m_pAcceptCallback, m_pParam);
+    const RunRef run = std::make_shared<CListenRun>(m_pAcceptCallback, m_pParam, m_firstBytes);
     if (!EnterRun(run)) return LISTEN_ALREADY_STARTED;
     int result = run->OpenListenSocket(nPort);
     if (result == LISTEN_OK) result = LaunchThread(run);
@@ -269,7 +290,8 @@ bool CSWL_ListenProcEx::EnterRun(const RunRef& run) {
 
 int CSWL_ListenProcEx::LaunchThread(const RunRef& run) {
     const std::lock_guard guard(m_runLock);
-    if (m_run != run) return LISTEN_NO_THREAD;  // stopped
+    if (m_run != run) return LISTEN_NO_THREAD;                                           // stopped
+    if (m_AcceptThreadID != 0) CThreadManager::Instance().ExitThread(m_AcceptThreadID);  // of a run stopped by itself
     m_AcceptThreadID = CListenRun::StartThread(run);
     return m_AcceptThreadID != 0 ? LISTEN_OK : LISTEN_NO_THREAD;
 }
@@ -285,10 +307,9 @@ void CSWL_ListenProcEx::StopListen() {
     {
         const std::lock_guard guard(m_runLock);
         run.swap(m_run);
-        std::swap(threadID, m_AcceptThreadID);
+        if (!pthread_equal(m_AcceptThreadID, pthread_self())) std::swap(threadID, m_AcceptThreadID);
     }
-    if (!run) return;
-    run->Stop();
+    if (run) run->Stop();
     PUB_ExitThread(&threadID, nullptr);
 }
 

@@ -1,6 +1,7 @@
 // A TCP listener with one accept thread.
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "netservice/SWLSocket.h"
@@ -19,6 +20,13 @@ struct CLIENT_SOCK_INFO {
 /// third argument is always null, the result is ignored.
 using GET_ACCEPT_LINK_CALLBACK = int (*)(CLIENT_SOCK_INFO* pInfo, void* pParam1, void* pParam2);
 
+/// What a caller must have sent before the receiver is told of it; one that sends less is dropped. At most 64 callers wait at a time,
+/// and a further one takes the place of the oldest.
+struct FIRST_BYTES {
+    int count = 0;                           // 0: told at once
+    std::function<unsigned int()> waitTime;  // asked on the accept thread: milliseconds that a caller has for them
+};
+
 /// All operations from any thread, the callback's too; the callback may also destroy the object. What belongs to one
 /// run from start to stop is shared with the run's thread, so a run that is ending knows nothing of the object or its
 /// next run.
@@ -33,7 +41,7 @@ public:
         LISTEN_ALREADY_STARTED = 6
     };
 
-    CSWL_ListenProcEx(GET_ACCEPT_LINK_CALLBACK pAcceptCallback, void* pParam);
+    CSWL_ListenProcEx(GET_ACCEPT_LINK_CALLBACK pAcceptCallback, void* pParam, FIRST_BYTES firstBytes = {});
     ~CSWL_ListenProcEx();
     CSWL_ListenProcEx(const CSWL_ListenProcEx&) = delete;
     CSWL_ListenProcEx& operator=(const CSWL_ListenProcEx&) = delete;
@@ -43,7 +51,8 @@ public:
     int StartListen(unsigned short nPort);
 
     /// Ends the thread and frees the port, also ends a StartListen that still waits. Does nothing if not started.
-    /// Waits for a callback under way; called from the callback it does not, and the thread ends after the callback.
+    /// Waits for a callback under way; called from the callback it does not, and the thread ends after the callback: the next
+    /// StopListen of another thread waits for that.
     void StopListen();
 
     /// The port really bound, host order; 0 while not listening.
@@ -57,8 +66,9 @@ private:
 
     GET_ACCEPT_LINK_CALLBACK m_pAcceptCallback;
     void* m_pParam;
+    FIRST_BYTES m_firstBytes;
     CPUB_Lock m_ListenLock;             // makes starts serial, held while one waits for its port; before m_runLock
     mutable CPUB_Lock m_runLock;        // held for moments only
     RunRef m_run;                       // from the beginning of a start to the stop; guarded by m_runLock
-    PUB_thread_t m_AcceptThreadID = 0;  // of m_run; guarded by m_runLock
+    PUB_thread_t m_AcceptThreadID = 0;  // of m_run, or of one that was stopped on its own thread; guarded by m_runLock
 };

@@ -61,7 +61,7 @@ public:
     virtual void Destroy() {}
 
     /// Takes a connected socket over under a link id, in manual mode and without a callback. 0, or -1 when it could not
-    /// be taken: then it still belongs to the caller.
+    /// be taken, for instance because the id has a link: then it still belongs to the caller.
     virtual int AddNewComm(int deviceID, SWL_socket_t sock) { return 0; }
     virtual int AddNewComm(int deviceID, NatSocket sock) { return 0; }
     virtual int AddNewComm(TNatSocketHandle handle) { return 0; }

@@ -48,6 +48,7 @@ CSWL_MultiNetComm::LinkRef CSWL_MultiNetComm::MakeLink(int deviceID) {
 }
 
 bool CSWL_MultiNetComm::EnterLink(int deviceID, SWL_socket_t sock) try {
+    if (FindLink(deviceID)) return false;
     const LinkRef link = MakeLink(deviceID);
     if (!link) return false;
     std::list<LinkRef> entry{link};

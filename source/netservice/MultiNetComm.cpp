@@ -177,10 +177,10 @@ CSWL_MultiNetComm::LinkRef CSWL_MultiNetComm::NextKept(tuint64 behind) {
 }
 
 void CSWL_MultiNetComm::ServeTimes() {
-    const LONGLONG now = Now();
     LONGLONG due = LONGEST_IDLE_WAIT;
     const std::scoped_lock guard(m_lstLinkLock);
     const std::scoped_lock sendGuard(m_listLinkSendLock);
+    const LONGLONG now = Now();  // not before the locks: a link that came meanwhile would seem to be from the future
     for (const LinkRef& link : m_lstNetLink) {
         if (link->bBroken || link->bRemoved) continue;
         CheckReceiveTime(*link, now);

@@ -1,7 +1,6 @@
 #include "sdk_common/YLog4C.h"
 
 #include <pthread.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -10,12 +9,13 @@
 #include <filesystem>
 #include <mutex>
 #include <new>
-#include <string_view>
 
 #include "sdk_common/Console.h"
 #include "sdk_common/LogText.h"
 #include "sdk_common/TimeSource.h"
 #include "sdk_common/WireReader.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -42,12 +42,7 @@ std::atomic<bool> g_bForked{false};
 LOG_FUN g_pfnLog = nullptr;  // SettingsLock, with its user value
 void* g_pLogUser = nullptr;
 
-constexpr std::string_view LOG_SUFFIX = ".log";
-
-bool IsDirectory(const std::string& path) {
-    struct stat state {};
-    return stat(path.c_str(), &state) == 0 && S_ISDIR(state.st_mode);
-}
+constexpr char LOG_SUFFIX[] = ".log";
 
 thread_local bool t_bInOutput = false;
 
@@ -70,7 +65,7 @@ bool Assert(bool bHolds, const char* pText) {
 /// The application may change its working directory later.
 std::string Absolute(const char* pDirectory) {
     std::error_code error;
-    const std::string path = std::filesystem::absolute(pDirectory, error);
+    const std::string path = fs::absolute(pDirectory, error);
     return error ? pDirectory : path;
 }
 
@@ -136,15 +131,12 @@ bool YLog4C::SetLogAppname(const char* lpszAppname) {
 }
 
 bool YLog4C::SetLogPlace(const char* lpszPath) try {
-    const std::string path = lpszPath ? lpszPath : "";
-    const size_t slash = path.rfind('/');
-    const std::string file = path.substr(slash + 1);  // all without a slash
-    const bool bFile = file.size() > LOG_SUFFIX.size() && file.ends_with(LOG_SUFFIX) && !IsDirectory(path);
-    if (!bFile) return SetPlace(lpszPath, "");
-    const std::string name = file.substr(0, file.size() - LOG_SUFFIX.size());
+    const fs::path path = Absolute(lpszPath ? lpszPath : "");
+    const std::string name = path.stem();
+    std::error_code ignored;
+    if (path.extension() != LOG_SUFFIX || fs::is_directory(path, ignored)) return SetPlace(lpszPath, "");
     if (!Assert(name.size() < sizeof(g_strLogAppname), "strlen(lpszAppname)<sizeof(g_strLogAppname)")) return false;
-    const std::string directory = slash == 0 ? "/" : path.substr(0, slash);
-    return SetPlace(slash == std::string::npos ? "." : directory.c_str(), name.c_str());
+    return SetPlace(path.parent_path().c_str(), name.c_str());
 } catch (...) {  // no memory
     return false;
 }

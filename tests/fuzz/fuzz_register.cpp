@@ -106,7 +106,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t size) {
     link.pEngine = &caller;
     if (!caller.SendFirstBlock(link.pre)) return 0;
     g_told = 0;
-    const bool bIn = man.ServeCaller(link, {});
+    CNetDeviceMan::REGISTER_LISTENER port(man, 0);
+    const bool bIn = man.ServeCaller(link, {}, port);
     Require(!bIn || g_told == 1);
     while (bIn && caller.HasMore()) caller.Speak();
     Require(man.RemoveDevice(FIRST_ID) == bIn);

@@ -79,6 +79,9 @@ void DeclareConnect(CLI::App& app, OPTIONS& options) {
         ->type_name("FILE");
     AddDuration(app, "--timeout", connect.connectWait, "longest wait for a connection (5s)");
     DeclareLog(app, connect);
+    app.add_option("--trace", connect.strTraceFile,
+                   "write a new FILE of all that goes over the links, without passwords, for hlx-simulator replay")
+        ->type_name("FILE");
     app.add_flag("--json", connect.bJson, "write JSON to standard output, one object a line");
 }
 

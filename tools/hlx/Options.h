@@ -26,7 +26,8 @@ struct CONNECT_OPTIONS {
     std::string strPasswordFile;  // empty: HLX_PASSWORD or a prompt; "-": standard input
     std::chrono::milliseconds connectWait{5000};
     bool bJson = false;
-    std::string strLogFile;  // empty: no log
+    std::string strLogFile;    // empty: no log
+    std::string strTraceFile;  // empty: no record
 };
 
 struct LIVE_OPTIONS {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include "Output.h"
@@ -12,18 +13,27 @@
 
 namespace {
 
-// The library keeps silent about a log that it cannot write, so a first look is taken here.
+// The library keeps silent about a file that it cannot write, so a first look is taken here.
+EXIT_CODE CheckWritable(bool bJson, const std::string& strFile, mode_t mode) {
+    const int nFd = open(strFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK | O_CLOEXEC, mode);
+    if (nFd < 0) return Fail(bJson, fmt::format("cannot write {}: {}", strFile, strerror(errno)), EXIT_FAILED);
+    close(nFd);
+    return EXIT_OK;
+}
+
 EXIT_CODE StartLog(const CONNECT_OPTIONS& options) {
     if (options.strLogFile.empty()) return EXIT_OK;
-    const int nFd = open(options.strLogFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK | O_CLOEXEC, 0640);
-    if (nFd < 0) {
-        return Fail(options.bJson, fmt::format("cannot write {}: {}", options.strLogFile, strerror(errno)),
-                    EXIT_FAILED);
-    }
-    close(nFd);
+    if (const EXIT_CODE eExit = CheckWritable(options.bJson, options.strLogFile, 0640); eExit != EXIT_OK) return eExit;
     SilenceLibrary();  // it writes its log to standard error too
     HLX_SetLogToFile(1, options.strLogFile.c_str(), 0, YLOG_DEBUG);
     return EXIT_OK;
+}
+
+// The library looks for the file's name at its start.
+EXIT_CODE StartTrace(const CONNECT_OPTIONS& options) {
+    if (options.strTraceFile.empty()) return EXIT_OK;
+    setenv("HLX_TRACE", options.strTraceFile.c_str(), 1);
+    return CheckWritable(options.bJson, options.strTraceFile, 0600);
 }
 
 }  // namespace
@@ -36,6 +46,7 @@ CSession::~CSession() {
 EXIT_CODE CSession::Open(const CONNECT_OPTIONS& options) {
     std::string strPassword;
     if (const EXIT_CODE eExit = ReadPassword(options, m_interrupt, strPassword); eExit != EXIT_OK) return eExit;
+    if (const EXIT_CODE eExit = StartTrace(options); eExit != EXIT_OK) return eExit;
     if (!HLX_Init()) return FailLast(options.bJson, "cannot start the library");
     if (const EXIT_CODE eExit = StartLog(options); eExit != EXIT_OK) return eExit;
     HLX_SetConnectTime(static_cast<DWORD>(options.connectWait.count()), 1);

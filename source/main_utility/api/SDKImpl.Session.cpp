@@ -24,18 +24,17 @@ LONG CSDKImpl::Login(const char* sDVRIP, WORD wDVRPort, const char* sUserName, c
     return lUserID;
 }
 
-/// Streams are torn down before the link goes.
+/// Streams are torn down before the link goes. Those of a device that called in may have outlived its session.
 BOOL CSDKImpl::Logout(LONG lUserID) {
     if (lUserID < 1) return 0;
     if (CLiveMan::InFrameCallback()) return Failure(HLX_OPER_NOPERMIT);
     m_playbackMan.RemoveDevice(lUserID);
-    m_liveMan.RemoveDevice(lUserID);
+    const BOOL bStreams = m_liveMan.RemoveDevice(lUserID);
     m_downloadMan.RemoveDevice(lUserID);
-    const BOOL bRemoved = m_pDeviceMan->RemoveDevice(lUserID);
-    const DWORD error = m_pThreadState->GetLastError();
+    const BOOL bDone = m_pDeviceMan->RemoveDevice(lUserID) || bStreams;
     m_liveMan.RemoveDevice(lUserID);  // a stream that was opened meanwhile by another thread
-    m_pThreadState->SetLastError(error);
-    return bRemoved;
+    m_pThreadState->SetLastError(bDone ? HLX_SUCCESS : HLX_PARAMETER_ERROR);
+    return bDone;
 }
 
 BOOL CSDKImpl::SetConnectTime(DWORD dwWaitTime, DWORD dwTryTimes) {

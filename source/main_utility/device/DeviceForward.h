@@ -35,9 +35,6 @@ public:
     BOOL StopJpegStream(LONG lUserID, LONG lChannel) {
         return Forward(BOOL{0}, &CNetDevice::StopJpegStream, lUserID, lChannel);
     }
-    unsigned int SupportStreamNum(LONG lUserID, LONG lChannel) {
-        return Forward(0U, &CNetDevice::SupportStreamNum, lUserID, lChannel);
-    }
     BOOL CapturePicture(LONG lUserID, LONG lChannel, LONG lQuality, char* pBuffer, DWORD dwSize, LPDWORD pReturned) {
         return Forward(BOOL{0}, &CNetDevice::CapturePicture, lUserID, lChannel, lQuality, pBuffer, dwSize, pReturned);
     }
@@ -242,9 +239,6 @@ public:
         return Forward(BOOL{0}, &CNetDevice::TransparentConfig, lUserID, sRequest, sUrl, pOut, dwOutSize, pReturned);
     }
     BOOL GetVehicleConfig(LONG lUserID) { return Forward(BOOL{0}, &CNetDevice::GetVehicleConfig, lUserID); }
-    int GetSha1Encrypt(LONG lUserID, const void* pIn, int iInLen, void* pOut, int iOutLen, int* pReturned) {
-        return Forward(int{-1}, &CNetDevice::GetSha1Encrypt, lUserID, pIn, iInLen, pOut, iOutLen, pReturned);
-    }
     LONG GetDeviceTypeName(LONG lUserID, char* sName, LONG lLength) {
         return Forward(LONG{0}, &CNetDevice::GetDeviceTypeName, lUserID, sName, lLength);
     }

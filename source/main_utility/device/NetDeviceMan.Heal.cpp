@@ -1,7 +1,7 @@
 // Sessions that heal: breaks are told, links opened again, logins repeated; subscription messages are polled.
 #include <algorithm>
+#include <memory>
 #include <new>
-#include <vector>
 
 #include "main_utility/device/NetDeviceMan.h"
 #include "sdk_common/Console.h"
@@ -13,9 +13,10 @@ namespace {
 
 constexpr tuint32 CHECK_CONNECT_INTERVAL = 500;  // milliseconds
 constexpr tuint32 SUBSCRIB_INTERVAL = 500;       // milliseconds
-constexpr size_t SUBSCRIB_BUFFER = 2097152;      // bytes of one subscription message
+constexpr int SUBSCRIB_BUFFER = 2097152;         // bytes of one subscription message
 constexpr tuint32 SHORTEST_RECONNECT = 100;      // milliseconds
 constexpr tuint32 LONGEST_RECONNECT = 0xFFFFFFFE;
+constexpr unsigned int INTERRUPT_ROUND = 5;   // milliseconds
 constexpr time_t WRONG_PASSWORD_PAUSE = 310;  // seconds without a login try
 
 tint64 Monotonic() { return TimeSource().MonotonicMicroseconds(); }
@@ -38,7 +39,7 @@ void CNetDeviceMan::StopHealing() {
     for (const Session& session : m_table.Snapshot()) {
         if (session->gate.Reconnecting()) m_table.TellBroken(*session);
     }
-    InterruptRequests();
+    InterruptUntilIdle(m_busyHealers);
     PUB_ExitThread(&m_hReConnect, &m_bReConnecting);
     PUB_ExitThread(&m_checkConnectThread, &m_checkConnect);
     PUB_ExitThread(&m_hSubscrib, &m_bSubscribing);
@@ -49,12 +50,21 @@ void CNetDeviceMan::Pause(const bool& bRun, tuint32 milliseconds) {
     m_stopWait.WaitForCond(milliseconds, [&] { return !RunFlagSet(bRun); });
 }
 
+/// Ends the requests that these threads wait for, also new ones, until the threads are through.
+void CNetDeviceMan::InterruptUntilIdle(const std::atomic<int>& busyThreads) {
+    while (busyThreads > 0) {
+        InterruptRequests();
+        PUB_Sleep(INTERRUPT_ROUND);
+    }
+}
+
 void CNetDeviceMan::InterruptRequests() {
     for (const Session& session : m_table.Snapshot()) session->pNetDevice->InterruptWait();
 }
 
 void* CNetDeviceMan::CheckConnectThread(void* pParam) {
     auto& man = *static_cast<CNetDeviceMan*>(pParam);
+    const BUSY busy(man.m_busyHealers);
     while (RunFlagSet(man.m_checkConnect)) {
         try {
             man.CheckConnectProc();
@@ -69,7 +79,7 @@ void* CNetDeviceMan::CheckConnectThread(void* pParam) {
 void CNetDeviceMan::CheckConnectProc() {
     for (const Session& session : m_table.Snapshot()) {
         if (!RunFlagSet(m_checkConnect)) return;
-        const bool bNew = session->wCanReconnect && !session->bBreakTold &&
+        const bool bNew = session->wCanReconnect && session->bAnnounced && !session->bBreakTold &&
                           session->pNetDevice->GetDeviceStatus() == NET_DEVICE_STATUS_DISCONNECT;
         if (!bNew || !m_table.IsListed(session)) continue;
         YLOG(YLOG_WARN, "user %d, %s: link broken", session->lHandle, session->sDeviceIP);
@@ -92,6 +102,7 @@ void CNetDeviceMan::TellException(DWORD type, LONG lHandle) {
 
 void* CNetDeviceMan::ReConnectThread(void* pParam) {
     auto& man = *static_cast<CNetDeviceMan*>(pParam);
+    const BUSY busy(man.m_busyHealers);
     while (RunFlagSet(man.m_bReConnecting)) {
         try {
             man.ReConnectProc();
@@ -207,10 +218,12 @@ bool CNetDeviceMan::LoginAgain(NET_DEVICE_RES& session, RECONNECT_TRY& attempt) 
 
 void* CNetDeviceMan::SubscribThread(void* pParam) {
     auto& man = *static_cast<CNetDeviceMan*>(pParam);
-    std::vector<char> buffer;
-    while (RunFlagSet(man.m_bSubscribing)) {
+    const BUSY busy(man.m_busyHealers);
+    // Costs nothing until something is written to it.
+    const std::unique_ptr<char[]> buffer(new (std::nothrow) char[SUBSCRIB_BUFFER]);
+    while (buffer && RunFlagSet(man.m_bSubscribing)) {
         try {
-            man.SubscribProc(buffer);
+            man.SubscribProc(buffer.get());
         } catch (const std::bad_alloc&) {  // the next walk does it
         }
         man.Pause(man.m_bSubscribing, SUBSCRIB_INTERVAL);
@@ -218,28 +231,31 @@ void* CNetDeviceMan::SubscribThread(void* pParam) {
     return nullptr;
 }
 
-/// Hands out the messages that devices hold for a subscription, each with no lock held. The buffer is made with the first receiver.
-void CNetDeviceMan::SubscribProc(std::vector<char>& buffer) {
-    const auto [fSubscrib, pUser] = m_subscribCallback.Get();
-    if (!fSubscrib) return;
-    buffer.resize(SUBSCRIB_BUFFER);
+/// Takes the messages that devices hold for a subscription, whether somebody receives them or not.
+void CNetDeviceMan::SubscribProc(char* pBuffer) {
     for (const Session& session : m_table.Snapshot()) {
         DWORD dwCommand = 0;
         LONG lChannel = 0;
         int length = 0;
-        while (RunFlagSet(m_bSubscribing) && NextSubscribMsg(session, dwCommand, lChannel, buffer, length)) {
-            const CApplicationCall call;
-            fSubscrib(session->lHandle, dwCommand, buffer.data(), static_cast<DWORD>(length), pUser);
-        }
+        while (RunFlagSet(m_bSubscribing) && NextSubscribMsg(session, dwCommand, lChannel, pBuffer, length))
+            TellSubscribMsg(session->lHandle, dwCommand, pBuffer, length);
     }
 }
 
-bool CNetDeviceMan::NextSubscribMsg(const Session& session, DWORD& dwCommand, LONG& lChannel, std::vector<char>& buffer,
+/// With no lock held.
+void CNetDeviceMan::TellSubscribMsg(LONG lHandle, DWORD dwCommand, char* pBuffer, int length) {
+    const auto [fSubscrib, pUser] = m_subscribCallback.Get();
+    if (!fSubscrib) return;
+    const CApplicationCall call;
+    fSubscrib(lHandle, dwCommand, pBuffer, static_cast<DWORD>(length), pUser);
+}
+
+bool CNetDeviceMan::NextSubscribMsg(const Session& session, DWORD& dwCommand, LONG& lChannel, char* pBuffer,
                                     int& length) {
     std::lock_guard guard(m_table.m_deviceCommLock);
     if (!m_table.IsListed(session)) return false;
     const CThreadState::OwnNumber ownNumber;
-    length = static_cast<int>(buffer.size());
-    return session->pNetDevice->GetSmartSubscribMsg(&dwCommand, &lChannel, buffer.data(), &length) && length >= 0 &&
-           static_cast<size_t>(length) <= buffer.size();
+    length = SUBSCRIB_BUFFER;
+    return session->pNetDevice->GetSmartSubscribMsg(&dwCommand, &lChannel, pBuffer, &length) && length >= 0 &&
+           length <= SUBSCRIB_BUFFER;
 }

@@ -12,7 +12,6 @@ namespace {
 
 constexpr int LINK_SEND_BUFFER = 262144;  // bytes
 constexpr int MAX_DEVICE_ID = 2097144;    // the id behind it is 1 again
-constexpr DWORD MAX_KEPT_PORT = 65535;    // a kept register port at or above is not listened on
 constexpr int RTSP_URL_SIZE = 256;        // bytes that GetRtspUrl may write
 
 int LastError() { return static_cast<int>(CThreadState::Instance()->GetLastError()); }
@@ -31,13 +30,13 @@ CNetDeviceMan* CNetDeviceMan::Instance() {
 
 bool CNetDeviceMan::Initial() {
     m_connector.Interrupt(false);
-    return m_multiNetComm.Init(LINK_SEND_BUFFER);
+    return m_multiNetComm.Init(LINK_SEND_BUFFER) || Failure(HLX_PROGRAM_EXCEPTION);
 }
 
 bool CNetDeviceMan::Start() {
     m_connector.Interrupt(false);
     if (!StartHealing()) return Failure(HLX_PROGRAM_EXCEPTION);
-    if (m_listenPort < MAX_KEPT_PORT) StartListener();
+    StartListener();
     return true;
 }
 
@@ -56,7 +55,11 @@ void CNetDeviceMan::Stop() {
     SetSubscribCallBack(nullptr, nullptr);
 }
 
+/// Sessions whose link stands are logged out; the engine writes that as it closes their links.
 void CNetDeviceMan::Quit() {
+    for (const Session& session : m_table.Snapshot()) {
+        if (session->pNetDevice->GetDeviceStatus() != NET_DEVICE_STATUS_DISCONNECT) session->pNetDevice->Logout();
+    }
     m_multiNetComm.Destroy();
     m_table.TakeAll();
 }
@@ -124,13 +127,12 @@ LONG CNetDeviceMan::LoginOverLink(LINK& link, const Session& session, LPHLX_DEVI
         YLOG(YLOG_ERROR, "%s: no session, number %d", session->sDeviceIP, LastError());
         return -1;
     }
+    ENTERED_SESSION entered(*this, session);
     HLX_DEVICEINFO deviceInfo{};
-    if (LoginSession(session, &deviceInfo, luserId)) {
-        if (lpDeviceInfo) *lpDeviceInfo = deviceInfo;
-        return session->lHandle;
-    }
-    DropSession(session);
-    return -1;
+    entered.bLoggedIn = LoginSession(session, &deviceInfo, luserId);
+    if (!entered.bLoggedIn) return -1;
+    if (lpDeviceInfo) *lpDeviceInfo = deviceInfo;
+    return session->lHandle;
 }
 
 /// NAT connects and their engines come with their own part of the library; until then such a device cannot be reached.
@@ -147,6 +149,7 @@ bool CNetDeviceMan::ConnectDevice(const char* sDVRIP, WORD wDVRPort, LONG lConne
 bool CNetDeviceMan::EnterSession(LINK& link, const Session& session, LONG luserId) {
     std::lock_guard loginGuard(m_LoignFunLock);
     if (!m_fMakeDevice(link.pre, *session)) return Failure(HLX_VERSION_NOMATCH);
+    while (m_table.Pin(s_deviceID)) AdvanceDeviceID();  // behind the wrap an old session may still have it
     session->lHandle = s_deviceID;
     session->lConnectType = link.resultType;
     session->lProtocolVer = static_cast<int>(link.pre.dwProtocolVer);
@@ -156,10 +159,12 @@ bool CNetDeviceMan::EnterSession(LINK& link, const Session& session, LONG luserI
     device.SetNetHandle(link.pEngine);
     device.SetDeviceID(session->lHandle);
     device.SetDeviceIp(session->sDeviceIP);
+    if (session->bAutoRegisterMode) device.SetAutoRegisterMode(1);
     if (!m_table.Append(session, luserId)) return Failure(HLX_PARAMETER_ERROR);
     AdvanceDeviceID();
     if (HandLinkToEngine(*session, link)) return true;
-    DropSession(session);
+    m_table.Take(session);  // a link that the id may have is not this session's
+    m_table.ForgetExtra(session->lHandle);
     return Failure(HLX_ALLOC_RESOURCE_ERROR);
 }
 
@@ -205,11 +210,12 @@ bool CNetDeviceMan::LoginSession(const Session& session, LPHLX_DEVICEINFO lpDevi
     return Failure(HLX_NETWORK_NOT_CONNECT);
 }
 
-/// Takes back a session whose login failed. The last error stays as the login left it.
+/// Takes back a session whose login failed. The last error stays as the login left it. A caller's id is used again.
 void CNetDeviceMan::DropSession(const Session& session) {
     m_table.Take(session);
     m_table.ForgetExtra(session->lHandle);
     m_multiNetComm.RemoveComm(session->lHandle);
+    if (session->bAutoRegisterMode) GiveBackDeviceID(session->lHandle);
 }
 
 BOOL CNetDeviceMan::RemoveDevice(LONG lHandle) {
@@ -268,6 +274,17 @@ BOOL CNetDeviceMan::GetDeviceInfo(LONG lUserID, LPHLX_DEVICEINFO lpDeviceInfo) {
     if (!session->pNetDevice->GetDeviceInfo(lpDeviceInfo)) return 0;
     lpDeviceInfo->devicePort = session->wDevicePort;
     return 1;
+}
+
+unsigned int CNetDeviceMan::SupportStreamNum(LONG lUserID, LONG lChannel) {
+    const Session session = m_table.Pin(lUserID);
+    return session ? session->pNetDevice->SupportStreamNum(lChannel) : Failure(HLX_PARAMETER_ERROR, 0U);
+}
+
+int CNetDeviceMan::GetSha1Encrypt(LONG lUserID, const void* pIn, int iInLen, void* pOut, int iOutLen, int* pReturned) {
+    const Session session = m_table.Pin(lUserID);
+    if (!session) return Failure(HLX_PARAMETER_ERROR, -1);
+    return session->pNetDevice->GetSha1Encrypt(pIn, iInLen, pOut, iOutLen, pReturned);
 }
 
 int CNetDeviceMan::GetDeviceFirmwareType(LONG lUserID) {

@@ -60,7 +60,7 @@ public:
                    LPHLX_DEVICEINFO lpDeviceInfo, LONG lConnectType, const char* sDevSN, LONG luserId);
 
     /// Logs out and drops a session and its further sessions. A session whose first login is still under way is not
-    /// known yet.
+    /// known yet. An exception callback for it that is in progress on another thread may end after the return.
     BOOL RemoveDevice(LONG lHandle);
 
     /// The custom product sub-id of the device at that address, or -1.
@@ -71,6 +71,8 @@ public:
 
     BOOL GetRtspUrl(LONG lUserID, LONG lChannel, LONG lStreamType, char* sRtspUrl);
     BOOL GetDeviceInfo(LONG lUserID, LPHLX_DEVICEINFO lpDeviceInfo);
+    unsigned int SupportStreamNum(LONG lUserID, LONG lChannel);
+    int GetSha1Encrypt(LONG lUserID, const void* pIn, int iInLen, void* pOut, int iOutLen, int* pReturned);
     /// An HLX_DEVICE_FIRMWARE_TYPE value, HLX_DEVICE_FIRMWARE_OTHER for an unknown id.
     int GetDeviceFirmwareType(LONG lUserID);
 
@@ -95,9 +97,21 @@ public:
         }
     };
 
+    /// One register port from its opening to its end, which is for good.
+    struct REGISTER_LISTENER {
+        REGISTER_LISTENER(CNetDeviceMan& owner, WORD wPort);
+
+        CNetDeviceMan& man;
+        const WORD port;
+        std::atomic<bool> bStopping{false};  // ends the wait for a first block and the login of a caller
+        std::atomic<bool> bStarting{false};  // in StartListen, which may wait for the port
+        CDeviceTable::Session caller;        // being logged in; m_listenerLock
+        CSWL_ListenProcEx proc;              // goes first, and joins its thread
+    };
+
     /// Logs a device in that called and whose first block is there, or tells that it is unknown. 1 when it is logged in, else 0. On
     /// the listener's thread; blocks for the login (10 s a request).
-    int ServeCaller(LINK& link, const CLIENT_SOCK_INFO& info);
+    int ServeCaller(LINK& link, const CLIENT_SOCK_INFO& info, REGISTER_LISTENER& listener);
 
     /// Puts another maker of device families in force, for families that are made for a test. Before any login.
     void SetDeviceMaker(MAKE_DEVICE fMakeDevice) { m_fMakeDevice = fMakeDevice; }
@@ -114,6 +128,29 @@ private:
         ~CApplicationCall() { t_bInCallback = false; }
         CApplicationCall(const CApplicationCall&) = delete;
         CApplicationCall& operator=(const CApplicationCall&) = delete;
+    };
+
+    /// A session that was entered. Takes it back, also when an exception passes, unless its login is through.
+    struct ENTERED_SESSION {
+        ENTERED_SESSION(CNetDeviceMan& owner, const Session& entered) : man(owner), session(entered) {}
+        ENTERED_SESSION(const ENTERED_SESSION&) = delete;
+        ENTERED_SESSION& operator=(const ENTERED_SESSION&) = delete;
+        ~ENTERED_SESSION() {
+            if (!bLoggedIn) man.DropSession(session);
+        }
+
+        CNetDeviceMan& man;
+        const Session& session;
+        bool bLoggedIn = false;
+    };
+
+    using Listener = std::shared_ptr<REGISTER_LISTENER>;
+
+    /// Counts a thread that may be in a call of the application.
+    struct BUSY {
+        explicit BUSY(std::atomic<int>& threads) : m_threads(threads) { ++m_threads; }
+        ~BUSY() { --m_threads; }
+        std::atomic<int>& m_threads;
     };
 
     CNetDeviceMan() = default;
@@ -139,13 +176,14 @@ private:
     bool StartHealing();
     void StopHealing();
     void Pause(const bool& bRun, tuint32 milliseconds);
+    void InterruptUntilIdle(const std::atomic<int>& busyThreads);
     static void* CheckConnectThread(void* pParam);
     static void* ReConnectThread(void* pParam);
     static void* SubscribThread(void* pParam);
     void CheckConnectProc();
     void ReConnectProc();
     void ReConnectPause();
-    void SubscribProc(std::vector<char>& buffer);
+    void SubscribProc(char* pBuffer);
     bool IsDue(const NET_DEVICE_RES& session) const;
     void StartReconnect(const Session& session);
     static time_t SecondsOfRest(const NET_DEVICE_RES& session);
@@ -155,20 +193,23 @@ private:
     void TellReturns();
     void TellReturn(NET_DEVICE_RES& session, WORD videoInputNum);
     void TellException(DWORD type, LONG lHandle);
-    bool NextSubscribMsg(const Session& session, DWORD& dwCommand, LONG& lChannel, std::vector<char>& buffer,
-                         int& length);
+    bool NextSubscribMsg(const Session& session, DWORD& dwCommand, LONG& lChannel, char* pBuffer, int& length);
+    void TellSubscribMsg(LONG lHandle, DWORD dwCommand, char* pBuffer, int length);
 
     // Auto-register (NetDeviceMan.Register.cpp)
     void KeepLoginInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum);
     bool FindLoginInfo(DWORD deviceId, NET_DEVICE_RES& session);
     void StartListener();
     void StopListener();
+    Listener SwapListener(const Listener& listener);  // m_listenerLock held
+    void OpenListener(const Listener& listener);
+    void EndListener(const Listener& listener);
     static int AcceptLinkCallback(CLIENT_SOCK_INFO* pInfo, void* pParam, void* pReserved);
-    int OnGetAcceptLink(const CLIENT_SOCK_INFO& info);
-    int LoginCaller(const Session& session);
+    int OnGetAcceptLink(const CLIENT_SOCK_INFO& info, REGISTER_LISTENER& listener);
+    int LoginCaller(const Session& session, REGISTER_LISTENER& listener);
     int RefuseCaller(const Session& session);
-    bool LoginAsCaller(const Session& session, HLX_DEVICEINFO& deviceInfo);
-    void SetCaller(const Session& session);
+    bool LoginAsCaller(const Session& session, HLX_DEVICEINFO& deviceInfo, REGISTER_LISTENER& listener);
+    void SetCaller(REGISTER_LISTENER& listener, const Session& session);
 
     static inline thread_local bool t_bInCallback = false;
 
@@ -203,11 +244,13 @@ private:
 
     CPUB_Lock m_LoginInfoLock;                        // leaf
     std::map<DWORD, REG_LOGIN_INFO> m_pRegLoginInfo;  // devices that may call in; m_LoginInfoLock
-    std::atomic<DWORD> m_listenPort{0};
-    CPUB_Lock m_listenerLock;  // leaf; guards the pointer
-    std::shared_ptr<CSWL_ListenProcEx> m_pListenProc;
-    std::vector<std::shared_ptr<CSWL_ListenProcEx>>
-        m_retiredListeners;  // stopped from inside their own callback; m_listenerLock
-    Session m_caller;        // being logged in; m_listenerLock
-    std::atomic<bool> m_bListenerStopping{false};
+    /// Whose callback this thread runs; null on any other thread.
+    static inline thread_local REGISTER_LISTENER* t_pServing = nullptr;
+    CPUB_Lock m_listenerLock;   // leaf; guards the next four
+    DWORD m_listenPort = 0;     // kept from Stop to Start
+    bool m_bMayListen = false;  // from Start to Stop
+    Listener m_pListenProc;
+    std::vector<Listener> m_retiredListeners;  // replaced inside their own callback, to be joined by another thread
+    std::atomic<int> m_busyCallers{0};         // listener threads inside their callback
+    std::atomic<int> m_busyHealers{0};         // of the three healing threads
 };

@@ -19,6 +19,7 @@ public:
     static constexpr DWORD DEFAULT_TRIES = 1;
 
     void SetConnectTime(DWORD dwWaitTime, DWORD dwTryTimes);
+    DWORD WaitTime() const { return m_dwConnWaitTime; }
 
     /// Lets all waits end within 200 ms, and new ones at once, until it is set back.
     void Interrupt(bool bInterupt) { m_bInteruptConnect = bInterupt; }

@@ -37,6 +37,13 @@ bool CLiveMan::Start() { return StartResuming(); }
 
 void CLiveMan::Stop() {
     StopResuming();
+    StopStreams();
+}
+
+/// By now no callback of the device manager can open a stream; one may have until a moment ago.
+void CLiveMan::Quit() { StopStreams(); }
+
+void CLiveMan::StopStreams() {
     for (;;) {
         POINTERHANDLE lLiveHandle = 0;
         {
@@ -47,8 +54,6 @@ void CLiveMan::Stop() {
         StopLivePlay(lLiveHandle);
     }
 }
-
-void CLiveMan::Quit() {}
 
 LIVE_STREAM_INFO* CLiveMan::Find(POINTERHANDLE lLiveHandle) const {
     for (const Stream& stream : m_streamInfoArray)
@@ -224,7 +229,7 @@ BOOL CLiveMan::RemoveDevice(LONG lUserID) {
             if (stream->lPrimalDeviceHandle == lUserID) handles.push_back(stream->lLiveHandle);
     }
     for (const POINTERHANDLE handle : handles) StopLivePlay(handle);
-    return 1;
+    return !handles.empty();
 }
 
 /// Runs `action` on a known stream under m_streamLock and gives its result; an unknown handle is HLX_PARAMETER_ERROR.

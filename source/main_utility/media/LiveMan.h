@@ -102,6 +102,7 @@ public:
     bool Start();
     /// Stops every stream. Safe on a manager that was never started.
     void Stop();
+    /// Stops those that were opened since. Once nobody can open one any more.
     void Quit();
 
     /// True on a thread that is inside an application's frame callback.
@@ -142,7 +143,7 @@ public:
     BOOL PTZCtrl_3D(POINTERHANDLE lLiveHandle, PTZ_3D_POINT_INFO* pPoint);
     BOOL PTZSetCruise(POINTERHANDLE lLiveHandle, BYTE byCruise, DD_CRUISE_POINT_INFO* pPoints, WORD wPointNum);
 
-    /// Stops all streams of a user id.
+    /// Stops all streams of a user id; false if there is none.
     BOOL RemoveDevice(LONG lUserID);
 
     /// Asks again for the streams that a session carries which is back; `channel` -1 means all. On the reconnect thread.
@@ -169,6 +170,7 @@ private:
     bool StartStream(LIVE_STREAM_INFO& stream);
     void EndStream(LIVE_STREAM_INFO& stream);
     Stream TakeStream(POINTERHANDLE lLiveHandle);
+    void StopStreams();
 
     // Capturing (LiveCapture.cpp)
     LIVE_STREAM_INFO* CaptureStream(LONG lUserID, LONG lChannel);  // m_streamLock held

@@ -115,6 +115,25 @@ TEST(CliInfo, TellsTheDevice) {
     EXPECT_NE(text.strOutput.find("\nVideo inputs   4\n"), std::string::npos) << text.strOutput;
 }
 
+TEST(CliInfo, ARecordIsPlayedBack) {
+    CTempFile record;
+    std::string strTold;
+    {
+        CSimulator simulator;
+        const auto result = RunHlx("info", simulator.Address(), {"--json", "--trace", record.Path()});
+        EXPECT_EQ(result.nExit, 0) << result.strErrors;
+        strTold = result.strOutput.substr(result.strOutput.find("\"deviceName\""));
+    }
+    CProcess replay({HLX_SIMULATOR, "replay", record.Path(), "--fast"});
+    ASSERT_TRUE(replay.ReadUntil("\n")) << replay.Errors();
+    const auto again = RunHlx("info", "127.0.0.1:" + std::to_string(Number(replay.Output(), "port")), {"--json"});
+    EXPECT_NE(again.strOutput.find(strTold.substr(0, 200)), std::string::npos) << again.strOutput << again.strErrors;
+    replay.Kill(SIGTERM);
+    EXPECT_EQ(replay.Wait(), 0);
+    EXPECT_EQ(RunHlx("info", "127.0.0.1:1", {"--trace", "/nowhere/record"}).nExit, 1);
+    EXPECT_EQ(RunProcess({HLX_SIMULATOR, "replay", HLX_SIMULATOR}).nExit, 2) << "no record";
+}
+
 TEST(CliAlarms, TellsWhatIsOnALineEach) {
     CSimulator simulator({"--status", "motion=2", "--status", "sensor=1", "--status", "manual-record=3"});
     CProcess follow(Hlx("alarms", simulator.Address(), {"--json", "--follow"}), WITH_PASSWORD);

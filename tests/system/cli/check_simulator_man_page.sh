@@ -2,7 +2,7 @@
 # Each option, fault and word that hlx-simulator's help lists must stand in its man page.
 # Usage: check_simulator_man_page.sh PROGRAM MAN_PAGE
 set -eu
-help=$("$1" classic --help)
+help=$("$1" classic --help; "$1" replay --help)
 page=$(sed 's/\\-/-/g' "$2")
 names=$(grep -oE '^  (-[a-z],)?--[a-z-]+' <<<"$help" | grep -oE '\-\-.*'
         sed -n '/^Faults/,$s/^  \([a-z-]*\) .*/\1/p' <<<"$help")

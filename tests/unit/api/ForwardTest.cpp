@@ -44,8 +44,10 @@ protected:
 
     CScriptedPeer m_peer{[this](int sock) {
         SendAll(sock, FirstBlock(0, 4));
-        m_peer.AwaitClose(sock);
+        m_peer.AwaitClose(sock, [&] { return m_bCut.load(); });
     }};
+    std::atomic<bool> m_bCut{false}, m_bInCallback{false};
+    std::atomic<LONG> m_caller{0};
     LONG m_user = -1;
     char m_out[64] = {};
     DWORD m_returned = 0;
@@ -117,6 +119,52 @@ TEST_F(Forward, Pictures) {
     EXPECT_EQ(HLX_GetLastError(), DWORD{HLX_CREATEFILE_ERROR});
     std::ifstream written(file, std::ios::binary);
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(written), {}), CRecordingDevice::PICTURE);
+}
+
+TEST_F(Forward, AStreamOpenedFromACallbackDuringCleanupIsStopped) {
+    std::function<void()> inCallback = [this] {
+        m_bInCallback = true;
+        const auto ending = [this] { return HLX_GetProductSubID("127.0.0.1", m_peer.Port()) == -1; };
+        EXPECT_TRUE(WaitUntil(ending)) << "cleanup has stopped the streams that there were";
+        EXPECT_GT(Play(1, HLX_MAIN_STREAM), 0);
+    };
+    HLX_SetSDKMessageCallBack(
+        0, nullptr, [](DWORD, LONG, LONG, void* pUser) { (*static_cast<std::function<void()>*>(pUser))(); },
+        &inCallback);
+    m_bCut = true;
+    EXPECT_TRUE(WaitUntil([&] { return m_bInCallback.load(); }));
+    EXPECT_TRUE(HLX_Cleanup());
+    EXPECT_EQ(CRecordingDevice::TakeNotes(), "StartLive 1 1 0\nStopLive 1 1 0");
+}
+
+/// The session of a device that called in is gone with its link, but what the application had open on it is not.
+TEST_F(Forward, LogoutFreesTheStreamsOfASessionThatIsGone) {
+    REG_LOGIN_INFO known{};
+    const int sock = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(CScriptedPeer([](int) {}).Port());  // free again by now
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    HLX_SetRegisterCallback(
+        [](LONG id, LONG, LPHLX_DEVICEINFO, void* pUser) { *static_cast<std::atomic<LONG>*>(pUser) = id; }, &m_caller);
+    HLX_SetSDKMessageCallBack(
+        0, nullptr, [](DWORD, LONG, LONG, void* pUser) { *static_cast<std::atomic<bool>*>(pUser) = true; },
+        &m_bInCallback);
+    EXPECT_TRUE(HLX_SetRegisterPort(ntohs(address.sin_port), &known, 1));
+    ASSERT_EQ(connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    SendAll(sock, FirstBlock(0, 4));
+    EXPECT_TRUE(WaitUntil([&] { return m_caller > 0; }));
+    const HLX_CLIENTINFO client{0, HLX_MAIN_STREAM, nullptr, 0};
+    const POINTERHANDLE live = HLX_LivePlay(m_caller, &client, nullptr, nullptr);
+    EXPECT_GT(live, 0);
+    close(sock);
+    EXPECT_TRUE(WaitUntil([&] { return m_bInCallback.load(); }));
+    EXPECT_TRUE(HLX_Logout(m_caller));
+    EXPECT_EQ(HLX_GetLastError(), DWORD{HLX_SUCCESS});
+    EXPECT_FALSE(HLX_StopLivePlay(live));
+    EXPECT_FALSE(HLX_Logout(m_caller));
+    EXPECT_EQ(HLX_GetLastError(), DWORD{HLX_PARAMETER_ERROR});
+    HLX_SetRegisterPort(0, nullptr, 0);
 }
 
 }  // namespace

@@ -1,4 +1,6 @@
 // Start and stop of the library.
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <fstream>
 
@@ -53,6 +55,18 @@ TEST_F(Life, FailureAtAnyStepLeavesNothingRunning) {
         EXPECT_TRUE(HLX_Cleanup());
         before.ExpectUnchanged();
     }
+}
+
+TEST_F(Life, WithoutDescriptorsForTheLinksItDoesNotStart) {
+    rlimit old{};
+    getrlimit(RLIMIT_NOFILE, &old);
+    rlimit none = old;
+    none.rlim_cur = 3;  // those are taken
+    setrlimit(RLIMIT_NOFILE, &none);
+    EXPECT_FALSE(HLX_Init());
+    EXPECT_EQ(StoredError(), HLX_PROGRAM_EXCEPTION);
+    setrlimit(RLIMIT_NOFILE, &old);
+    EXPECT_TRUE(HLX_Init());
 }
 
 TEST_F(Life, OneCleanupEndsTheSession) {

@@ -26,6 +26,7 @@ public:
 
     BOOL Login(char*, char*, LPHLX_DEVICEINFO) override { return m_bConnected = true; }
     BOOL Logout() override { return Note("Logout"), m_bConnected = false, true; }
+    BOOL OnReceiveData(const char* pBuf, int) override { return m_bConnected = m_bConnected && pBuf; }
     int GetDeviceStatus() override { return m_bConnected ? NET_DEVICE_STATUS_CONNECTED : NET_DEVICE_STATUS_DISCONNECT; }
 
     BOOL StartLiveChannel(LONG a, BOOL b, unsigned int, unsigned int d) override { return Note("StartLive", a, b, d); }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <mutex>
 #include <set>
+#include <thread>
 
 #include "support/HeardLog.h"
 #include "TestFamily.h"
@@ -195,17 +196,31 @@ protected:
 
     /// Connects as a device with that register id; false when nobody listens.
     bool CallIn(tuint32 registerId) {
-        const int sock = socket(AF_INET, SOCK_STREAM, 0);
-        m_socks.push_back(sock);
+        if (!Connect()) return false;
+        std::string block = FirstBlock(77, 1);
+        std::memcpy(&block[20], &registerId, 4);
+        SendAll(m_socks.back(), block);
+        return true;
+    }
+    bool Connect() {
+        m_socks.push_back(socket(AF_INET, SOCK_STREAM, 0));
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_port = htons(m_port);
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) return false;
-        std::string block = FirstBlock(77, 1);
-        std::memcpy(&block[20], &registerId, 4);
-        SendAll(sock, block);
-        return true;
+        return connect(m_socks.back(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
+    }
+    void Listen() {
+        REG_LOGIN_INFO known{};
+        known.deviceId = 4711;
+        EXPECT_TRUE(m_man.SetRegisterPort(m_port, &known, 1));
+    }
+    /// What the register callback does from now on.
+    void OnRegister(std::function<void(LONG)> body) {
+        m_onRegister = std::move(body);
+        m_man.SetRegisterCallback([](LONG id, LONG, LPHLX_DEVICEINFO,
+                                     void* pUser) { static_cast<AutoRegister*>(pUser)->m_onRegister.Get()(id); },
+                                  this);
     }
     size_t Known() {
         std::lock_guard guard(m_callers.lock);
@@ -213,16 +228,15 @@ protected:
     }
 
     CALLERS m_callers;
+    CSharedFunction<std::function<void(LONG)>> m_onRegister;
     unsigned short m_port = 0;
     std::vector<int> m_socks;
 };
 
 TEST_F(AutoRegister, KnownDevicesAreLoggedInAndUnknownOnesTold) {
-    REG_LOGIN_INFO known{};
-    known.deviceId = 4711;
     EXPECT_FALSE(m_man.AddRegisterDeviceInfo(nullptr, 1));
-    EXPECT_TRUE(m_man.SetRegisterPort(m_port, &known, 1));
     CHeardLog heard;
+    Listen();
     EXPECT_TRUE(CallIn(1));
     EXPECT_TRUE(CallIn(4711));
     EXPECT_TRUE(WaitUntil([&] { return Known() == 1; }));
@@ -233,6 +247,7 @@ TEST_F(AutoRegister, KnownDevicesAreLoggedInAndUnknownOnesTold) {
     EXPECT_EQ(m_callers.unknown[0].first, m_callers.known[0].first) << "an unknown caller's id is used again";
     const LONG id = m_callers.known[0].first;
     EXPECT_EQ(1, m_man.GetDeviceResByUserID(id)->bAutoRegisterMode);
+    EXPECT_EQ(0, CTestDevice::s_lateModes);
 
     close(m_socks.back());  // it must call in again by itself
     m_socks.pop_back();
@@ -255,9 +270,7 @@ TEST_F(AutoRegister, ThePortMayBeChangedFromTheCallbackAndASilentCallerDoesNotHo
             callers.unknown.emplace_back(0, 0);
         },
         &m_callers);
-    REG_LOGIN_INFO known{};
-    known.deviceId = 4711;
-    EXPECT_TRUE(m_man.SetRegisterPort(m_port, &known, 1));
+    Listen();
     EXPECT_TRUE(CallIn(1));
     EXPECT_TRUE(WaitUntil([&] {
         std::lock_guard guard(m_callers.lock);
@@ -277,6 +290,107 @@ TEST_F(AutoRegister, ThePortMayBeChangedFromTheCallbackAndASilentCallerDoesNotHo
     const auto start = std::chrono::steady_clock::now();
     m_man.SetRegisterPort(0, nullptr, 0);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+}
+
+TEST_F(AutoRegister, SilentCallersHoldUpNobody) {
+    m_man.SetConnectTime(60000, 1);
+    Listen();
+    for (int silent = 0; silent < 3; ++silent) EXPECT_TRUE(Connect());
+    EXPECT_TRUE(CallIn(4711));
+    EXPECT_TRUE(WaitUntil([&] { return Known() == 1; }));
+    m_man.SetConnectTime(5000, 1);
+}
+
+TEST_F(AutoRegister, ALoginWithoutMemoryLeavesNothingAndTheNextCallerIsServed) {
+    Listen();
+    CTestDevice::s_login = [](CTestDevice&) -> BOOL {
+        CTestDevice::s_login = nullptr;
+        throw std::bad_alloc();
+    };
+    EXPECT_TRUE(CallIn(4711));
+    EXPECT_TRUE(CallIn(4711));
+    EXPECT_TRUE(WaitUntil([&] { return Known() == 1; }));
+    EXPECT_EQ(1, CTestDevice::s_alive);
+}
+
+/// The walk that tells breaks comes by while the register callback runs: it tells that of a session behind the caller's.
+TEST_F(AutoRegister, ABreakIsToldBehindTheRegisterCallback) {
+    std::atomic<int> sock{-1};
+    std::atomic<LONG> caller{0};
+    OnRegister([&](LONG id) {
+        caller = id;
+        EXPECT_TRUE(WaitUntil([&] { return sock != -1; }));
+        shutdown(sock, SHUT_RDWR);
+        EXPECT_TRUE(WaitUntil([&] { return m_man.GetDeviceStatus(id) == NET_DEVICE_STATUS_DISCONNECT; }));
+        Login();
+        Cut();
+        EXPECT_TRUE(WaitUntil([&] { return m_told.Count(NETWORK_DISCONNECT) == 1; }));
+        std::lock_guard guard(m_told.lock);
+        EXPECT_NE(id, m_told.calls[0].second);
+    });
+    Listen();
+    EXPECT_TRUE(CallIn(4711));
+    sock = m_socks.back();
+    EXPECT_TRUE(WaitUntil([&] { return m_told.Count(NETWORK_DISCONNECT) == 2; }));
+    EXPECT_EQ(nullptr, m_man.GetDeviceResByUserID(caller));
+}
+
+TEST_F(AutoRegister, TheEndInterruptsWhatARegisterCallbackWaitsForAndWaitsForIt) {
+    std::atomic<bool> bInLogin{false}, bDone{false};
+    OnRegister([&](LONG) {
+        m_man.SetRegisterPort(0, nullptr, 0);
+        CTestDevice::s_login = [&](CTestDevice& device) {
+            bInLogin = true;
+            return BOOL{!WaitUntil([&] { return device.m_interrupts >= 3; })};
+        };
+        EXPECT_EQ(-1, Login());
+        bDone = true;
+    });
+    Listen();
+    EXPECT_TRUE(CallIn(4711));
+    EXPECT_TRUE(WaitUntil([&] { return bInLogin.load(); }));
+    m_man.Stop();
+    EXPECT_TRUE(bDone);
+}
+
+TEST_F(AutoRegister, ThePortIsKeptFromStopToStart) {
+    m_man.Stop();
+    Listen();
+    EXPECT_FALSE(Connect()) << "nothing is opened behind the stop";
+    EXPECT_TRUE(m_man.Start());
+    EXPECT_TRUE(Connect());
+    m_man.Stop();
+    EXPECT_FALSE(Connect());
+    EXPECT_TRUE(m_man.Start());
+    EXPECT_TRUE(Connect());
+}
+
+/// The first change waits for a callback, the second one comes through, and the first must then leave the second's port alone.
+TEST_F(AutoRegister, OfTwoPortChangesAtOnceTheSecondStands) {
+    std::atomic<bool> bRelease{false}, bFirstDone{false};
+    std::atomic<int> calls{0};
+    OnRegister([&](LONG) {
+        ++calls;
+        EXPECT_TRUE(WaitUntil([&] { return bRelease.load(); }));
+    });
+    Listen();
+    EXPECT_TRUE(CallIn(4711));
+    EXPECT_TRUE(WaitUntil([&] { return calls == 1; }));
+    std::thread first([&] {
+        m_man.SetRegisterPort(0, nullptr, 0);
+        bFirstDone = true;
+    });
+    EXPECT_TRUE(WaitUntil([&] { return !Connect(); }));
+    Listen();
+    CTestDevice::s_login = [&](CTestDevice& device) {
+        bRelease = true;
+        EXPECT_TRUE(WaitUntil([&] { return bFirstDone.load(); }));
+        return BOOL{!device.m_bWoken};
+    };
+    EXPECT_TRUE(CallIn(4711));
+    first.join();
+    EXPECT_TRUE(WaitUntil([&] { return calls == 2; }));
+    EXPECT_TRUE(Connect());
 }
 
 }  // namespace

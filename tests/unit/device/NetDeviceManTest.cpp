@@ -51,6 +51,8 @@ TEST_F(NetDeviceMan, CountsUserIdsUpAndWraps) {
     EXPECT_TRUE(m_man.AddDevice("127.0.0.1", m_peer.Port(), "admin", "", &info, HLX_CONNECT_TCP, "", 0) == 2);
     EXPECT_EQ(7, info.videoInputNum);
     EXPECT_EQ(m_peer.Port(), info.devicePort);
+    m_man.SetNextDeviceID(2097144);
+    EXPECT_EQ(3, Login()) << "an id in use is not given again";
 }
 
 TEST_F(NetDeviceMan, ForwardingToAnUnknownIdFailsWithItsOwnValue) {
@@ -119,6 +121,54 @@ TEST_F(NetDeviceMan, AFailedLoginLeavesNothingAndKeepsItsNumber) {
     EXPECT_EQ(0, CTestDevice::s_alive);
     EXPECT_TRUE(WaitUntil([&] { return m_links == 0; }));
     EXPECT_TRUE(WaitUntil([&] { return ThreadCount() <= threads + 2; }));  // the peer's own two
+}
+
+TEST_F(NetDeviceMan, ALoginWithoutMemoryLeavesNothing) {
+    CTestDevice::s_login = [](CTestDevice&) -> BOOL { throw std::bad_alloc(); };
+    EXPECT_THROW(Login(), std::bad_alloc);
+    EXPECT_EQ(0, CTestDevice::s_alive);
+    EXPECT_TRUE(WaitUntil([&] { return m_links == 0; }));
+}
+
+TEST_F(NetDeviceMan, TheEndLogsOutWhatStands) {
+    Login();
+    Login();
+    m_man.Stop();
+    m_man.Quit();
+    EXPECT_EQ(2, CTestDevice::s_logouts);
+}
+
+/// Also shows what does not wait for a request: one is under way while a message is taken.
+TEST_F(NetDeviceMan, SubscriptionMessagesAreTakenAlwaysAndGoToWhoIsSetThen) {
+    static std::atomic<int> toFirst, toSecond;
+    toFirst = toSecond = 0;
+    std::atomic<int> taken{0};
+    std::atomic<bool> bAsked{false};
+    CTestDevice::s_message = [&] { return ++taken == 1 ? "lost" : ""; };
+    const LONG id = Login();
+    EXPECT_TRUE(WaitUntil([&] { return taken >= 2; }));
+    CTestDevice::s_message = [&] {
+        bAsked = false;
+        WaitUntil([&] { return bAsked.load(); });
+        return "";
+    };
+    EXPECT_TRUE(WaitUntil([&] { return !bAsked; }));
+    EXPECT_EQ(2U, m_man.SupportStreamNum(id, 0));
+    EXPECT_EQ(-1, m_man.GetSha1Encrypt(id, nullptr, 0, nullptr, 0, nullptr));
+    EXPECT_FALSE(bAsked);
+    const auto second = [](LONG, DWORD, char*, DWORD, void*) { ++toSecond; };
+    static SUBSCRIBE_CALLBACK s_second = second;
+    m_man.SetSubscribCallBack(
+        [](LONG, DWORD, char* pBuf, DWORD length, void*) {
+            EXPECT_EQ("told", std::string(pBuf, length));
+            ++toFirst;
+            CNetDeviceMan::Instance()->SetSubscribCallBack(s_second, nullptr);
+        },
+        nullptr);
+    CTestDevice::s_message = [&] { return toFirst + toSecond < 2 ? "told" : ""; };
+    bAsked = true;
+    EXPECT_TRUE(WaitUntil([&] { return toSecond == 1; }));
+    EXPECT_EQ(1, toFirst);
 }
 
 TEST_F(NetDeviceMan, LoginsToDifferentDevicesOverlap) {

@@ -65,13 +65,26 @@ public:
         m_bWoken = false;
         return CDVRNetDevice_V3::SetNetHandle(hEngine);
     }
+    void InterruptWait() override { ++m_interrupts; }
+    void SetAutoRegisterMode(int) override {
+        s_lateModes += CNetDeviceMan::Instance()->GetDeviceResByUserID(ID()) != nullptr;
+    }
+    BOOL GetSmartSubscribMsg(DWORD*, LONG*, char* pBuffer, int* pLength) override {
+        const auto next = s_message.Get();
+        const std::string message = next ? next() : "";
+        *pLength = static_cast<int>(message.copy(pBuffer, static_cast<size_t>(*pLength)));
+        return !message.empty();
+    }
     LONG ID() const { return m_deviceID; }
 
     std::atomic<bool> m_bWoken{false};  // told of a broken link
+    std::atomic<int> m_interrupts{0};
 
     static inline std::atomic<int> s_alive{0};
     static inline std::atomic<int> s_logouts{0};
+    static inline std::atomic<int> s_lateModes{0};  // told to be called-in when messages could reach them already
     static inline CSharedFunction<LoginBody> s_login;
+    static inline CSharedFunction<std::function<std::string()>> s_message;  // the next one, "" for none
 
 private:
     std::atomic<bool> m_bConnected{false};
@@ -89,6 +102,7 @@ class NetDeviceMan : public testing::Test {
 protected:
     void SetUp() override {
         CTestDevice::s_login = nullptr;
+        CTestDevice::s_message = nullptr;
         CTestDevice::s_logouts = 0;
         m_man.SetDeviceMaker(MakeTestDevice);
         ASSERT_TRUE(m_man.Initial());

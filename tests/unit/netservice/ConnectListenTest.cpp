@@ -135,6 +135,24 @@ TEST(Connect, CallbackMayDestroyItsObject) {
     EXPECT_TRUE(WaitUntil([&] { return ThreadCount() <= threads + 1; }));  // one may be the thread that joins others
 }
 
+TEST(Connect, CallbackMayTryAgainWhileItsObjectIsDestroyed) {
+    ACCEPTED accepted;
+    CSWL_ListenProcEx listener(ACCEPTED::OnAccept, &accepted);
+    ASSERT_EQ(listener.StartListen(0), CSWL_ListenProcEx::LISTEN_OK);
+    static CSWL_ConnectProcEx* pConnect = nullptr;
+    static std::atomic<bool> bInCallback{false};
+    pConnect = CSWL_ConnectProcEx::NewConnectProc("127.0.0.1", listener.GetListenPort());
+    const auto onConnect = [](SWL_socket_t sock, void*, void*) {
+        bInCallback = true;
+        for (; sock != SWL_INVALID_SOCKET; sock = pConnect->ConnectSynEx(5000)) SWL_CloseSocket(sock);  // not any more
+        EXPECT_FALSE(pConnect->ConnectAsynEx(nullptr, nullptr, 1000));
+        return 0;
+    };
+    ASSERT_TRUE(pConnect->ConnectAsynEx(onConnect, nullptr, 5000));
+    EXPECT_TRUE(WaitUntil([&] { return bInCallback.load(); }));
+    pConnect->Destroy();
+}
+
 TEST(Listen, PortInUseIsTriedForTwoMinutesOrUntilStopped) {
     CMovedTime time;
     const CDeafPeer owner;

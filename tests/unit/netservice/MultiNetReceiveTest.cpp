@@ -151,6 +151,17 @@ TEST_F(MultiNetReceive, BufferOutlivesARemovalFromAnotherThread) {
     EXPECT_EQ(seenAfter, big);
 }
 
+TEST_F(MultiNetReceive, AnIdHasOneLink) {
+    int pair[2] = {-1, -1};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair), 0);
+    const int first = AddAutomatic();
+    EXPECT_EQ(m_engine.AddNewComm(LINK, SWL_socket_t{pair[0]}), -1);
+    for (const int end : pair) EXPECT_EQ(close(end), 0) << "it still belongs to the caller";
+    Write(first, Framed("one"));
+    EXPECT_TRUE(m_receiver.AwaitMessages(1));
+    m_engine.RemoveComm(LINK);
+}
+
 TEST_F(MultiNetReceive, AnIdCanBeUsedAgainAtOnce) {
     const int old = AddAutomatic();
     EXPECT_EQ(m_engine.RemoveComm(LINK), 0);

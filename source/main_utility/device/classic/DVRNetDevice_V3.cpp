@@ -212,7 +212,7 @@ HLX_ERROR CDVRNetDevice_V3::BeginSession(const PRODUCT_INFO& product) {
 BOOL CDVRNetDevice_V3::Logout() {
     m_deviceStatus = NET_DEVICE_STATUS_DISCONNECT;
     m_replies.Close();
-    SendFrame(CMD_REQUEST_LOGOUT, {});
+    SendFrame(CMD_REQUEST_LOGOUT, {}, false);
     ClearStreams();
     m_talkFrames.Clear();
     return true;
@@ -235,7 +235,7 @@ void CDVRNetDevice_V3::ClearStreams() {
 
 // ---- Requests ----
 
-HLX_ERROR CDVRNetDevice_V3::SendFrame(tuint32 dwCmdType, Body body) try {
+HLX_ERROR CDVRNetDevice_V3::SendFrame(tuint32 dwCmdType, Body body, bool bWaitForRoom) try {
     PACKCMD head = {};
     head.cmdType = dwCmdType;
     head.cmdVer = CLASSIC_PROTOCOL_VERSION;
@@ -247,7 +247,7 @@ HLX_ERROR CDVRNetDevice_V3::SendFrame(tuint32 dwCmdType, Body body) try {
     CSWL_MultiNet* pEngine = m_pMultiNetComm;
     const int iLength = static_cast<int>(frame.size());
     const bool bQueued =
-        pEngine && pEngine->SendData(static_cast<int>(m_deviceID), frame.data(), iLength, true, false) == 0;
+        pEngine && pEngine->SendData(static_cast<int>(m_deviceID), frame.data(), iLength, bWaitForRoom, false) == 0;
     return bQueued ? HLX_SUCCESS : HLX_NETWORK_SEND_ERROR;
 } catch (const std::bad_alloc&) {
     return HLX_ALLOC_RESOURCE_ERROR;

@@ -213,7 +213,7 @@ private:
     }
     bool SendRequestCmd(tuint32 dwCmdType, Body body);
     HLX_ERROR SendConnected(tuint32 dwCmdType, Body body);
-    HLX_ERROR SendFrame(tuint32 dwCmdType, Body body);
+    HLX_ERROR SendFrame(tuint32 dwCmdType, Body body, bool bWaitForRoom = true);
     HLX_ERROR AskQuietly(tuint32 dwCmdType, Body body, std::initializer_list<tuint32> accepted, REPLY_CMD_DATA& reply);
 
     /// A reply of failure, and the number that it sets.
