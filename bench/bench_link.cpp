@@ -1,16 +1,18 @@
-// Messages through the link engine, beside the limit: the same bytes through a bare recv over the same kind of connection. One
-// iteration is BATCH bytes sent by another thread and received here. The argument is the size of a message.
+// Messages through the link engine, beside a plain loop over the same kind of connection: reads of 256 KiB that look at nothing, or
+// for each message one read of its head and one of its payload. One iteration sends BATCH bytes to each from another thread. The
+// argument is the size of a message.
 #include <arpa/inet.h>
-#include <benchmark/benchmark.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdlib>
+#include <cstring>
 #include <semaphore>
 #include <string>
 #include <thread>
 
+#include "bench/Pairs.h"
 #include "netservice/MultiNetComm.h"
 
 namespace {
@@ -25,6 +27,11 @@ public:
         const LINK_FRAME_HEAD head{LINK_FRAME_MARKER, static_cast<tint32>(messageSize)};
         m_frame.assign(reinterpret_cast<const char*>(&head), sizeof(head));
         m_frame.append(static_cast<size_t>(messageSize), 'x');
+        // Several small frames go into one write, as a busy device's would.
+        while (m_frame.size() * m_perWrite < 64 * 1024) ++m_perWrite;
+        const std::string one = m_frame;
+        for (tint64 i = 1; i < m_perWrite; ++i) m_frame += one;
+        m_count = m_count / m_perWrite * m_perWrite;
         m_thread = std::thread([this] { Run(); });
     }
     ~CSender() {
@@ -36,7 +43,7 @@ public:
 
     void Start() { m_start.release(); }
     tint64 Count() const { return m_count; }
-    tint64 Bytes() const { return m_count * static_cast<tint64>(m_frame.size()); }
+    tint64 Bytes() const { return m_count / m_perWrite * static_cast<tint64>(m_frame.size()); }
     int Receiver() const { return m_receiver; }
 
 private:
@@ -57,7 +64,7 @@ private:
     }
     void Run() {
         for (m_start.acquire(); !m_bStop; m_start.acquire()) {
-            for (tint64 i = 0; i < m_count; ++i) SendAll();
+            for (tint64 i = 0; i < m_count; i += m_perWrite) SendAll();
         }
     }
     void SendAll() {
@@ -68,14 +75,24 @@ private:
         }
     }
 
-    const tint64 m_count;
-    std::string m_frame;
+    tint64 m_count;
+    tint64 m_perWrite = 1;
+    std::string m_frame;  // of one write
     int m_sender = -1;
     int m_receiver = -1;
     std::atomic<bool> m_bStop{false};
     std::counting_semaphore<> m_start{0};
     std::thread m_thread;
 };
+
+/// Reads exactly `size` bytes.
+void ReadAll(int sock, char* pTarget, size_t size) {
+    for (size_t done = 0; done < size;) {
+        const ssize_t count = recv(sock, pTarget + done, size - done, 0);
+        if (count <= 0) std::abort();
+        done += static_cast<size_t>(count);
+    }
+}
 
 struct RECEIVED {
     tint64 wanted = 0;
@@ -87,39 +104,74 @@ struct RECEIVED {
     }
 };
 
-void LinkEngine(benchmark::State& state) {
-    CSender sender(state.range(0));
-    CSWL_MultiNetComm engine;
-    RECEIVED received;
-    received.wanted = sender.Count();
-    if (!engine.Init(262144) || engine.AddNewComm(1, SWL_socket_t{sender.Receiver()}) != 0) std::abort();
-    engine.SetAutoRecvCallback(1, RECEIVED::OnData, &received);
-    engine.SetRecvMode(1, true);
-    for (auto _ : state) {
-        received.count = 0;
-        sender.Start();
-        for (tint64 count = 0; count < received.wanted; count = received.count) received.count.wait(count);
+/// The engine with one link, fed by a sender of its own.
+class CEngineSide {
+public:
+    explicit CEngineSide(tint64 messageSize) : m_sender(messageSize) {
+        m_received.wanted = m_sender.Count();
+        if (!m_engine.Init(262144) || m_engine.AddNewComm(1, SWL_socket_t{m_sender.Receiver()}) != 0) std::abort();
+        m_engine.SetAutoRecvCallback(1, RECEIVED::OnData, &m_received);
+        m_engine.SetRecvMode(1, true);
     }
-    state.SetBytesProcessed(state.iterations() * sender.Bytes());
-    engine.Destroy();
-}
+    ~CEngineSide() { m_engine.Destroy(); }
 
-void BareRecv(benchmark::State& state) {
-    CSender sender(state.range(0));
-    std::string buffer(256 * 1024, '\0');
-    for (auto _ : state) {
-        sender.Start();
-        for (tint64 left = sender.Bytes(); left > 0;) {
-            const ssize_t count = recv(sender.Receiver(), buffer.data(), buffer.size(), 0);
+    double Bytes() const { return static_cast<double>(m_sender.Bytes()); }
+    void RunBatch() {
+        m_received.count = 0;
+        m_sender.Start();
+        for (tint64 count = 0; count < m_received.wanted; count = m_received.count) m_received.count.wait(count);
+    }
+
+private:
+    CSender m_sender;
+    RECEIVED m_received;
+    CSWL_MultiNetComm m_engine;
+};
+
+class CPlainSide {
+public:
+    explicit CPlainSide(tint64 messageSize) : m_sender(messageSize), m_buffer(256 * 1024, '\0') {}
+    ~CPlainSide() { close(m_sender.Receiver()); }
+
+    void RunRaw() {
+        m_sender.Start();
+        for (tint64 left = m_sender.Bytes(); left > 0;) {
+            const ssize_t count = recv(m_sender.Receiver(), m_buffer.data(), m_buffer.size(), 0);
             if (count <= 0) std::abort();
             left -= count;
         }
     }
-    state.SetBytesProcessed(state.iterations() * sender.Bytes());
-    close(sender.Receiver());
+    void RunTwoReads() {
+        m_sender.Start();
+        for (tint64 left = m_sender.Count(); left > 0; --left) {
+            LINK_FRAME_HEAD head{};
+            ReadAll(m_sender.Receiver(), reinterpret_cast<char*>(&head), sizeof(head));
+            ReadAll(m_sender.Receiver(), m_buffer.data(), static_cast<size_t>(head.length));
+        }
+    }
+
+private:
+    CSender m_sender;
+    std::string m_buffer;
+};
+
+void LinkBesideRawRecv(benchmark::State& state) {
+    CEngineSide engine(state.range(0));
+    CPlainSide plain(state.range(0));
+    const TARGET target = state.range(0) == 20000 ? AtLeast(0.8) : TARGET{};
+    CompareRates(
+        state, engine.Bytes(), target, [&] { engine.RunBatch(); }, [&] { plain.RunRaw(); });
+}
+
+void LinkBesideTwoReads(benchmark::State& state) {
+    CEngineSide engine(state.range(0));
+    CPlainSide plain(state.range(0));
+    const TARGET target = state.range(0) == 1400 ? AtLeast(1.0) : TARGET{};
+    CompareRates(
+        state, engine.Bytes(), target, [&] { engine.RunBatch(); }, [&] { plain.RunTwoReads(); });
 }
 
 }  // namespace
 
-BENCHMARK(LinkEngine)->Arg(300)->Arg(8000)->Arg(100000)->UseRealTime();
-BENCHMARK(BareRecv)->Arg(300)->Arg(8000)->Arg(100000)->UseRealTime();
+BENCHMARK(LinkBesideRawRecv)->Arg(8000)->Arg(20000)->Arg(100000)->Iterations(21);
+BENCHMARK(LinkBesideTwoReads)->Arg(300)->Arg(1400)->Arg(20000)->Iterations(21);

@@ -188,7 +188,7 @@ void CMultiNetDataBufferMan::ReleaseDataBuffer(unsigned int bufferID, unsigned c
         std::list<HANDED_RUN>& runs = entry->toReleaseBufferList;
         if (runs.empty() || runs.front().pBuffer != pBuffer || runs.front().len != len) return;
         if (!entry->pDataBuffer->ReleaseDataBuffer(pBuffer, len)) return;
-        entry->spareRuns.splice(entry->spareRuns.end(), runs, runs.begin());
+        entry->spareRuns.splice(entry->spareRuns.begin(), runs, runs.begin());
         --entry->openRuns;
     }
     if (entry->bRemoving) entry->releaseEvent.PulseEvent();

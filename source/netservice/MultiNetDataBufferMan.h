@@ -55,7 +55,7 @@ public:
     /// The following give 0 for an unknown id.
     int GetFreeBufferSize(unsigned int bufferID);
     unsigned int GetLastFrameIndex(unsigned int bufferID);
-    /// Frames given up since the ring was made.
+    /// Frames given up since the ring was made, and those of their streams up to the next key frame.
     unsigned int GetLostFrames(unsigned int bufferID);
 
     /// Counts a frame that was lost before it came here; video waits for the next key frame. Any thread.

@@ -48,7 +48,10 @@ bool CNetDataBufferMan::PushData(const HLX_FRAME_INFO& frame, const unsigned cha
     const tint64 recordSize = FrameRecordSize(frame.length);
     m_lastframeIndex = frame.frameIndex;
     if (m_bQuiting || m_dataBufferInfo.freeLen <= 0 || (frame.length > 0 && !pData)) return false;
-    if (m_bLiveData && frame.frameType == DD_FRAME_TYPE_VIDEO && !PassKeyFrameGate(frame)) return true;
+    if (m_bLiveData && frame.frameType == DD_FRAME_TYPE_VIDEO && !PassKeyFrameGate(frame)) {
+        if (m_lostFrames > 0) ++m_lostFrames;  // not at a stream's start: what follows a dropped frame is lost with it
+        return true;
+    }
     if (recordSize > m_dataBufferInfo.bufferSize || !FindPlace(static_cast<int>(recordSize))) return false;
     WriteRecord(frame, pData, static_cast<int>(recordSize));
     return true;

@@ -76,7 +76,7 @@ public:
 
     /// True while bytes wait for the reader. Takes no lock.
     bool HasData() const { return m_bHasData; }
-    /// Frames given up since Initial. Takes no lock.
+    /// Frames given up since Initial, and those of their streams up to the next key frame. Takes no lock.
     unsigned int GetLostFrames() const { return m_lostFrames; }
     /// A frame of any of its streams was lost before it came here.
     void LoseFrame();

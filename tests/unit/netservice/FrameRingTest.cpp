@@ -192,6 +192,7 @@ TEST(FrameRing, TenthTryGivesUpAndClosesTheGate) {
     rings.ReleaseDataBuffer(ID, run.pBuffer, run.len);
     EXPECT_TRUE(rings.PushData(ID, Frame(VIDEO, 40), Bytes(data)));
     EXPECT_FALSE(rings.GetDataBuffer(ID, run.pBuffer, run.len)) << "waits for a key frame";
+    EXPECT_EQ(rings.GetLostFrames(ID), 2u) << "and is lost with the one before it";
     EXPECT_TRUE(rings.PushData(ID, Frame(VIDEO, 40, true), Bytes(data)));
     ASSERT_TRUE(rings.GetDataBuffer(ID, run.pBuffer, run.len));
     EXPECT_EQ(run.len, 96);
