@@ -198,7 +198,7 @@ TEST(FrameRing, TenthTryGivesUpAndClosesTheGate) {
     EXPECT_EQ(run.len, 96);
     rings.ReleaseDataBuffer(ID, run.pBuffer, run.len);
     rings.LoseFrame(ID);
-    EXPECT_EQ(rings.GetLostFrames(ID), 2u);
+    EXPECT_EQ(rings.GetLostFrames(ID), 3u);
     EXPECT_TRUE(rings.PushData(ID, Frame(VIDEO, 40), Bytes(data)));
     EXPECT_FALSE(rings.GetDataBuffer(ID, run.pBuffer, run.len)) << "waits again";
     rings.RemoveBuffer(ID);
