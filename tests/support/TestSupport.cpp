@@ -1,8 +1,11 @@
 #include "support/TestSupport.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <iterator>
 #include <stdexcept>
+#include <string>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -22,8 +25,13 @@ int OpenDescriptorCount() {
 }
 
 int ThreadCount() {
-    // With the first thread of a process a sanitizer starts one of its own, which must be counted from the beginning.
-    [[maybe_unused]] static const bool bOnce = (std::thread([] {}).join(), true);
+    // With the first thread of a process a sanitizer starts one of its own, which must be counted from the beginning. The
+    // first thread itself must not, though the system may list it a moment longer than its join.
+    [[maybe_unused]] static const bool bOnce = [] {
+        pid_t first = 0;
+        std::thread([&] { first = gettid(); }).join();
+        return WaitUntil([&] { return !fs::exists("/proc/self/task/" + std::to_string(first)); });
+    }();
     return static_cast<int>(std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator()));
 }
 
