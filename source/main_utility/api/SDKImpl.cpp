@@ -23,7 +23,6 @@ CSDKImpl* g_pSdkImpl = nullptr;
 namespace {
 
 constexpr DWORD SDK_VERSION = 0x00010002;
-constexpr unsigned int MONITOR_PERIOD = 200;  // milliseconds
 constexpr int NO_STEP = -1;
 constexpr int LOG_FILE_SIZE = 0x7FFFFFFE;  // bytes
 
@@ -111,6 +110,7 @@ bool CSDKImpl::RunInitStep(const INIT_STEP& entry, int step) {
 }
 
 bool CSDKImpl::StartMonitor() {
+    m_monitorEnd.CreateWaitEvent();
     m_hMonitorTime = PUB_CreateThread(MonitorTimeThread, this, &m_bMonitoring);
     return m_hMonitorTime || Failure(HLX_PROGRAM_EXCEPTION);
 }
@@ -127,6 +127,8 @@ void CSDKImpl::Rollback() {
 
 /// The device manager stops last, after all that use it.
 void CSDKImpl::Quit() {
+    SetRunFlag(m_bMonitoring, false);
+    m_monitorEnd.Close();
     PUB_ExitThread(&m_hMonitorTime, &m_bMonitoring);
     m_deviceMsgMan.Stop();
     m_liveMan.Stop();
@@ -154,11 +156,11 @@ void CSDKImpl::QuitManagers() {
     SWL_Quit();
 }
 
-/// Idle watch: takes the time at its start and then only keeps its period.
+/// Idle watch: there is nothing to be done in it, so it waits for its end.
 void* CSDKImpl::MonitorTimeThread(void* pParam) {
-    const auto* pRoot = static_cast<const CSDKImpl*>(pParam);
-    [[maybe_unused]] const unsigned int start = GetCurrTime32();
-    while (RunFlagSet(pRoot->m_bMonitoring)) PUB_Sleep(MONITOR_PERIOD);
+    auto& root = *static_cast<CSDKImpl*>(pParam);
+    const auto ended = [&] { return !RunFlagSet(root.m_bMonitoring); };
+    while (!ended()) root.m_monitorEnd.WaitForCond(CWaitEvent::WAIT_FOREVER, ended);
     return nullptr;
 }
 

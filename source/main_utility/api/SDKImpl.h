@@ -307,6 +307,7 @@ private:
     CModifyDeviceNetInfo m_modifyDevNetInfo;
     PUB_thread_t m_hMonitorTime = 0;
     bool m_bMonitoring = false;  // run flag of the monitor thread
+    CWaitEvent m_monitorEnd;     // closed at Quit
 
     CCallbackPair<ACCEPT_REGISTER_CALLBACK> m_acceptRegister;
     CCallbackPair<ACCEPT_UNREGISTER_CALLBACK> m_acceptUnRegister;
