@@ -7,8 +7,8 @@
 #include <new>
 #include <vector>
 
-/// Runs `work` in a child process, which ends when `work` returns, with this object, or with the program. Made while the program has
-/// one thread.
+/// Runs `work` in a child process, which ends when `work` returns, with this object, or with the program. Made while
+/// the program has one thread.
 class CChild {
 public:
     explicit CChild(const std::function<void()>& work);

@@ -1,5 +1,5 @@
-// A device that sends live frames with the moment of sending in them: to the library as a classic recorder, to the minimal program as
-// the same bytes from the start of the link.
+// A device that sends live frames with the moment of sending in them: to the library as a classic recorder, to the
+// minimal program as the same bytes from the start of the link.
 #pragma once
 
 #include <array>

@@ -55,8 +55,8 @@ double SecondsOf(Work&& work) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// Lets `ours` and `limit` do the same `bytes` in turns, one pair an iteration, and reports megabytes a second. The two change places
-/// from pair to pair, so that neither is always the one that finds warm caches.
+/// Lets `ours` and `limit` do the same `bytes` in turns, one pair an iteration, and reports megabytes a second. The two
+/// change places from pair to pair, so that neither is always the one that finds warm caches.
 template <class Ours, class Limit>
 void CompareRates(benchmark::State& state, double bytes, TARGET target, Ours&& ours, Limit&& limit) {
     CPairs pairs;

@@ -40,7 +40,8 @@ struct STEPS {
     }
 };
 
-/// An engine with idle links in a process of its own; this process plays the peers, whose heartbeats are spread evenly over time.
+/// An engine with idle links in a process of its own; this process plays the peers, whose heartbeats are spread evenly
+/// over time.
 class CIdleLinks {
 public:
     explicit CIdleLinks(int count) {

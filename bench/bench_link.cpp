@@ -1,6 +1,6 @@
-// Messages through the link engine, beside a plain loop over the same kind of connection: reads of 256 KiB that look at nothing, or
-// for each message one read of its head and one of its payload. One iteration sends BATCH bytes to each from another thread. The
-// argument is the size of a message.
+// Messages through the link engine, beside a plain loop over the same kind of connection: reads of 256 KiB that look at
+// nothing, or for each message one read of its head and one of its payload. One iteration sends BATCH bytes to each
+// from another thread. The argument is the size of a message.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <unistd.h>

@@ -1,5 +1,6 @@
-// What a live frame costs: 4 Mbit/s in frames of 20 KB, one stream, the whole library from HLX_Login on in a process of its own,
-// beside a minimal program of select, ring, thread and callback, and beside ffmpeg. Windows of 100 frames in turns.
+// What a live frame costs: 4 Mbit/s in frames of 20 KB, one stream, the whole library from HLX_Login on in a process of
+// its own, beside a minimal program of select, ring, thread and callback, and beside ffmpeg. Windows of 100 frames in
+// turns.
 #include <unistd.h>
 
 #include <cstdio>

@@ -1,5 +1,5 @@
-// Frames through a ring of the registry, beside the limit: memcpy of the same bytes into a block of the ring's size. The argument is
-// the size of a frame.
+// Frames through a ring of the registry, beside the limit: memcpy of the same bytes into a block of the ring's size.
+// The argument is the size of a frame.
 #include <cstring>
 #include <vector>
 

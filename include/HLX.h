@@ -1043,9 +1043,9 @@ typedef void (*DRAW_FUN_CALLBACK)(POINTERHANDLE lHandle, HDC hDC, void* pUser);
 
 /// One live frame, on the stream's own thread. Format frames (types 5 and 6) come before the first frame that needs
 /// them, that of the video (5) again when it changes, and both again to a callback that takes another's place. The
-/// payload of all but the format frames is padded to a multiple of 4 bytes with zero bytes. HLX_LivePlay, HLX_LivePlayEx,
-/// HLX_StopLivePlay, HLX_CaptureJPEGPicture, HLX_CapturePicture_Other, HLX_GetDeviceTime, HLX_Logout and HLX_Cleanup are
-/// refused in it with HLX_OPER_NOPERMIT (16).
+/// payload of all but the format frames is padded to a multiple of 4 bytes with zero bytes. HLX_LivePlay,
+/// HLX_LivePlayEx, HLX_StopLivePlay, HLX_CaptureJPEGPicture, HLX_CapturePicture_Other, HLX_GetDeviceTime, HLX_Logout
+/// and HLX_Cleanup are refused in it with HLX_OPER_NOPERMIT (16).
 typedef void (*LIVE_DATA_CALLBACK)(POINTERHANDLE lLiveHandle, HLX_FRAME_INFO frameInfo, BYTE* pBuffer, void* pUser);
 
 /// Registered only; the library does not decode.
@@ -1072,10 +1072,10 @@ typedef void (*PLAY_DATA_CALLBACK)(POINTERHANDLE lPlayHandle, HLX_FRAME_INFO fra
 typedef void (*TALK_DATA_CALLBACK)(POINTERHANDLE lVoiceComHandle, char* pBuffer, DWORD dwBufSize, BYTE dataFlag,
                                    void* pUser);
 
-/// A known device called in and is logged in as lUserID, on the listener's thread: the next caller waits for the return.
-/// A break of the session is told by NETWORK_DISCONNECT, after this callback. From then on the id is unknown to requests,
-/// and the library does not open the session again: the device calls in again under a new id. HLX_Logout frees what the
-/// application still has open on the old one.
+/// A known device called in and is logged in as lUserID, on the listener's thread: the next caller waits for the
+/// return. A break of the session is told by NETWORK_DISCONNECT, after this callback. From then on the id is unknown to
+/// requests, and the library does not open the session again: the device calls in again under a new id. HLX_Logout
+/// frees what the application still has open on the old one.
 typedef void (*ACCEPT_REGISTER_CALLBACK)(LONG lUserID, LONG lRegisterID, LPHLX_DEVICEINFO pDeviceInfo, void* pUser);
 
 /// An unknown device called in and is turned away; lUserID is that of no session. It comes with the user value given to
@@ -1096,16 +1096,17 @@ extern "C" {
 
 /// Starts the library. A second call is harmless: one HLX_Cleanup ends the session however often this was called.
 /// On failure nothing is left running and the call may be tried again.
-/// Errors: HLX_PROGRAM_EXCEPTION (78) a thread or what it waits on could not be had, HLX_ALLOC_RESOURCE_ERROR (44) no memory; others as the
-/// failing part left them. HLX_GetErrorMsg reads the number, for HLX_GetLastError says HLX_NOINIT without a session.
-/// HLX_TRACE in the environment names a file to which all that goes over the links is written from here to HLX_Cleanup,
-/// without passwords, keys and nonces; hlx-simulator replay plays it. A slow disk then slows the links.
+/// Errors: HLX_PROGRAM_EXCEPTION (78) a thread or what it waits on could not be had, HLX_ALLOC_RESOURCE_ERROR (44) no
+/// memory; others as the failing part left them. HLX_GetErrorMsg reads the number, for HLX_GetLastError says HLX_NOINIT
+/// without a session. HLX_TRACE in the environment names a file to which all that goes over the links is written from
+/// here to HLX_Cleanup, without passwords, keys and nonces; hlx-simulator replay plays it. A slow disk then slows the
+/// links.
 HLX_API BOOL HLX_Init(void);
 
 /// Ends the library: stops streams, logs out, joins all threads. The result is 1, also when nothing was started; the
 /// last error is then HLX_NOINIT (3). From inside any callback it does nothing and returns 0 with HLX_OPER_NOPERMIT
-/// (16). Blocks until all threads have ended: for callbacks in progress, for a name that a reconnect is just looking up, as
-/// long as the system takes for that, and up to about 2 s of the library's own.
+/// (16). Blocks until all threads have ended: for callbacks in progress, for a name that a reconnect is just looking
+/// up, as long as the system takes for that, and up to about 2 s of the library's own.
 HLX_API BOOL HLX_Cleanup(void);
 
 /// 0x00010002: version 1.2. 0 without HLX_Init. Keeps the last error. Local.
@@ -1127,13 +1128,13 @@ HLX_API char* HLX_GetErrorMsg(LONG* pErrorNo);
 /// if it is missing, a relative one in the working directory of now; null, empty or with an absolute path above 255
 /// bytes leaves the directory as it was, at first the program's own. It may also name the current file itself: a path
 /// that ends in ".log" and is no directory; its name without ".log" is then up to 63 bytes. `bAutoDel` has no effect.
-/// `logLevel`: the highest YLOG_LEVEL that is written, held inside their range: YLOG_ERROR what failed, YLOG_WARN breaks,
-/// refusals and losses too, YLOG_INFO each login, logout, return and stream too, YLOG_DEBUG and YLOG_BUFF details for
-/// whoever looks for a fault. The files are named after the program, "<name>.log" the current one, "<name>.log.1" and up
-/// full ones, the higher the newer, at most 100 of at most 2147483646 bytes; other processes may write to them too. A
-/// thread of the log writes, so callers do not wait; lines that cannot be written are dropped and counted in the log.
-/// Passwords, keys and nonces are never written. The result is 1. Switching off, and changing the directory, waits
-/// for what is not written yet. Local.
+/// `logLevel`: the highest YLOG_LEVEL that is written, held inside their range: YLOG_ERROR what failed, YLOG_WARN
+/// breaks, refusals and losses too, YLOG_INFO each login, logout, return and stream too, YLOG_DEBUG and YLOG_BUFF
+/// details for whoever looks for a fault. The files are named after the program, "<name>.log" the current one,
+/// "<name>.log.1" and up full ones, the higher the newer, at most 100 of at most 2147483646 bytes; other processes may
+/// write to them too. A thread of the log writes, so callers do not wait; lines that cannot be written are dropped and
+/// counted in the log. Passwords, keys and nonces are never written. The result is 1. Switching off, and changing the
+/// directory, waits for what is not written yet. Local.
 HLX_API BOOL HLX_SetLogToFile(BOOL bLogEnable, const char* strLogDir, BOOL bAutoDel, int logLevel);
 
 /// Breaks `intTime` (microseconds since 1970) down to local time: second, minute, hour, mday, month and year of
@@ -1145,11 +1146,11 @@ HLX_API BOOL HLX_FormatTime(LONGLONG intTime, DD_TIME* lpTime);
 /// Logs in over TCP. `sDVRIP`: IPv4 or IPv6 text (brackets allowed) or a name, below 64 chars; user name and password
 /// below 36 chars; `lpDeviceInfo` (may be null) is filled. Result: the user id, 1 to 2097144, or -1 (also without
 /// HLX_Init). Errors: HLX_NETWORK_FAIL_CONNECT (8), HLX_VERSION_NOMATCH (7) unknown family, HLX_PASSWORD_ERROR (1) and
-/// the other refusals of the device, HLX_NETWORK_RECV_TIMEOUT (12), HLX_NETWORK_NOT_CONNECT (9) the link broke meanwhile,
-/// HLX_NETWORK_ERRORDATA (13) an answer that makes no sense, HLX_PARAMETER_ERROR (20) a text that is null or too long,
-/// HLX_ALLOC_RESOURCE_ERROR (44). Blocks for the look-up of a name, for one wait of HLX_SetConnectTime for each address of
-/// it that does not answer, for that wait times the tries for the connection, for one more for the device's first block,
-/// and then for up to 10 s each for the login and for one request that belongs to it.
+/// the other refusals of the device, HLX_NETWORK_RECV_TIMEOUT (12), HLX_NETWORK_NOT_CONNECT (9) the link broke
+/// meanwhile, HLX_NETWORK_ERRORDATA (13) an answer that makes no sense, HLX_PARAMETER_ERROR (20) a text that is null or
+/// too long, HLX_ALLOC_RESOURCE_ERROR (44). Blocks for the look-up of a name, for one wait of HLX_SetConnectTime for
+/// each address of it that does not answer, for that wait times the tries for the connection, for one more for the
+/// device's first block, and then for up to 10 s each for the login and for one request that belongs to it.
 HLX_API LONG HLX_Login(const char* sDVRIP, WORD wDVRPort, const char* sUserName, const char* sPassword,
                        LPHLX_DEVICEINFO lpDeviceInfo);
 
@@ -1160,44 +1161,46 @@ HLX_API LONG HLX_LoginEx(const char* sDVRIP, WORD wDVRPort, const char* sUserNam
                          LPHLX_DEVICEINFO lpDeviceInfo, LONG lConnectType, const char* sDevSN);
 
 /// Ends a session with all its streams; 1 also when the session was gone and only its streams were left. An id below 1
-/// fails without a number. From inside a live frame callback: HLX_OPER_NOPERMIT (16). An exception callback for the session
-/// that is in progress on another thread may end after the return. Blocks until the session's threads have ended: for frame callbacks in progress, and, while
-/// the session has live streams, for a request to a device that is under way in another thread.
+/// fails without a number. From inside a live frame callback: HLX_OPER_NOPERMIT (16). An exception callback for the
+/// session that is in progress on another thread may end after the return. Blocks until the session's threads have
+/// ended: for frame callbacks in progress, and, while the session has live streams, for a request to a device that is
+/// under way in another thread.
 HLX_API BOOL HLX_Logout(LONG lUserID);
 
 /// How long (`dwWaitTime`, ms, default 5000) and how often (`dwTryTimes`, default 1) a connection is tried; both at
 /// least 1. Does not reset the last error. Local.
 HLX_API BOOL HLX_SetConnectTime(DWORD dwWaitTime, DWORD dwTryTimes);
 
-/// Whether broken sessions are opened again (default 1), 16 at a time, and every how many ms that is tried (`dwInterval`,
-/// default 3000, at least 100). The streams of a session that is back run again about a second later. Local.
+/// Whether broken sessions are opened again (default 1), 16 at a time, and every how many ms that is tried
+/// (`dwInterval`, default 3000, at least 100). The streams of a session that is back run again about a second later.
+/// Local.
 HLX_API BOOL HLX_SetReconnect(DWORD dwInterval, BOOL bEnableRecon);
 
 /// Sets the callback for breaks and returns of sessions, those that carry further viewers of a channel among them; null
 /// takes it off, as HLX_Cleanup does. It comes on a thread of the library with no lock held, and may call anything but
-/// HLX_Cleanup. A session broken by its link is told with NETWORK_DISCONNECT once, and once with NETWORK_RECONNECT when it
-/// is logged in again; a device that called in is not opened again (ACCEPT_REGISTER_CALLBACK). A callback in progress on
-/// another thread may end after the return, with the user value that it was called with. `nMessage` and `hWnd` are stored
-/// only. Local.
+/// HLX_Cleanup. A session broken by its link is told with NETWORK_DISCONNECT once, and once with NETWORK_RECONNECT when
+/// it is logged in again; a device that called in is not opened again (ACCEPT_REGISTER_CALLBACK). A callback in
+/// progress on another thread may end after the return, with the user value that it was called with. `nMessage` and
+/// `hWnd` are stored only. Local.
 HLX_API BOOL HLX_SetSDKMessageCallBack(UINT nMessage, HWND hWnd, EXCEPTION_CALLBACK fExceptionCallBack, void* pUser);
 
 /// Starts the client of the second NAT way with its server. Only the first call has an effect. Local.
 HLX_API BOOL HLX_SetNat2Addr(const char* sServerAddr, WORD wDVRPort);
 
 /// Product sub-id of the device at an address, without a login; -1 on failure. HLX_Init must have been called. Keeps
-/// the last error unless it fails. Errors: HLX_NETWORK_FAIL_CONNECT (8), HLX_NETWORK_ERRORDATA (13) no valid first block,
-/// HLX_PARAMETER_ERROR (20) the address is null or too long. Blocks as HLX_Login up to the device's first block.
+/// the last error unless it fails. Errors: HLX_NETWORK_FAIL_CONNECT (8), HLX_NETWORK_ERRORDATA (13) no valid first
+/// block, HLX_PARAMETER_ERROR (20) the address is null or too long. Blocks as HLX_Login up to the device's first block.
 HLX_API LONG HLX_GetProductSubID(const char* sDVRIP, WORD wDVRPort);
 
 // ------------------------------------------------------------------------------------------------------ auto-register
 
 /// Listens on `wRegisterPort` for devices that call in; 0 stops listening. The `deviceNum` records of `pLoginInfo` (may
 /// be null) are added to the known devices. The result is 1 also when the port cannot be had, which is then forgotten.
-/// A caller has the wait of HLX_SetConnectTime to send its first block; those that have are logged in one after the other.
-/// Of those that have not, 64 may wait at a time. Blocks for a callback below that is in progress on the port that was set
-/// before, and while the new port is in use, up to two minutes, or until another thread sets another one. May be called
-/// from the two callbacks below. HLX_Cleanup closes the port and forgets the known devices and the callbacks, but the next
-/// HLX_Init listens on the same port again.
+/// A caller has the wait of HLX_SetConnectTime to send its first block; those that have are logged in one after the
+/// other. Of those that have not, 64 may wait at a time. Blocks for a callback below that is in progress on the port
+/// that was set before, and while the new port is in use, up to two minutes, or until another thread sets another one.
+/// May be called from the two callbacks below. HLX_Cleanup closes the port and forgets the known devices and the
+/// callbacks, but the next HLX_Init listens on the same port again.
 HLX_API BOOL HLX_SetRegisterPort(WORD wRegisterPort, const REG_LOGIN_INFO* pLoginInfo, DWORD deviceNum);
 
 /// Adds known devices. Errors: HLX_PARAMETER_ERROR (20) null or none. Local.
@@ -1207,8 +1210,8 @@ HLX_API BOOL HLX_AddRegisterDeviceInfo(const REG_LOGIN_INFO* pLoginInfo, DWORD d
 /// after the return. Local.
 HLX_API BOOL HLX_SetRegisterCallback(ACCEPT_REGISTER_CALLBACK fRegisterCallBack, void* pUser);
 
-/// Sets the callback for unknown devices that called in, as HLX_SetRegisterCallback; it is called with the `pUser` of that.
-/// Local.
+/// Sets the callback for unknown devices that called in, as HLX_SetRegisterCallback; it is called with the `pUser` of
+/// that. Local.
 HLX_API BOOL HLX_SetUnRegisterCallback(ACCEPT_UNREGISTER_CALLBACK fUnRegisterCallBack, void* pUser);
 
 // ------------------------------------------------------------------------------------------------------- device facts
@@ -1267,12 +1270,12 @@ HLX_API POINTERHANDLE HLX_LivePlayEx(LONG lUserID, const HLX_CLIENTINFO* lpClien
                                      LIVE_DATA_CALLBACK_EX fLiveDataCallBack, void* pUser);
 
 /// Ends a live stream. When it returns no callback of the stream runs or comes any more. Refused with HLX_OPER_NOPERMIT
-/// (16) from inside a live frame callback. Blocks for the frame callback in progress, for a start of another stream that a
-/// device has not answered yet (at most 10 s), and at most about 1 s besides.
+/// (16) from inside a live frame callback. Blocks for the frame callback in progress, for a start of another stream
+/// that a device has not answered yet (at most 10 s), and at most about 1 s besides.
 HLX_API BOOL HLX_StopLivePlay(POINTERHANDLE lLiveHandle);
 
-/// Replaces the frame callback, and takes the one-block callback off. Local, but it waits for a start of a stream that a
-/// device has not answered yet; so do the other functions with a live handle.
+/// Replaces the frame callback, and takes the one-block callback off. Local, but it waits for a start of a stream that
+/// a device has not answered yet; so do the other functions with a live handle.
 HLX_API BOOL HLX_SetLiveDataCallBack(POINTERHANDLE lLiveHandle, LIVE_DATA_CALLBACK fLiveDataCallBack, void* pUser);
 
 /// Replaces the one-block callback, and takes the frame callback off. Local.
@@ -1305,9 +1308,10 @@ HLX_API BOOL HLX_CapturePicture_Other(LONG lUserID, LONG lChannel, const char* s
 
 /// Takes a JPEG picture from the device's picture stream into `sJpegPicBuffer` of `dwPicSize` bytes, its size to
 /// `*lpSizeReturned`. `lpJpegPara` may be null and has no effect. Errors also: HLX_NOENOUGH_BUF (46),
-/// HLX_CREATEJPEGSTREAM_FAIL (91), HLX_NETWORK_NOT_CONNECT (9) and HLX_NETWORK_RECV_TIMEOUT (12) for a picture that does
-/// not come. Refused with HLX_OPER_NOPERMIT (16) from inside a live frame callback. Waits up to 10 s for the picture. Its
-/// size is the picture's own when that ends with FF D9, as it should; else up to 3 zero bytes are counted with it.
+/// HLX_CREATEJPEGSTREAM_FAIL (91), HLX_NETWORK_NOT_CONNECT (9) and HLX_NETWORK_RECV_TIMEOUT (12) for a picture that
+/// does not come. Refused with HLX_OPER_NOPERMIT (16) from inside a live frame callback. Waits up to 10 s for the
+/// picture. Its size is the picture's own when that ends with FF D9, as it should; else up to 3 zero bytes are counted
+/// with it.
 HLX_API BOOL HLX_CaptureJPEGPicture(LONG lUserID, LONG lChannel, const HLX_JPEGPARA* lpJpegPara, char* sJpegPicBuffer,
                                     DWORD dwPicSize, LPDWORD lpSizeReturned);
 
@@ -1321,8 +1325,8 @@ HLX_API BOOL HLX_MakeKeyFrameSub(LONG lUserID, LONG lChannel);
 HLX_API BOOL HLX_MakeKeyFrameEx(LONG lUserID, LONG lChannel, LONG lStreamType);
 
 /// Time of the device. Refused with HLX_OPER_NOPERMIT (16) from inside a live frame callback. Classic recorders tell it
-/// with their frames only: waits up to 100 ms for one, and before that for a start or stop of a stream in progress. Errors
-/// also: HLX_NETWORK_RECV_TIMEOUT (12) no frame came, HLX_NETWORK_NOT_CONNECT (9). Others: request.
+/// with their frames only: waits up to 100 ms for one, and before that for a start or stop of a stream in progress.
+/// Errors also: HLX_NETWORK_RECV_TIMEOUT (12) no frame came, HLX_NETWORK_NOT_CONNECT (9). Others: request.
 HLX_API BOOL HLX_GetDeviceTime(LONG lUserID, DD_TIME* lpTime);
 
 /// Stores the pair for a live or playback handle; it is not called. Does not reset the last error. Local.
@@ -1611,9 +1615,9 @@ HLX_API BOOL HLX_SetDVRMessageCallBack(NET_MESSAGE_CALLBACK fMessageCallBack, vo
 /// Sets the extended message callback. Both share one user value, the last set. Local.
 HLX_API BOOL HLX_SetDVRMessageCallBackEx(NET_MESSAGE_CALLBACK_EX fMessageCallBack, void* pUser);
 
-/// Begins to report a session's alarms and status: what is in force is told every 1.5 s, for as long as it lasts and the
-/// session is connected. Once is enough; a session that comes back after a break is reported again by itself. Result: the
-/// alarm handle, which is the user id. Local.
+/// Begins to report a session's alarms and status: what is in force is told every 1.5 s, for as long as it lasts and
+/// the session is connected. Once is enough; a session that comes back after a break is reported again by itself.
+/// Result: the alarm handle, which is the user id. Local.
 HLX_API POINTERHANDLE HLX_SetupAlarmChan(LONG lUserID);
 
 /// Ends it; 1 also for an unknown handle. Waits for a message callback of this session that is in progress; then none

@@ -18,6 +18,6 @@ struct CLASSIC_COMMAND_OPTIONS {
 };
 
 /// Runs a recorder until SIGINT or SIGTERM, or until its time is over, and gives the program's exit code. One JSON line
-/// on standard output tells that it is ready; with bEvents one for each event follows, and one for each script line done;
-/// each control line is answered with one.
+/// on standard output tells that it is ready; with bEvents one for each event follows, and one for each script line
+/// done; each control line is answered with one.
 int RunClassic(CLASSIC_COMMAND_OPTIONS options);

@@ -6,8 +6,9 @@
 
 #include "simulator/SimScript.h"
 
-/// Waits for SIGINT, SIGTERM or the end of the time, and meanwhile does what the schedule and the lines on standard input
-/// tell. Made before every other thread, so that all have both signals blocked; they stay so, and SIGPIPE ignored, to the program's end.
+/// Waits for SIGINT, SIGTERM or the end of the time, and meanwhile does what the schedule and the lines on standard
+/// input tell. Made before every other thread, so that all have both signals blocked; they stay so, and SIGPIPE
+/// ignored, to the program's end.
 class CControlLoop {
 public:
     CControlLoop();
@@ -17,8 +18,8 @@ public:
 
     CSimSchedule& Schedule() { return m_schedule; }
 
-    /// `take` gets each line of standard input without its end. Lines above 4096 bytes are cut there. The end of the input
-    /// ends nothing else.
+    /// `take` gets each line of standard input without its end. Lines above 4096 bytes are cut there. The end of the
+    /// input ends nothing else.
     void TakeLines(std::function<void(const std::string&)> take) { m_take = std::move(take); }
 
     /// Returns at a signal or at the end. SIM_TIME::max() for no end.

@@ -26,8 +26,8 @@ public:
     /// When the next action is due; SIM_TIME::max() without any.
     SIM_TIME NextDue() const;
 
-    /// Does what is due at `now`, earliest first, and in the order of adding what is due at the same time. An action that
-    /// is late by several of its periods is done once.
+    /// Does what is due at `now`, earliest first, and in the order of adding what is due at the same time. An action
+    /// that is late by several of its periods is done once.
     void RunDue(SIM_TIME now);
 
 private:

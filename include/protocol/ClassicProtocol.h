@@ -275,8 +275,8 @@ struct NET_COLOR_QUERY {
 };
 HLX_WIRE_RECORD(NET_COLOR_QUERY, 4);
 
-/// Body of CMD_REQUEST_COLOR_SET and _SAVE and of CMD_REPLY_CHNN_CTRL_COLOR. The values are on the scale of the defaults
-/// in PRODUCT_INFO.
+/// Body of CMD_REQUEST_COLOR_SET and _SAVE and of CMD_REPLY_CHNN_CTRL_COLOR. The values are on the scale of the
+/// defaults in PRODUCT_INFO.
 struct NET_COLOR_INFO {
     tuint32 channel;    // 0
     tuint8 brightness;  // 4
@@ -330,8 +330,8 @@ HLX_WIRE_RECORD(NET_CRUISE_POINT_INFO, 16);
 /// presetNumOneCruise, a byte, bounds the stations of a cruise.
 constexpr tuint32 MAX_CRUISE_POINT_NUM = 255;
 
-/// One camera that the recorder is connected to. The body of CMD_REPLY_NET_DEVICE_LOG_GET_SUCC is a 32-bit count and that
-/// many of these. The texts need not be terminated.
+/// One camera that the recorder is connected to. The body of CMD_REPLY_NET_DEVICE_LOG_GET_SUCC is a 32-bit count and
+/// that many of these. The texts need not be terminated.
 struct NET_IPC_DEVICE_INFO {
     tuint32 deviceID;           //   0
     tuint16 channel;            //   4

@@ -1,8 +1,9 @@
-// The record of sessions that HLX_TRACE makes the library write, and that hlx-simulator replay plays. Text, a line each:
+// The record of sessions that HLX_TRACE makes the library write, and that hlx-simulator replay plays. Text, a line
+// each:
 //
 //     hlx-trace 1
 //     TIME LINK open HOST:PORT     a link was opened, or "accepted" one by the register port
-//     TIME LINK in HEX             bytes of the device: one whole message or first block, or what came of it when the link ended
+//     TIME LINK in HEX             bytes of the device: a whole message or first block, or what came of one when the link ended
 //     TIME LINK out HEX            bytes to the device, likewise
 //     TIME LINK end                the device closed the link
 //     TIME LINK reset              the link broke

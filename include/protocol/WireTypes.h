@@ -14,7 +14,8 @@ using tuint32 = std::uint32_t;
 using tint64 = std::int64_t;
 using tuint64 = std::uint64_t;
 
-/// States that `record` has `size` bytes on the wire and may be copied as bytes. Stands right behind each packed record.
+/// States that `record` has `size` bytes on the wire and may be copied as bytes. Stands right behind each packed
+/// record.
 #define HLX_WIRE_RECORD(record, size)                                                        \
     static_assert(sizeof(record) == (size), #record " has another size");                    \
     static_assert(std::is_trivially_copyable_v<record> && std::is_standard_layout_v<record>, \

@@ -25,7 +25,8 @@ struct CLASSIC_PTZ {
     tuint32 lastCommand = 0;  // a PTZ command that was carried out
 };
 
-/// Outlives links and restarts, but for what Restart() takes back. A copy can be taken at any time through the recorder.
+/// Outlives links and restarts, but for what Restart() takes back. A copy can be taken at any time through the
+/// recorder.
 class CClassicControl {
 public:
     static constexpr unsigned MAX_CHANNELS = 64;

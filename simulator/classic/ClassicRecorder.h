@@ -9,8 +9,8 @@
 #include "simulator/classic/ClassicState.h"
 #include "simulator/SimServer.h"
 
-/// Listens on a port and serves any number of clients: login, device facts, live streams from clips. It may also call one
-/// client by itself. One thread does it all; no thread and no descriptor is left after Stop() or destruction.
+/// Listens on a port and serves any number of clients: login, device facts, live streams from clips. It may also call
+/// one client by itself. One thread does it all; no thread and no descriptor is left after Stop() or destruction.
 class CClassicRecorder {
 public:
     explicit CClassicRecorder(CLASSIC_RECORDER_CONFIG config);
@@ -21,8 +21,8 @@ public:
     /// Whether the config can be served at all; a sentence in `sError` if not. Start() asks it too.
     bool CheckConfig(std::string& sError) const;
 
-    /// Loads the clips, looks up the client to be called, listens and starts the thread. A recorder that runs gives true. False with a sentence in
-    /// `sError`.
+    /// Loads the clips, looks up the client to be called, listens and starts the thread. A recorder that runs gives
+    /// true. False with a sentence in `sError`.
     bool Start(std::string& sError);
 
     /// Closes all links at once and ends the thread. May be called repeatedly; not from the observer. A stopped
@@ -46,8 +46,8 @@ public:
     /// Changes the password for later logins.
     void SetPassword(const std::string& sPassword);
 
-    /// Changes what goes on. Clients that are logged in are told soon what changed, others all of it behind their login; a recorder
-    /// that was never given a status tells nothing.
+    /// Changes what goes on. Clients that are logged in are told soon what changed, others all of it behind their
+    /// login; a recorder that was never given a status tells nothing.
     void SetStatus(const CLASSIC_STATUS& status);
 
     /// Changes one channel or sensor, 0 to 63, of one kind of status.

@@ -22,8 +22,8 @@ struct CLASSIC_WORD_ROW {
 };
 std::span<const CLASSIC_WORD_ROW> ClassicWords();
 
-/// The action that the words name, for a recorder of so many channels. Empty, with a sentence in `sError`, for words that
-/// name none.
+/// The action that the words name, for a recorder of so many channels. Empty, with a sentence in `sError`, for words
+/// that name none.
 CLASSIC_ACTION ParseClassicAction(std::span<const std::string> words, unsigned channels, std::string& sError);
 
 /// The kind of status of this name, "motion" or "manual-record" for instance; null for a name of none.

@@ -26,6 +26,6 @@ struct REPLAY_STEP {
 /// The steps of one link; a probe, which is opened and closed again, has none.
 using REPLAY_LINK = std::vector<REPLAY_STEP>;
 
-/// The links of a record in the order in which they were opened. Nothing and a sentence in `sError` for a text that is no
-/// record. Lines that a later version may add are skipped.
+/// The links of a record in the order in which they were opened. Nothing and a sentence in `sError` for a text that is
+/// no record. Lines that a later version may add are skipped.
 std::optional<std::vector<REPLAY_LINK>> ReadTrace(std::istream& text, std::string& sError);

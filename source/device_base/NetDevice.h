@@ -23,12 +23,12 @@ enum DEVICE_VERSION { DVR_VER_V3 = 0, DVR_VER_V4 = 1, IPC_VER_V3 = 2, NVR_VER_K7
 /// One device of any family. Order of one session: SetEncryptInfo, SetNetHandle, SetDeviceID, SetDeviceIp, Login, any
 /// others, Logout unless the status is NET_DEVICE_STATUS_DISCONNECT, destructor.
 ///
-/// Threads: requests of the application come one at a time, with the device manager's m_deviceCommLock held. Login, Logout,
-/// SetEncryptInfo and SetNetHandle come without it, from the one thread that the session's gate lets in, the wrong-password
-/// times from the reconnect thread, maybe beside a request: a Logout or a broken link ends that request at once. OnReceiveData comes
-/// with m_callbackLock held, at any time after SetNetHandle. GetDeviceStatus, GetDeviceInfo, SupportStreamNum, GetSha1Encrypt
-/// and InterruptWait come from any thread and do not wait for the device.
-/// The bodies given here are what a family without the feature does: no result, and no last error set.
+/// Threads: requests of the application come one at a time, with the device manager's m_deviceCommLock held. Login,
+/// Logout, SetEncryptInfo and SetNetHandle come without it, from the one thread that the session's gate lets in, the
+/// wrong-password times from the reconnect thread, maybe beside a request: a Logout or a broken link ends that request
+/// at once. OnReceiveData comes with m_callbackLock held, at any time after SetNetHandle. GetDeviceStatus,
+/// GetDeviceInfo, SupportStreamNum, GetSha1Encrypt and InterruptWait come from any thread and do not wait for the
+/// device. The bodies given here are what a family without the feature does: no result, and no last error set.
 class CNetDevice {
 public:
     CNetDevice() = default;

@@ -20,8 +20,8 @@ struct CLIENT_SOCK_INFO {
 /// third argument is always null, the result is ignored.
 using GET_ACCEPT_LINK_CALLBACK = int (*)(CLIENT_SOCK_INFO* pInfo, void* pParam1, void* pParam2);
 
-/// What a caller must have sent before the receiver is told of it; one that sends less is dropped. At most 64 callers wait at a time,
-/// and a further one takes the place of the oldest.
+/// What a caller must have sent before the receiver is told of it; one that sends less is dropped. At most 64 callers
+/// wait at a time, and a further one takes the place of the oldest.
 struct FIRST_BYTES {
     int count = 0;                           // 0: told at once
     std::function<unsigned int()> waitTime;  // asked on the accept thread: milliseconds that a caller has for them
@@ -51,8 +51,8 @@ public:
     int StartListen(unsigned short nPort);
 
     /// Ends the thread and frees the port, also ends a StartListen that still waits. Does nothing if not started.
-    /// Waits for a callback under way; called from the callback it does not, and the thread ends after the callback: the next
-    /// StopListen of another thread waits for that.
+    /// Waits for a callback under way; called from the callback it does not, and the thread ends after the callback:
+    /// the next StopListen of another thread waits for that.
     void StopListen();
 
     /// The port really bound, host order; 0 while not listening.

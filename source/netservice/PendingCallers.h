@@ -7,8 +7,8 @@
 
 #include "netservice/ListenProc.h"
 
-/// Holds accepted sockets until so many bytes wait on them that the receiver can read at once. So a caller that says nothing holds up
-/// nobody. A bounded number: when it is full, the oldest caller goes. One thread.
+/// Holds accepted sockets until so many bytes wait on them that the receiver can read at once. So a caller that says
+/// nothing holds up nobody. A bounded number: when it is full, the oldest caller goes. One thread.
 class CPendingCallers {
 public:
     static constexpr size_t MAX_CALLERS = 64;
@@ -19,8 +19,8 @@ public:
     CPendingCallers(const CPendingCallers&) = delete;
     CPendingCallers& operator=(const CPendingCallers&) = delete;
 
-    /// Takes a socket over. It is given out by TakeReady once `firstBytes` bytes wait on it or its peer has closed, and closed when
-    /// neither happens within `wait` milliseconds.
+    /// Takes a socket over. It is given out by TakeReady once `firstBytes` bytes wait on it or its peer has closed, and
+    /// closed when neither happens within `wait` milliseconds.
     void Add(const CLIENT_SOCK_INFO& info, int firstBytes, unsigned int wait);
 
     /// Fills one entry per caller, to be polled, and gives their number.

@@ -26,7 +26,8 @@ int Number(SWL_socket_t sock) { return static_cast<int>(sock); }
 
 tint64 NowMilliseconds() { return TimeSource().MonotonicMicroseconds() / 1000; }
 
-/// EAGAIN means that the system is short of something and has begun nothing: there is nothing to wait for, so it is tried again.
+/// EAGAIN means that the system is short of something and has begun nothing: there is nothing to wait for, so it is
+/// tried again.
 int BeginConnect(SWL_socket_t sock, const sockaddr* pServAddr, socklen_t len, tint64 deadline) {
     const auto connectNow = [&](size_t) { return connect(Number(sock), pServAddr, len); };
     while (SystemCall(SYSTEM_CALL::CONNECT, -1, connectNow) != 0) {

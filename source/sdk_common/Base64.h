@@ -11,8 +11,8 @@ public:
     /// that `dstLen` bytes do not take; without line breaks ((len + 2) / 3) * 4 + 1 bytes are needed.
     int Encode(const void* src, int len, char* dst, int dstLen) const;
 
-    /// Writes the bytes of `len` characters; white space between them counts for nothing. The bytes written, or -1 for wrong
-    /// arguments, a text that is no Base64 or more bytes than `dstLen`.
+    /// Writes the bytes of `len` characters; white space between them counts for nothing. The bytes written, or -1 for
+    /// wrong arguments, a text that is no Base64 or more bytes than `dstLen`.
     int Decode(const char* src, int len, void* dst, int dstLen) const;
 
 private:

@@ -6,8 +6,9 @@
 
 #include "sdk_common/PubLock.h"
 
-/// `Function` is a pointer to a function whose user value the caller puts at its place. Function and value are taken and replaced
-/// together. Any thread; the lock is a leaf, and never held during a call, so a pair that was replaced may be called once more.
+/// `Function` is a pointer to a function whose user value the caller puts at its place. Function and value are taken
+/// and replaced together. Any thread; the lock is a leaf, and never held during a call, so a pair that was replaced may
+/// be called once more.
 template <class Function>
 class CCallbackPair {
 public:

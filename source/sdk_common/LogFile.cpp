@@ -70,7 +70,8 @@ bool ParseName(std::string_view rest, const std::string& name, LOG_FILE_ENTRY& e
     return true;
 }
 
-/// The log's files, the oldest first. The standard library's walk over a directory ends the process when memory is short.
+/// The log's files, the oldest first. The standard library's walk over a directory ends the process when memory is
+/// short.
 std::vector<LOG_FILE_ENTRY> ListFiles(const LOG_FILE_PLACE& place) {
     std::vector<LOG_FILE_ENTRY> files;
     const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(place.directory.c_str()), closedir);

@@ -1,5 +1,5 @@
-// Calls of the library that the system may refuse go through SystemCall: one that a signal interrupts is made again, and in builds
-// with HLX_SYSTEM_FAULTS tests make it fail.
+// Calls of the library that the system may refuse go through SystemCall: one that a signal interrupts is made again,
+// and in builds with HLX_SYSTEM_FAULTS tests make it fail.
 #pragma once
 
 #include <cerrno>
@@ -32,7 +32,8 @@ struct SYSTEM_FAULT {
 };
 
 #ifdef HLX_SYSTEM_FAULTS
-/// Asked before each call, on the thread that makes it; may be entered by several threads at once and must not allocate.
+/// Asked before each call, on the thread that makes it; may be entered by several threads at once and must not
+/// allocate.
 using SYSTEM_FAULT_HOOK = SYSTEM_FAULT (*)(SYSTEM_CALL call);
 
 /// Puts a hook in force, null for none.

@@ -25,8 +25,9 @@ public:
     /// The stored number, 0 if none.
     DWORD GetLastError();
 
-    /// While one of these lives on a thread, that thread's numbers go into it and not into the table: background work of the
-    /// library neither reads a number of an application's thread nor overwrites it. Never alive while the application is called.
+    /// While one of these lives on a thread, that thread's numbers go into it and not into the table: background work
+    /// of the library neither reads a number of an application's thread nor overwrites it. Never alive while the
+    /// application is called.
     class OwnNumber {
     public:
         OwnNumber();

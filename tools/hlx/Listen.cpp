@@ -193,8 +193,8 @@ EXIT_CODE ReadDevices(const OPTIONS& options, CInterrupt& interrupt, std::vector
     return EXIT_OK;
 }
 
-// Takes the port for a moment and lets it go: the library would go on trying for a long time, and has no word for a free
-// one. wPort 0 becomes the number of a free one. 0 or an errno.
+// Takes the port for a moment and lets it go: the library would go on trying for a long time, and has no word for a
+// free one. wPort 0 becomes the number of a free one. 0 or an errno.
 int ProbePort(uint16_t& wPort) {
     const int nFd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const int nOn = 1;

@@ -86,7 +86,8 @@ void CSDKImpl::AcceptUnRegisterProc(LONG lUserID, LONG lRegisterID, LPHLX_DEVICE
     root.TellCaller(root.m_acceptUnRegister.Get().first, lUserID, lRegisterID, pDeviceInfo);
 }
 
-/// By the interface the callback for unknown devices, too, gets a playback entry and the value given for the other callback.
+/// By the interface the callback for unknown devices, too, gets a playback entry and the value given for the other
+/// callback.
 void CSDKImpl::TellCaller(ACCEPT_REGISTER_CALLBACK fCallback, LONG lUserID, LONG lRegisterID,
                           LPHLX_DEVICEINFO pDeviceInfo) {
     m_playbackMan.AddDevice(lUserID);

@@ -10,9 +10,9 @@
 
 /// One shape for all: under m_deviceCommLock find the session, call the operation of its device, give its result back.
 /// So one device's slow request holds up every forwarded call. An unknown user id sets HLX_PARAMETER_ERROR and gives
-/// the failure value: 0, -1 where the result is a count, other values where they stand. Where memory is short the number
-/// is HLX_ALLOC_RESOURCE_ERROR; nothing is thrown. What the arguments mean stands with CNetDevice and the exported
-/// functions.
+/// the failure value: 0, -1 where the result is a count, other values where they stand. Where memory is short the
+/// number is HLX_ALLOC_RESOURCE_ERROR; nothing is thrown. What the arguments mean stands with CNetDevice and the
+/// exported functions.
 class CDeviceForward {
 public:
     int GetDeviceStatus(LONG lUserID) {

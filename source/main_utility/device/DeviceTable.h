@@ -16,9 +16,9 @@ struct EXTRA_STREAM_ID {
     int lExtraStreamID;
 };
 
-/// All sessions by user id. A change of the lists holds m_deviceReconnLock and m_callbackLock, so a reader needs only one of them. Neither
-/// is ever held while a device is waited for: requests are serial under m_deviceCommLock, which guards no list, and work on a pin.
-/// Order: m_deviceReconnLock, m_deviceCommLock, m_callbackLock.
+/// All sessions by user id. A change of the lists holds m_deviceReconnLock and m_callbackLock, so a reader needs only
+/// one of them. Neither is ever held while a device is waited for: requests are serial under m_deviceCommLock, which
+/// guards no list, and work on a pin. Order: m_deviceReconnLock, m_deviceCommLock, m_callbackLock.
 class CDeviceTable {
     /// Holds m_callbackLock for anyone but the engine's thread, which lets it go first.
     class CallbackTurn {

@@ -114,8 +114,8 @@ void* CNetDeviceMan::ReConnectThread(void* pParam) {
     return nullptr;
 }
 
-/// One walk over all sessions. Those whose break was told go to a worker each, and when all are busy the walk waits for one of
-/// them, so that each session gets its turn however many devices are silent.
+/// One walk over all sessions. Those whose break was told go to a worker each, and when all are busy the walk waits for
+/// one of them, so that each session gets its turn however many devices are silent.
 void CNetDeviceMan::ReConnectProc() {
     const auto stopping = [&] { return !RunFlagSet(m_bReConnecting); };
     for (const Session& session : m_table.Snapshot()) {

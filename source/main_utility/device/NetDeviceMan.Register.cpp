@@ -97,8 +97,8 @@ CNetDeviceMan::Listener CNetDeviceMan::SwapListener(const Listener& listener) {
     return std::exchange(m_pListenProc, listener);
 }
 
-/// May wait for a port in use; no lock is held then, so that another thread can end it. A port that cannot be had is forgotten, so that
-/// it can be asked for again.
+/// May wait for a port in use; no lock is held then, so that another thread can end it. A port that cannot be had is
+/// forgotten, so that it can be asked for again.
 void CNetDeviceMan::OpenListener(const Listener& listener) {
     if (!listener) return;
     {
@@ -119,8 +119,9 @@ void CNetDeviceMan::OpenListener(const Listener& listener) {
     m_listenPort = 0;
 }
 
-/// Ends a listener that was swapped out, with the start and the caller's login that it is in. Joins its thread, and those of retired
-/// listeners, but never the latter from inside a register callback: two of them would wait for each other.
+/// Ends a listener that was swapped out, with the start and the caller's login that it is in. Joins its thread, and
+/// those of retired listeners, but never the latter from inside a register callback: two of them would wait for each
+/// other.
 void CNetDeviceMan::EndListener(const Listener& listener) {
     std::vector<Listener> retired;
     Session caller;

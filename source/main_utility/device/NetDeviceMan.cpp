@@ -168,8 +168,8 @@ bool CNetDeviceMan::EnterSession(LINK& link, const Session& session, LONG luserI
     return Failure(HLX_ALLOC_RESOURCE_ERROR);
 }
 
-/// The link's serial travels as the callback's parameter, so that what an older link of the session still says, or one of an id that was
-/// given back, reaches nobody.
+/// The link's serial travels as the callback's parameter, so that what an older link of the session still says, or one
+/// of an id that was given back, reaches nobody.
 bool CNetDeviceMan::HandLinkToEngine(NET_DEVICE_RES& session, LINK& link) {
     if (link.pEngine->AddNewComm(session.lHandle, link.sock) != 0) return false;
     link.sock = -1;

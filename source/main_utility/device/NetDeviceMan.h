@@ -79,7 +79,8 @@ public:
     /// True on a thread that is inside an application's exception, register or subscription callback.
     static bool InCallback() { return t_bInCallback; }
 
-    /// Ends the waits of all requests that are under way, with HLX_NETWORK_NOT_CONNECT. For those who stop a thread that may be in one.
+    /// Ends the waits of all requests that are under way, with HLX_NETWORK_NOT_CONNECT. For those who stop a thread
+    /// that may be in one.
     void InterruptRequests();
 
     /// A new link until the engine has it. Closes its socket unless the engine took it.
@@ -109,8 +110,8 @@ public:
         CSWL_ListenProcEx proc;              // goes first, and joins its thread
     };
 
-    /// Logs a device in that called and whose first block is there, or tells that it is unknown. 1 when it is logged in, else 0. On
-    /// the listener's thread; blocks for the login (10 s a request).
+    /// Logs a device in that called and whose first block is there, or tells that it is unknown. 1 when it is logged
+    /// in, else 0. On the listener's thread; blocks for the login (10 s a request).
     int ServeCaller(LINK& link, const CLIENT_SOCK_INFO& info, REGISTER_LISTENER& listener);
 
     /// Puts another maker of device families in force, for families that are made for a test. Before any login.

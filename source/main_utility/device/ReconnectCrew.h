@@ -11,7 +11,8 @@
 #include "sdk_common/PubThread.h"
 #include "sdk_common/WaitEvent.h"
 
-/// One try to bring a session back: from the reconnect thread to a worker, and with its result to the reconnect thread again.
+/// One try to bring a session back: from the reconnect thread to a worker, and with its result to the reconnect thread
+/// again.
 struct RECONNECT_TRY {
     std::shared_ptr<NET_DEVICE_RES> session;
     time_t resting = -1;  // seconds since a wrong password while logins rest; -1: a login may be tried
@@ -41,7 +42,8 @@ public:
     /// Hands a try to a worker of its own; false, and nothing done, when no thread starts.
     bool Start(RECONNECT_TRY attempt);
 
-    /// Waits until a worker is done, or `enough()`, or for `ms` milliseconds. May wake early. `enough` as in CWaitEvent.
+    /// Waits until a worker is done, or `enough()`, or for `ms` milliseconds. May wake early. `enough` as in
+    /// CWaitEvent.
     template <class Enough>
     void Wait(tuint32 ms, Enough&& enough) {
         m_wait.WaitForCond(ms, [&] { return AnyDone() || enough(); });

@@ -87,9 +87,10 @@ inline time_t MonotonicSeconds() { return static_cast<time_t>(TimeSource().Monot
 
 /// All live streams of the process.
 ///
-/// Lock order: m_liveLock of the session root, m_streamLock, a stream's captureLock, a capture's lock; the device manager's
-/// locks come behind m_streamLock. Application callbacks run on the stream's own thread with no lock held. That thread is
-/// not joined under m_streamLock, which a callback may want; a stream made for a capture calls no application.
+/// Lock order: m_liveLock of the session root, m_streamLock, a stream's captureLock, a capture's lock; the device
+/// manager's locks come behind m_streamLock. Application callbacks run on the stream's own thread with no lock held.
+/// That thread is not joined under m_streamLock, which a callback may want; a stream made for a capture calls no
+/// application.
 class CLiveMan {
 public:
     static constexpr unsigned int MAX_STREAM_NUM_PER_CHANNEL = 11;
@@ -128,10 +129,11 @@ public:
 
     /// No picture can be taken from a live stream: nothing decodes here.
     BOOL CapturePicture(POINTERHANDLE lLiveHandle, const char* sPicFileName);
-    /// Waits at most 10 s for the next picture of the device's JPEG stream of the channel, which runs for so long. The stream of
-    /// type HLX_THIRD_STREAM takes the picture; it is made if there is none. Fails with HLX_OPER_NOPERMIT inside a frame
-    /// callback, HLX_NOENOUGH_BUF, HLX_CREATEJPEGSTREAM_FAIL (the request did not go out), HLX_NETWORK_NOT_CONNECT (link fell, or
-    /// the session ends) or HLX_NETWORK_RECV_TIMEOUT. Any thread; calls for one channel share a stream.
+    /// Waits at most 10 s for the next picture of the device's JPEG stream of the channel, which runs for so long. The
+    /// stream of type HLX_THIRD_STREAM takes the picture; it is made if there is none. Fails with HLX_OPER_NOPERMIT
+    /// inside a frame callback, HLX_NOENOUGH_BUF, HLX_CREATEJPEGSTREAM_FAIL (the request did not go out),
+    /// HLX_NETWORK_NOT_CONNECT (link fell, or the session ends) or HLX_NETWORK_RECV_TIMEOUT. Any thread; calls for one
+    /// channel share a stream.
     BOOL CapturePicture(LONG lUserID, LONG lChannel, char* pBuffer, DWORD dwSize, LPDWORD pReturned);
 
     BOOL MakeKeyFrame(LONG lUserID, LONG lChannel);
@@ -146,8 +148,8 @@ public:
     /// Stops all streams of a user id; false if there is none.
     BOOL RemoveDevice(LONG lUserID);
 
-    /// Asks again for the streams that a session carries which is back; `channel` -1 means all. On the reconnect thread. Without
-    /// memory the look for silent streams finds them.
+    /// Asks again for the streams that a session carries which is back; `channel` -1 means all. On the reconnect
+    /// thread. Without memory the look for silent streams finds them.
     void ResumeOnReconnection(LONG lUserID, BOOL bIsK7KChannel, LONG channel, WORD videoInputNum);
 
 private:

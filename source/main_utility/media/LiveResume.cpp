@@ -135,8 +135,8 @@ void CLiveMan::Resume(const ST_ResumeOnReconnection& entry) {
     Restart(streams);
 }
 
-/// A stream that could not be started is tried again by itself after a while, unless its session is gone again: the next return makes
-/// a new entry.
+/// A stream that could not be started is tried again by itself after a while, unless its session is gone again: the
+/// next return makes a new entry.
 void CLiveMan::Restart(const std::vector<Stream>& streams) {
     for (const Stream& failed : StopAndStart(streams)) {
         if (!IsConnected(failed->lDeviceHandle)) continue;
@@ -163,8 +163,9 @@ std::vector<CLiveMan::Stream> CLiveMan::Choose(const std::function<bool(const LI
     return streams;
 }
 
-/// Stops all, waits once, starts all; gives those that could not be started. The device forgets the old receivers before the new ones are
-/// told, so that each frame arrives once. A session that is slow to answer is not asked for the rest of its streams now.
+/// Stops all, waits once, starts all; gives those that could not be started. The device forgets the old receivers
+/// before the new ones are told, so that each frame arrives once. A session that is slow to answer is not asked for the
+/// rest of its streams now.
 std::vector<CLiveMan::Stream> CLiveMan::StopAndStart(const std::vector<Stream>& streams) {
     for (const Stream& stream : streams) {
         std::lock_guard guard(m_streamLock);
@@ -182,8 +183,8 @@ std::vector<CLiveMan::Stream> CLiveMan::StopAndStart(const std::vector<Stream>& 
     return failed;
 }
 
-/// The request goes out with no lock of ours held, so that a stop by the application does not wait for it; what was stopped meanwhile is
-/// taken back from the device.
+/// The request goes out with no lock of ours held, so that a stop by the application does not wait for it; what was
+/// stopped meanwhile is taken back from the device.
 bool CLiveMan::StartAgain(const Stream& stream) {
     const auto isListed = [&] { return Find(stream->lLiveHandle) == stream.get(); };
     {

@@ -6,8 +6,8 @@
 #include "HLX.h"
 #include "sdk_common/PubLock.h"
 
-/// Keeps one entry per logged-in device. Playing itself is refused with HLX_NOSUPPORT; there are no playback handles, so
-/// whatever takes one fails. Any thread.
+/// Keeps one entry per logged-in device. Playing itself is refused with HLX_NOSUPPORT; there are no playback handles,
+/// so whatever takes one fails. Any thread.
 class CPlaybackMan {
 public:
     bool Initial() { return true; }

@@ -99,7 +99,8 @@ void CDVRNetDevice_V3::OnStreamMessage(Body body) {
     }
     if (wire.frameType != FRAME_TYPE_AUDIO || !IsBlockedAudio(data.size())) return DeliverFrame(wire, data);
 
-    // A frame of more blocks than the buffer has room for loses the rest: a second of sound in one frame is no live sound.
+    // A frame of more blocks than the buffer has room for loses the rest: a second of sound in one frame is no live
+    // sound.
     FRAME_INFO unpacked = wire;
     unpacked.length = static_cast<tuint32>(UnpackAudio(data, m_pRecvAudioBuf));
     DeliverFrame(unpacked, Body(m_pRecvAudioBuf).first(unpacked.length));
@@ -164,7 +165,8 @@ void CDVRNetDevice_V3::CollectReceivers() {
 
 /// False when the session ended meanwhile.
 bool CDVRNetDevice_V3::PushFrame(unsigned int bufferID, const unsigned char* pData) {
-    // A full ring holds the engine's thread: this is the back-pressure on the recorder. PushData gives the frame up by itself.
+    // A full ring holds the engine's thread: this is the back-pressure on the recorder. PushData gives the frame up by
+    // itself.
     while (!m_pDataBufferMan->PushData(bufferID, m_sdkFrameInfo, pData)) {
         if (m_deviceStatus == NET_DEVICE_STATUS_DISCONNECT) return false;
         PUB_Sleep(FULL_RING_PAUSE_MS);

@@ -196,7 +196,8 @@ HLX_ERROR CDVRNetDevice_V3::BeginSession(const PRODUCT_INFO& product) {
         m_deviceinfo = ToDeviceInfo(product);
     }
     ClearStreams();
-    // The link may fall at any moment, and OnLinkBroken sets its mark before the status: whoever comes second sees the other.
+    // The link may fall at any moment, and OnLinkBroken sets its mark before the status: whoever comes second sees the
+    // other.
     m_deviceStatus = NET_DEVICE_STATUS_CONNECTED;
     if (m_replies.IsBroken()) m_deviceStatus = NET_DEVICE_STATUS_DISCONNECT;
 

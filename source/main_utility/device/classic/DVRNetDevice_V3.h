@@ -27,11 +27,12 @@ struct DVR_CHANEL_TASKINFO {
     std::array<unsigned int, MAX_LIVE_BUFFERS> liveBufHandle = {};  // buffer ids; 0 is a free place
 };
 
-/// Device class of the classic family: a request is one command frame, its reply pairs with it by id, and status and frames come
-/// unasked on the same link.
+/// Device class of the classic family: a request is one command frame, its reply pairs with it by id, and status and
+/// frames come unasked on the same link.
 ///
-/// Threads: as CNetDevice says. Locks: m_streamLock before m_ChanelTaskInfoLock; the locks of m_replies and m_talkFrames are
-/// taken last. OnReceiveData never takes m_streamLock, so a request that waits under it cannot hold up its own reply.
+/// Threads: as CNetDevice says. Locks: m_streamLock before m_ChanelTaskInfoLock; the locks of m_replies and
+/// m_talkFrames are taken last. OnReceiveData never takes m_streamLock, so a request that waits under it cannot hold up
+/// its own reply.
 class CDVRNetDevice_V3 : public CNetDevice {
 public:
     static constexpr int MAX_PLAYBACK_STREAM_NUM_PER_DEVICE = 4;
@@ -39,13 +40,15 @@ public:
     CDVRNetDevice_V3();
 
     // Session
-    /// A new link, on which nobody is logged in: forgets that the one before fell. Before the first and each further Login.
+    /// A new link, on which nobody is logged in: forgets that the one before fell. Before the first and each further
+    /// Login.
     BOOL SetNetHandle(ND_HANDLE hEngine) override;
 
-    /// Waits at most 10 s for the login's reply and 10 s for the count of disks, without which the login succeeds all the same. True at once
-    /// on a connected device. `lpDeviceInfo` (may be null) gets the facts of the device. Fails with 20 for a null text or one of more than 35
-    /// bytes, 1, 5, 6, 7 as the device refuses, 9 when the link fell, 10 when it did not take the request, 12 without a reply, 13
-    /// for a reply that is too short; with no number while another login of the same device is under way.
+    /// Waits at most 10 s for the login's reply and 10 s for the count of disks, without which the login succeeds all
+    /// the same. True at once on a connected device. `lpDeviceInfo` (may be null) gets the facts of the device. Fails
+    /// with 20 for a null text or one of more than 35 bytes, 1, 5, 6, 7 as the device refuses, 9 when the link fell, 10
+    /// when it did not take the request, 12 without a reply, 13 for a reply that is too short; with no number while
+    /// another login of the same device is under way.
     BOOL Login(char* sUserName, char* sPassword, LPHLX_DEVICEINFO lpDeviceInfo) override;
     BOOL Logout() override;
     BOOL OnReceiveData(const char* pBuf, int iLen) override;
@@ -54,12 +57,12 @@ public:
 
     // Facts
     BOOL GetDeviceInfo(LPHLX_DEVICEINFO lpDeviceInfo) override;
-    /// Writes e.g. "Classic recorder, 16 channels", cut to `lLength` - 1 characters. Returns the characters written; 0 for a bad
-    /// argument.
+    /// Writes e.g. "Classic recorder, 16 channels", cut to `lLength` - 1 characters. Returns the characters written; 0
+    /// for a bad argument.
     LONG GetDeviceTypeName(char* sName, LONG lLength) override;
     int GetMaxPlayBackNum() override { return MAX_PLAYBACK_STREAM_NUM_PER_DEVICE; }
-    /// Waits at most 100 ms for a frame that carries the recorder's time, which becomes local time. Fails with 20 for a null pointer, 9,
-    /// 12 without such a frame.
+    /// Waits at most 100 ms for a frame that carries the recorder's time, which becomes local time. Fails with 20 for a
+    /// null pointer, 9, 12 without such a frame.
     BOOL GetDvrCurrentTime(const char* sDeviceIP, DD_TIME* pTime) override;
     /// Disks that the recorder told at the login.
     unsigned int GetDiskNum() const { return m_diskNum; }
@@ -67,12 +70,13 @@ public:
     BOOL SearchDiskInfo(DVR_DISK_INFO* pDisks, unsigned int uMaxNum, unsigned int& uDiskNum) override;
 
     // Live; channels from 0
-    /// Sends nothing for a channel that the recorder sends already. While a channel's first stream is open the recorder does not send its
-    /// second: a ring of the second stream gets sound only until the first is stopped. `streamType` is not looked at. Fails with 9, 10, 4
-    /// (no such channel, or above 63), 20 (`bufid` 0), 31 (the recorder has no room for the stream), 100 (100 rings wait already).
+    /// Sends nothing for a channel that the recorder sends already. While a channel's first stream is open the recorder
+    /// does not send its second: a ring of the second stream gets sound only until the first is stopped. `streamType`
+    /// is not looked at. Fails with 9, 10, 4 (no such channel, or above 63), 20 (`bufid` 0), 31 (the recorder has no
+    /// room for the stream), 100 (100 rings wait already).
     BOOL StartLiveChannel(LONG lChannel, BOOL bFirstStream, unsigned int bufid, unsigned int streamType) override;
-    /// False with 31 if the recorder just refused a stream, with 9 if the link fell. A recorder that does not answer, or whose
-    /// answer makes no sense, has not refused.
+    /// False with 31 if the recorder just refused a stream, with 9 if the link fell. A recorder that does not answer,
+    /// or whose answer makes no sense, has not refused.
     BOOL HasStreamCapability() override;
     BOOL StopLiveChannel(LONG lChannel, BOOL bFirstStream, unsigned int streamType) override;
     /// Takes `bufid` from all tasks; one frame that is being handed out may still go to it. Always true.
@@ -80,13 +84,13 @@ public:
     BOOL RequestKeyFrame(LONG lChannel, BOOL bFirstStream, unsigned int streamType) override;
 
     // Pictures
-    /// Asks for a channel's JPEG pictures. They go to its live rings and to LIVE_BUFFER_ID(id, channel, HLX_THIRD_STREAM). Sends only,
-    /// nothing for a channel that is on (off). Fails with 9, 10, 4.
+    /// Asks for a channel's JPEG pictures. They go to its live rings and to LIVE_BUFFER_ID(id, channel,
+    /// HLX_THIRD_STREAM). Sends only, nothing for a channel that is on (off). Fails with 9, 10, 4.
     BOOL StartJpegStream(LONG lChannel) override;
     BOOL StopJpegStream(LONG lChannel) override;
 
-    // Control. Those that wait do so for 10 s at most; each fails with 9, 10, 12 as the link does, 4 for a channel that the recorder
-    // has not, 20 for a bad argument, 32 when the recorder says no, unless told otherwise.
+    // Control. Those that wait do so for 10 s at most; each fails with 9, 10, 12 as the link does, 4 for a channel that
+    // the recorder has not, 20 for a bad argument, 32 when the recorder says no, unless told otherwise.
     /// True once the recorder says that it goes; its link falls then. A recorder that goes without a word gives 9.
     BOOL RebootDVR() override;
     BOOL ShutDownDVR() override;
@@ -115,8 +119,8 @@ public:
                     BOOL bFirstStream) override;
     /// Writes a cruise of 1 to 255 stations; numbers as PTZControl.
     BOOL PTZSetCruise(LONG lChannel, BYTE byCruise, DD_CRUISE_POINT_INFO* pPoints, WORD wPointNum, BOOL bFlag) override;
-    /// Cameras that the recorder is connected to, at most `lMaxNum`. Two requests. 15 while somebody else configures them, 13 for
-    /// a reply that is too short.
+    /// Cameras that the recorder is connected to, at most `lMaxNum`. Two requests. 15 while somebody else configures
+    /// them, 13 for a reply that is too short.
     BOOL GetDeviceIPCInfo(HLX_IPC_DEVICE_INFO* pInfo, LONG lMaxNum, LONG* pNum) override;
 
     // Talk frames that came
@@ -178,8 +182,9 @@ public:
     BOOL GetAlarmStatus(void*, unsigned int, void*, unsigned int*, int*, BOOL) override { return Refuse(); }
 
     // Status
-    /// One record per bit of the masks that the recorder told last, `lMaxNum` at most; the extended alarms carry this machine's time.
-    /// Nothing is asked. The number of records, or -1: 9 without a session, 20 for a null place or a negative number.
+    /// One record per bit of the masks that the recorder told last, `lMaxNum` at most; the extended alarms carry this
+    /// machine's time. Nothing is asked. The number of records, or -1: 9 without a session, 20 for a null place or a
+    /// negative number.
     LONG GetAlarmInfo(HLX_ALARMINFO* pInfo, LONG lMaxNum) override;
     LONG GetAlarmInfoEx(HLX_ALARMINFO_EX* pInfo, LONG lMaxNum) override;
     LONG GetRecordStatus(HLX_RECORD_STATUS* pStatus, LONG lMaxNum) override;
@@ -304,8 +309,8 @@ private:
     LONGLONG m_baseLocalTime = 0;                 // wall clock at the first frame, microseconds since 1970
     LONGLONG m_baseFrameTime = 0;                 // relativeTime of that frame
     std::array<std::byte, 8000> m_pRecvAudioBuf;  // sound of one frame without its prefixes
-    // Buffer ids that get the frame in hand: at most those of both streams of a channel and one for pictures. No memory is asked for
-    // on the way of a frame: a lost format frame would leave a stream dark for good.
+    // Buffer ids that get the frame in hand: at most those of both streams of a channel and one for pictures. No memory
+    // is asked for on the way of a frame: a lost format frame would leave a stream dark for good.
     std::array<unsigned int, 2 * DVR_CHANEL_TASKINFO::MAX_LIVE_BUFFERS + 1> m_receivers{};
     size_t m_receiverCount = 0;
 };

@@ -18,9 +18,9 @@ struct NET_COMBINED_INFO_EX {
     std::vector<std::byte> pBuffer;  // the bytes so far; grows with them, whatever dwTotalLen promises
 };
 
-/// Puts pieces together in their order; pieces of different messages may come mixed. A piece that is out of order, too long or
-/// contradicts its first piece drops its message, and a first piece drops an unfinished message of the same stream or id.
-/// One thread.
+/// Puts pieces together in their order; pieces of different messages may come mixed. A piece that is out of order, too
+/// long or contradicts its first piece drops its message, and a first piece drops an unfinished message of the same
+/// stream or id. One thread.
 class CPackedCombiner {
 public:
     /// Messages under way at once: far more than a recorder has streams on one link.
@@ -29,8 +29,8 @@ public:
     /// Bytes held in all buffers together, and thus the longest message.
     static constexpr size_t MAX_HELD_BYTES = 64 * 1024 * 1024;
 
-    /// Takes a piece: PACKED_HEAD and its bytes. With the last piece of a message it returns the whole message, valid until the next
-    /// call; else an empty span. May throw std::bad_alloc, with nothing kept.
+    /// Takes a piece: PACKED_HEAD and its bytes. With the last piece of a message it returns the whole message, valid
+    /// until the next call; else an empty span. May throw std::bad_alloc, with nothing kept.
     std::span<const std::byte> AddPiece(std::span<const std::byte> piece);
 
     /// Forgets all messages under way and gives their memory back.
