@@ -3,7 +3,7 @@
 //
 //     hlx-trace 1
 //     TIME LINK open HOST:PORT     a link was opened, or "accepted" one by the register port
-//     TIME LINK in HEX             bytes of the device: a whole message or first block, or what came of one when the link ended
+//     TIME LINK in HEX             bytes of the device: a message or first block, whole unless the link ended before
 //     TIME LINK out HEX            bytes to the device, likewise
 //     TIME LINK end                the device closed the link
 //     TIME LINK reset              the link broke
