@@ -29,21 +29,6 @@ OUTCOME ConnectTo(CTcpConnector& connector, const char* sHost, unsigned short po
     return outcome;
 }
 
-TEST(TcpConnector, TakesAFirstBlockHoweverItIsCut) {
-    for (const size_t piece : {64, 63, 32, 3, 1}) {
-        CScriptedPeer peer([&](int sock) {
-            const std::string block = FirstBlock(0, 4, -7);
-            for (size_t at = 0; at < block.size(); at += piece) SendAll(sock, block.substr(at, piece));
-            peer.AwaitClose(sock);
-        });
-        CTcpConnector connector;
-        const OUTCOME outcome = ConnectTo(connector, "127.0.0.1", peer.Port());
-        EXPECT_TRUE(outcome.bConnected) << piece;
-        EXPECT_EQ(4U, outcome.pre.dwProtocolVer) << piece;
-        EXPECT_EQ(-7, outcome.pre.wProductSubID) << piece;
-    }
-}
-
 TEST(TcpConnector, RefusesAWrongFirstBlockWithoutWaiting) {
     std::string wrongWord = FirstBlock(0, 4);
     wrongWord[0] = 'H';
@@ -61,22 +46,6 @@ TEST(TcpConnector, RefusesAWrongFirstBlockWithoutWaiting) {
         EXPECT_EQ(DWORD{HLX_NETWORK_ERRORDATA}, outcome.error) << block;
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1)) << block;
     }
-}
-
-TEST(TcpConnector, WaitsForASilentPeerAsLongAsToldAndNoLonger) {
-    CMovedTime time;
-    time.SetRate(50);
-    CScriptedPeer peer([&](int sock) {
-        SendAll(sock, FirstBlock(0, 4).substr(0, 40));
-        peer.AwaitClose(sock);
-    });
-    CTcpConnector connector;
-    connector.SetConnectTime(4000, 1);
-    const tint64 start = time.MonotonicMicroseconds();
-    EXPECT_EQ(DWORD{HLX_NETWORK_ERRORDATA}, ConnectTo(connector, "127.0.0.1", peer.Port()).error);
-    const tint64 waited = (time.MonotonicMicroseconds() - start) / 1000;
-    EXPECT_GE(waited, 4000);
-    EXPECT_LT(waited, 12000);
 }
 
 TEST(TcpConnector, FindsThePeerByEveryFormOfItsAddress) {
