@@ -250,13 +250,12 @@ TEST(FrameRing, LostEndFrameFollowsWhenThereIsRoom) {
     EXPECT_EQ(run.len, 56);
 }
 
-TEST(FrameRing, RemovalWaitsForTheReaderAndTurnsItAway) {
+TEST(FrameRing, RemovalWaitsForTheReaderTurnsItAwayAndGivesTheIdFree) {
     constexpr unsigned int ID = PLAYBACK_BUFFER_ID(9, 1);
     auto& rings = *CMultiNetDataBufferMan::Instance();
-    ASSERT_TRUE(rings.AddBuffer(ID, 65536, false));
-    EXPECT_TRUE(rings.PushData(ID, Frame(AUDIO, 4), Bytes("1234")));
-    RUN run;
-    ASSERT_TRUE(rings.GetDataBuffer(ID, run.pBuffer, run.len));
+    ASSERT_TRUE(rings.AddBuffer(ID, 65536, false) && rings.PushData(ID, Frame(AUDIO, 4), Bytes("1234")));
+    RUN old, run;
+    ASSERT_TRUE(rings.GetDataBuffer(ID, old.pBuffer, old.len));
     std::atomic<bool> bRemoved{false};
     std::thread remover([&] {
         rings.RemoveBuffer(ID);
@@ -264,13 +263,16 @@ TEST(FrameRing, RemovalWaitsForTheReaderAndTurnsItAway) {
     });
     EXPECT_FALSE(rings.WaitForData(ID, CWaitEvent::WAIT_FOREVER)) << "ended by the removal";
     EXPECT_TRUE(rings.PushData(ID, Frame(AUDIO, 4), Bytes("1234")));
-    RUN none;
-    EXPECT_FALSE(rings.GetDataBuffer(ID, none.pBuffer, none.len));
-    EXPECT_FALSE(bRemoved);
-    EXPECT_EQ(run.pBuffer[56], '1') << "still readable";
+    EXPECT_FALSE(rings.GetDataBuffer(ID, run.pBuffer, run.len));
+    EXPECT_TRUE(rings.AddBuffer(ID, 65536, false) && rings.PushData(ID, {}, nullptr));
+    EXPECT_TRUE(rings.GetDataBuffer(ID, run.pBuffer, run.len)) << "a new ring";
+    rings.ReleaseDataBuffer(ID, run.pBuffer, 65537);  // not the length that was taken
     rings.ReleaseDataBuffer(ID, run.pBuffer, run.len);
+    EXPECT_EQ(rings.GetFreeBufferSize(ID), 65536);
+    EXPECT_FALSE(bRemoved);
+    EXPECT_EQ(old.pBuffer[56], '1') << "still readable";
+    rings.Quit();
     remover.join();
-    EXPECT_FALSE(rings.WaitForData(ID, CWaitEvent::WAIT_FOREVER)) << "unknown";
 }
 
 TEST(FrameRing, ReaderIsWokenByDataByWakeReaderAndByTime) {
