@@ -30,7 +30,6 @@ public:
     int GetDeviceStatus() override { return m_bConnected ? NET_DEVICE_STATUS_CONNECTED : NET_DEVICE_STATUS_DISCONNECT; }
 
     BOOL StartLiveChannel(LONG a, BOOL b, unsigned int, unsigned int d) override { return Note("StartLive", a, b, d); }
-    BOOL RequestKeyFrame(LONG a, BOOL b, unsigned int c) override { return Note("KeyFrame", a, b, c); }
     BOOL StopLiveChannel(LONG a, BOOL b, unsigned int c) override { return Note("StopLive", a, b, c); }
 
     BOOL CapturePicture(LONG a, LONG b, char* c, DWORD d, LPDWORD e) override {
@@ -40,15 +39,8 @@ public:
         return Note("CaptureJPEGData_V2", a, c, e), Picture(d, f);
     }
 
-    BOOL SetVideoColor(LONG a, DWORD b, DWORD c, DWORD d, DWORD e) override { return Note("SetColor", a, b, c, d, e); }
     BOOL SetVideoColor_Ex(LONG a, DWORD b, DWORD c, DWORD d, DWORD e) override {
         return Note("SetColor_Ex", a, b, c, d, e);
-    }
-    BOOL SaveVideoColor(LONG a, DWORD b, DWORD c, DWORD d, DWORD e) override {
-        return Note("SaveColor", a, b, c, d, e);
-    }
-    BOOL GetVideoColor(LONG a, DWORD* b, DWORD* c, DWORD* d, DWORD* e) override {
-        return Colors(b, c, d, e), Note("GetColor", a);
     }
     BOOL GetDefaultVideoColor(DWORD* a, DWORD* b, DWORD* c, DWORD* d) override {
         return Colors(a, b, c, d), Note("GetDefaultColor");
