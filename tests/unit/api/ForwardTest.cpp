@@ -1,7 +1,5 @@
 // What of an exported call arrives at the device: the operation, the order of its arguments, the fixed ones among them.
-#include <fstream>
 #include <functional>
-#include <iterator>
 
 #include "ApiTestSupport.h"
 #include "main_utility/device/NetDeviceMan.h"
@@ -49,26 +47,23 @@ protected:
     std::atomic<bool> m_bCut{false}, m_bInCallback{false};
     std::atomic<LONG> m_caller{0};
     LONG m_user = -1;
-    char m_out[64] = {};
-    DWORD m_returned = 0;
 };
 
-TEST_F(Forward, Ptz) {
+TEST_F(Forward, PtzAndKeyFrames) {
     const LONG u = m_user;
     const POINTERHANDLE live = Play(2, HLX_MAIN_STREAM);
     CRecordingDevice::TakeNotes();
-    const PTZ_3D_POINT_INFO point{-5, 6, -7, 0};
     const DD_CRUISE_POINT_INFO points[] = {{0, 11, 1, 5}, {1, 12, 1, 5}};
     Expect({
         {"PTZ 2 1 4294967295 5 1", [&] { return HLX_PTZControl(live, PTZ_CMD_LEFT, 5); }},
         {"PTZ 2 22 0 0 1", [&] { return HLX_PTZTrack(live, PTZ_CMD_TRACK_START); }},
         {"PTZ 2 27 0 3 0", [&] { return HLX_PTZAutoScan(live, PTZ_CMD_AUTO_SCAN_START, 3, false); }},
-        {"3D 2 -5 6 -7", [&] { return HLX_PTZControl_3D(live, &point); }},
         {"PTZ 3 22 0 0 1", [&] { return HLX_PTZTrack_Other(u, 3, PTZ_CMD_TRACK_START); }},
         {"PTZ 3 27 0 3 1", [&] { return HLX_PTZAutoScan_Other(u, 3, PTZ_CMD_AUTO_SCAN_START, 3, true); }},
-        {"3D 3 -5 6 -7", [&] { return HLX_PTZControl_3D_Ex(u, 3, &point); }},
         {"SetCruise 3 7 11 1", [&] { return HLX_PTZSetCruise_Other(u, 3, 7, points, 1); }},
         {"", [&] { return HLX_PTZSetCruise_Other(u, 3, 7, points, 0); }, 0},
+        {"KeyFrame 2 0 1", [&] { return HLX_MakeKeyFrameSub(u, 2); }},
+        {"KeyFrame 2 0 3", [&] { return HLX_MakeKeyFrameEx(u, 2, HLX_FOURTH_STREAM); }},
     });
 }
 
@@ -83,22 +78,6 @@ TEST_F(Forward, Colors) {
     });
     EXPECT_TRUE(be.curValue == 1 && ce.curValue == 2 && se.curValue == 3 && he.curValue == 4);
     EXPECT_TRUE(b == 1 && c == 2 && s == 3 && h == 4);
-}
-
-TEST_F(Forward, Pictures) {
-    const LONG u = m_user;
-    const CTempDir dir;
-    const std::string file = dir.File("picture.jpg"), nowhere = dir.File("missing/picture.jpg");
-    Expect({
-        {"CapturePicture 2 6 64", [&] { return HLX_CaptureJpeg(u, 2, 6, m_out, 64, &m_returned); }},
-        {"CaptureJPEGData_V2 127.0.0.1 2 64", [&] { return HLX_CaptureJPEGData_V2(u, 2, m_out, 64, &m_returned); }},
-        {"CaptureJPEGData_V2 127.0.0.1 2 2097152", [&] { return HLX_CaptureJPEGFile_V2(u, 2, file.c_str()); }},
-        {"CaptureJPEGData_V2 127.0.0.1 2 2097152", [&] { return HLX_CaptureJPEGFile_V2(u, 2, nowhere.c_str()); }, 0},
-    });
-    EXPECT_FALSE(HLX_CaptureJPEGFile_V2(u, 2, nowhere.c_str()));
-    EXPECT_EQ(HLX_GetLastError(), DWORD{HLX_CREATEFILE_ERROR});
-    std::ifstream written(file, std::ios::binary);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(written), {}), CRecordingDevice::PICTURE);
 }
 
 TEST_F(Forward, AStreamOpenedFromACallbackDuringCleanupIsStopped) {

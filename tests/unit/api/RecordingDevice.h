@@ -30,14 +30,8 @@ public:
     int GetDeviceStatus() override { return m_bConnected ? NET_DEVICE_STATUS_CONNECTED : NET_DEVICE_STATUS_DISCONNECT; }
 
     BOOL StartLiveChannel(LONG a, BOOL b, unsigned int, unsigned int d) override { return Note("StartLive", a, b, d); }
+    BOOL RequestKeyFrame(LONG a, BOOL b, unsigned int c) override { return Note("KeyFrame", a, b, c); }
     BOOL StopLiveChannel(LONG a, BOOL b, unsigned int c) override { return Note("StopLive", a, b, c); }
-
-    BOOL CapturePicture(LONG a, LONG b, char* c, DWORD d, LPDWORD e) override {
-        return Note("CapturePicture", a, b, d), Picture(c, e);
-    }
-    BOOL CaptureJPEGData_V2(const char* a, WORD, LONG c, char* d, DWORD e, LPDWORD f) override {
-        return Note("CaptureJPEGData_V2", a, c, e), Picture(d, f);
-    }
 
     BOOL SetVideoColor_Ex(LONG a, DWORD b, DWORD c, DWORD d, DWORD e) override {
         return Note("SetColor_Ex", a, b, c, d, e);
@@ -51,13 +45,9 @@ public:
     }
 
     BOOL PTZControl(LONG a, DWORD b, DWORD c, DWORD d, BOOL e, BOOL) override { return Note("PTZ", a, b, c, d, e); }
-    BOOL PTZControl_3D(LONG a, PTZ_3D_POINT_INFO* b) override { return Note("3D", a, b->dx, b->dy, b->zoom); }
     BOOL PTZSetCruise(LONG a, BYTE b, DD_CRUISE_POINT_INFO* c, WORD d, BOOL) override {
         return Note("SetCruise", a, int{b}, c[d - 1].dwPresetIdx, d);
     }
-
-    /// What every picture of such a device is.
-    static constexpr char PICTURE[] = "JPEG";
 
 private:
     template <class... Args>
@@ -67,11 +57,6 @@ private:
         (..., (note << ' ' << args));
         std::lock_guard guard(s_lock);
         s_notes += (s_notes.empty() ? "" : "\n") + note.str();
-        return true;
-    }
-    static bool Picture(char* pBuffer, LPDWORD pReturned) {
-        *pReturned = 4;
-        std::copy_n(PICTURE, *pReturned, pBuffer);
         return true;
     }
     static void Colors(DWORD* pBrightness, DWORD* pContrast, DWORD* pSaturation, DWORD* pHue) {

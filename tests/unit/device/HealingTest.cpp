@@ -212,15 +212,6 @@ TEST_F(AutoRegister, ASilentCallerDoesNotHoldUpTheStop) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
 }
 
-TEST_F(AutoRegister, SilentCallersHoldUpNobody) {
-    m_man.SetConnectTime(60000, 1);
-    Listen();
-    for (int silent = 0; silent < 3; ++silent) EXPECT_TRUE(Connect());
-    EXPECT_TRUE(CallIn(4711));
-    EXPECT_TRUE(WaitUntil([&] { return Known() == 1; }));
-    m_man.SetConnectTime(5000, 1);
-}
-
 TEST_F(AutoRegister, ALoginWithoutMemoryLeavesNothingAndTheNextCallerIsServed) {
     Listen();
     CTestDevice::s_login = [](CTestDevice&) -> BOOL {

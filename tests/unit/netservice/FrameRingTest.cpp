@@ -274,19 +274,3 @@ TEST(FrameRing, RemovalWaitsForTheReaderTurnsItAwayAndGivesTheIdFree) {
     rings.Quit();
     remover.join();
 }
-
-TEST(FrameRing, ReaderIsWokenByDataByWakeReaderAndByTime) {
-    constexpr unsigned int ID = PLAYBACK_BUFFER_ID(9, 2);
-    auto& rings = *CMultiNetDataBufferMan::Instance();
-    CMovedTime time;
-    ASSERT_TRUE(rings.AddBuffer(ID, 65536, false));
-    rings.WakeReader(ID);
-    EXPECT_FALSE(rings.WaitForData(ID, CWaitEvent::WAIT_FOREVER)) << "woken before it slept";
-    time.SetRate(1000);
-    EXPECT_FALSE(rings.WaitForData(ID, 60000));
-    time.SetRate(1);
-    std::thread producer([&] { rings.PushData(ID, Frame(AUDIO, 4), Bytes("1234")); });
-    EXPECT_TRUE(rings.WaitForData(ID, CWaitEvent::WAIT_FOREVER));
-    producer.join();
-    rings.RemoveBuffer(ID);
-}

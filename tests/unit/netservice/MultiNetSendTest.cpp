@@ -20,21 +20,6 @@ size_t FillSocket(CSWL_MultiNetComm& engine, int deviceID) {
 
 }  // namespace
 
-TEST_F(MultiNetSend, FramesOrLeavesAsItIs) {
-    const int peer = AddManual();
-    EXPECT_EQ(m_engine.SendData(LINK, "framed", 6, false, false), 0);
-    EXPECT_EQ(m_engine.SendData(LINK, "raw", 3, false, true), 0);
-    EXPECT_EQ(Read(peer, 17), Framed("framed") + "raw");
-    EXPECT_EQ(m_engine.SendDataSync(LINK, "sync", 4, true), 4);
-    EXPECT_EQ(Read(peer, 4), "sync");
-    EXPECT_EQ(m_engine.SendData(LINK, "x", -1, true, false), -1);
-    EXPECT_EQ(m_engine.SendData(LINK, nullptr, 1, true, false), -1);
-    EXPECT_EQ(m_engine.SendData(99, "x", 1, true, false), -1);
-    EXPECT_EQ(m_engine.SendBuff(99, "x", 1, true, 0), -2);
-    EXPECT_EQ(m_engine.SendDataSync(99, "x", 1, true), -2);
-    EXPECT_EQ(m_engine.SendDataSync(LINK, nullptr, 1, true), -1);
-}
-
 TEST_F(MultiNetSend, LargeMessageRaisesTheLimit) {
     const int peer = AddManual();
     m_engine.SetBufferMaxLen(LINK, 100);

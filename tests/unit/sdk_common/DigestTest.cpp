@@ -99,18 +99,14 @@ TEST(Base64, PublishedVectorsBothWays) {
         EXPECT_EQ(base64.Decode(pWrong, static_cast<int>(std::string(pWrong).size()), out, 16), -1) << pWrong;
     EXPECT_EQ(base64.Decode("Zm\0v", 4, out, 16), -1);
     EXPECT_EQ(base64.Decode("Zm9v", 4, out, 2), -1);
-}
-
-TEST(Base64, LinesBreakAndJoin) {
-    CBase64 base64;
-    base64.SetLineMaxLen(4);
+    CBase64 lines;
+    lines.SetLineMaxLen(4);
     char text[32];
-    EXPECT_EQ(base64.Encode("foobarfo", 8, text, sizeof(text)), 16);
+    EXPECT_EQ(lines.Encode("foobarfo", 8, text, 16), -1);
+    EXPECT_EQ(lines.Encode("foobarfo", 8, text, sizeof(text)), 16);
     EXPECT_STREQ(text, "Zm9v\r\nYmFy\r\nZm8=");
-    EXPECT_EQ(base64.Encode("foobarfo", 8, text, 16), -1);
-    char plain[9] = {};
-    EXPECT_EQ(base64.Decode("Zm9v\r\n YmFy\tZm8=\n", 17, plain, 8), 8);
-    EXPECT_STREQ(plain, "foobarfo");
+    EXPECT_EQ(base64.Decode("Zm9v\r\n YmFy\tZm8=\n", 17, out, 8), 8);
+    EXPECT_EQ(std::string(out, 8), "foobarfo");
 }
 
 TEST(DataEncryption, StandardBlockAndItsChecksum) {
@@ -129,38 +125,39 @@ TEST(DataEncryption, StandardBlockAndItsChecksum) {
     EXPECT_EQ(std::string(back, 16), plain);
 }
 
-TEST(DataEncryption, CommandsArePaddedToWholeBlocks) {
-    for (const auto& [length, padded] : {std::pair{1, 16}, {15, 16}, {16, 16}, {17, 32}, {32, 32}, {1000, 1008}}) {
-        const std::string plain(static_cast<size_t>(length), 'x');
-        std::vector<char> cipher(static_cast<size_t>(padded));
-        int small = padded - 1;
-        EXPECT_FALSE(CDataEncryption::EncryptCmdData(plain.data(), length, KEY, cipher.data(), small));
-        int room = padded;
-        ASSERT_TRUE(CDataEncryption::EncryptCmdData(plain.data(), length, KEY, cipher.data(), room));
-        EXPECT_EQ(room, padded);
-        std::string back(static_cast<size_t>(padded), '?');
-        ASSERT_TRUE(CDataEncryption::DecryptCmdData(cipher.data(), padded, KEY, back.data(), room));
-        EXPECT_EQ(back, plain + std::string(static_cast<size_t>(padded - length), '\0'));
-    }
-}
-
-TEST(DataEncryption, WrongKeysAndLengthsAreRefused) {
-    const std::string data(64, 'x');
-    char out[64];
+TEST(DataEncryption, CommandsArePaddedToWholeBlocksAndWrongKeysAndLengthsRefused) {
+    const std::string data(1008, 'x'), longKey = std::string(KEY) + "00";
+    std::vector<char> out(1008);
     const struct {
         const char* pKey;
-        int length;
-    } rows[] = {{nullptr, 16}, {"", 16}, {"00", 16}, {"000102030405060708090a0b0c0d0e0g", 16}, {KEY, 0}, {KEY, -16}};
+        int length, padded;  // 0 for what is refused
+    } rows[] = {{KEY, 1, 16},
+                {KEY, 16, 16},
+                {KEY, 17, 32},
+                {KEY, 1000, 1008},
+                {nullptr, 16, 0},
+                {"", 16, 0},
+                {"00", 16, 0},
+                {longKey.c_str(), 16, 0},
+                {KEY, 0, 0},
+                {KEY, -16, 0},
+                {"000102030405060708090a0b0c0d0e0g", 16, 0}};
     for (const auto& row : rows) {
-        int room = sizeof(out);
-        EXPECT_FALSE(CDataEncryption::EncryptCmdData(data.data(), row.length, row.pKey, out, room));
-        EXPECT_FALSE(CDataEncryption::DecryptCmdData(data.data(), row.length, row.pKey, out, room));
+        int room = row.padded - 1;
+        EXPECT_FALSE(CDataEncryption::EncryptCmdData(data.data(), row.length, row.pKey, out.data(), room));
+        room = row.padded ? row.padded : 1008;
+        EXPECT_EQ(CDataEncryption::EncryptCmdData(data.data(), row.length, row.pKey, out.data(), room), row.padded > 0);
+        EXPECT_TRUE(!row.padded || room == row.padded);
+        std::string back(1008, '?');
+        const int length = row.padded ? row.padded : row.length;
+        EXPECT_EQ(CDataEncryption::DecryptCmdData(out.data(), length, row.pKey, back.data(), room), row.padded > 0);
+        back.resize(static_cast<size_t>(row.padded));
+        const std::string plain = data.substr(0, static_cast<size_t>(std::max(row.length, 0)));
+        EXPECT_TRUE(!row.padded || back == plain + std::string(back.size() - plain.size(), '\0')) << row.length;
     }
-    int room = sizeof(out);
-    const std::string longKey = std::string(KEY) + "00";
-    EXPECT_FALSE(CDataEncryption::EncryptCmdData(data.data(), 16, longKey.c_str(), out, room));
-    EXPECT_FALSE(CDataEncryption::DecryptCmdData(data.data(), 17, KEY, out, room));
-    EXPECT_FALSE(CDataEncryption::DecryptDataWithKey(data.data(), 15, 0, KEY, out));
+    int room = 1008;
+    EXPECT_FALSE(CDataEncryption::DecryptCmdData(data.data(), 17, KEY, out.data(), room));
+    EXPECT_FALSE(CDataEncryption::DecryptDataWithKey(data.data(), 15, 0, KEY, out.data()));
 }
 
 }  // namespace
