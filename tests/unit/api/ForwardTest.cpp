@@ -49,7 +49,7 @@ protected:
     LONG m_user = -1;
 };
 
-TEST_F(Forward, PtzAndKeyFrames) {
+TEST_F(Forward, OrderOfArguments) {
     const LONG u = m_user;
     const POINTERHANDLE live = Play(2, HLX_MAIN_STREAM);
     CRecordingDevice::TakeNotes();
@@ -62,22 +62,10 @@ TEST_F(Forward, PtzAndKeyFrames) {
         {"PTZ 3 27 0 3 1", [&] { return HLX_PTZAutoScan_Other(u, 3, PTZ_CMD_AUTO_SCAN_START, 3, true); }},
         {"SetCruise 3 7 11 1", [&] { return HLX_PTZSetCruise_Other(u, 3, 7, points, 1); }},
         {"", [&] { return HLX_PTZSetCruise_Other(u, 3, 7, points, 0); }, 0},
+        {"SetColor_Ex 2 10 20 30 40", [&] { return HLX_SetVideoEffect_Ex(u, 2, 10, 20, 30, 40); }},
         {"KeyFrame 2 0 1", [&] { return HLX_MakeKeyFrameSub(u, 2); }},
         {"KeyFrame 2 0 3", [&] { return HLX_MakeKeyFrameEx(u, 2, HLX_FOURTH_STREAM); }},
     });
-}
-
-TEST_F(Forward, Colors) {
-    const LONG u = m_user;
-    DWORD b = 0, c = 0, s = 0, h = 0;
-    HLX_IMAGE_EFFECT_T be{}, ce{}, se{}, he{};
-    Expect({
-        {"SetColor_Ex 2 10 20 30 40", [&] { return HLX_SetVideoEffect_Ex(u, 2, 10, 20, 30, 40); }},
-        {"GetColor_Ex 2", [&] { return HLX_GetVideoEffect_Ex(u, 2, &be, &ce, &se, &he); }},
-        {"GetDefaultColor", [&] { return HLX_GetDefaultVideoEffect(u, &b, &c, &s, &h); }},
-    });
-    EXPECT_TRUE(be.curValue == 1 && ce.curValue == 2 && se.curValue == 3 && he.curValue == 4);
-    EXPECT_TRUE(b == 1 && c == 2 && s == 3 && h == 4);
 }
 
 TEST_F(Forward, AStreamOpenedFromACallbackDuringCleanupIsStopped) {

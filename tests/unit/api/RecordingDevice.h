@@ -36,14 +36,6 @@ public:
     BOOL SetVideoColor_Ex(LONG a, DWORD b, DWORD c, DWORD d, DWORD e) override {
         return Note("SetColor_Ex", a, b, c, d, e);
     }
-    BOOL GetDefaultVideoColor(DWORD* a, DWORD* b, DWORD* c, DWORD* d) override {
-        return Colors(a, b, c, d), Note("GetDefaultColor");
-    }
-    BOOL GetVideoColor_Ex(LONG a, HLX_IMAGE_EFFECT_T* b, HLX_IMAGE_EFFECT_T* c, HLX_IMAGE_EFFECT_T* d,
-                          HLX_IMAGE_EFFECT_T* e) override {
-        return Colors(&b->curValue, &c->curValue, &d->curValue, &e->curValue), Note("GetColor_Ex", a);
-    }
-
     BOOL PTZControl(LONG a, DWORD b, DWORD c, DWORD d, BOOL e, BOOL) override { return Note("PTZ", a, b, c, d, e); }
     BOOL PTZSetCruise(LONG a, BYTE b, DD_CRUISE_POINT_INFO* c, WORD d, BOOL) override {
         return Note("SetCruise", a, int{b}, c[d - 1].dwPresetIdx, d);
@@ -59,13 +51,6 @@ private:
         s_notes += (s_notes.empty() ? "" : "\n") + note.str();
         return true;
     }
-    static void Colors(DWORD* pBrightness, DWORD* pContrast, DWORD* pSaturation, DWORD* pHue) {
-        *pBrightness = 1;
-        *pContrast = 2;
-        *pSaturation = 3;
-        *pHue = 4;
-    }
-
     static inline std::mutex s_lock;
     static inline std::string s_notes;
     std::atomic<bool> m_bConnected{false};

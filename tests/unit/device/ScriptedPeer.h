@@ -47,7 +47,6 @@ public:
 
     bool Bound() const { return m_bBound; }
     unsigned short Port() const { return m_port; }
-    bool Ending() const { return m_bEnd; }
 
     /// Blocks until the other side has closed, the peer ends or `enough` says so.
     void AwaitClose(

@@ -89,44 +89,32 @@ TEST(Connect, WaitIsBoundedAndEndedByDestroy) {
     EXPECT_EQ(results, 1);
 }
 
-TEST(Connect, CallbackMayDestroyItsObject) {
-    ACCEPTED accepted;
-    CSWL_ListenProcEx listener(ACCEPTED::OnAccept, &accepted);
-    ASSERT_EQ(listener.StartListen(0), CSWL_ListenProcEx::LISTEN_OK);
-    struct TRY {
-        CSWL_ConnectProcEx* pConnect;
-        std::promise<SWL_socket_t> result;
-    } attempt{CSWL_ConnectProcEx::NewConnectProc("127.0.0.1", listener.GetListenPort()), {}};
-    const auto onConnect = [](SWL_socket_t sock, void* pParam, void*) {
-        auto& self = *static_cast<TRY*>(pParam);
-        self.pConnect->Destroy();
-        self.result.set_value(sock);
-        return 0;
-    };
-    const int threads = ThreadCount();
-    ASSERT_TRUE(attempt.pConnect->ConnectAsynEx(onConnect, &attempt, 5000));
-    const SWL_socket_t sock = attempt.result.get_future().get();
-    EXPECT_GE(sock, 0);
-    SWL_CloseSocket(sock);
-    EXPECT_TRUE(WaitUntil([&] { return ThreadCount() <= threads + 1; }));  // one may be the thread that joins others
-}
-
-TEST(Connect, CallbackMayTryAgainWhileItsObjectIsDestroyed) {
+TEST(Connect, CallbackMayDestroyItsObjectOrTryAgainWhileItIsDestroyed) {
     ACCEPTED accepted;
     CSWL_ListenProcEx listener(ACCEPTED::OnAccept, &accepted);
     ASSERT_EQ(listener.StartListen(0), CSWL_ListenProcEx::LISTEN_OK);
     static CSWL_ConnectProcEx* pConnect = nullptr;
     static std::atomic<bool> bInCallback{false};
-    pConnect = CSWL_ConnectProcEx::NewConnectProc("127.0.0.1", listener.GetListenPort());
+    static bool bDestroys = false;
     const auto onConnect = [](SWL_socket_t sock, void*, void*) {
+        EXPECT_NE(sock, SWL_INVALID_SOCKET);
+        if (bDestroys) pConnect->Destroy();
         bInCallback = true;
+        if (bDestroys) return SWL_CloseSocket(sock);
         for (; sock != SWL_INVALID_SOCKET; sock = pConnect->ConnectSynEx(5000)) SWL_CloseSocket(sock);  // not any more
         EXPECT_FALSE(pConnect->ConnectAsynEx(nullptr, nullptr, 1000));
         return 0;
     };
-    ASSERT_TRUE(pConnect->ConnectAsynEx(onConnect, nullptr, 5000));
-    EXPECT_TRUE(WaitUntil([&] { return bInCallback.load(); }));
-    pConnect->Destroy();
+    const int threads = ThreadCount();
+    for (const bool bRow : {false, true}) {
+        bDestroys = bRow;
+        bInCallback = false;
+        pConnect = CSWL_ConnectProcEx::NewConnectProc("127.0.0.1", listener.GetListenPort());
+        ASSERT_TRUE(pConnect->ConnectAsynEx(onConnect, nullptr, 5000));
+        EXPECT_TRUE(WaitUntil([&] { return bInCallback.load(); }));
+        if (!bDestroys) pConnect->Destroy();
+    }
+    EXPECT_TRUE(WaitUntil([&] { return ThreadCount() <= threads + 1; }));  // one may be the thread that joins others
 }
 
 TEST(Listen, PortInUseIsTriedForTwoMinutesOrUntilStopped) {

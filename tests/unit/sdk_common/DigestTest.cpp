@@ -125,39 +125,35 @@ TEST(DataEncryption, StandardBlockAndItsChecksum) {
     EXPECT_EQ(std::string(back, 16), plain);
 }
 
-TEST(DataEncryption, CommandsArePaddedToWholeBlocksAndWrongKeysAndLengthsRefused) {
-    const std::string data(1008, 'x'), longKey = std::string(KEY) + "00";
-    std::vector<char> out(1008);
-    const struct {
-        const char* pKey;
-        int length, padded;  // 0 for what is refused
-    } rows[] = {{KEY, 1, 16},
-                {KEY, 16, 16},
-                {KEY, 17, 32},
-                {KEY, 1000, 1008},
-                {nullptr, 16, 0},
-                {"", 16, 0},
-                {"00", 16, 0},
-                {longKey.c_str(), 16, 0},
-                {KEY, 0, 0},
-                {KEY, -16, 0},
-                {"000102030405060708090a0b0c0d0e0g", 16, 0}};
-    for (const auto& row : rows) {
-        int room = row.padded - 1;
-        EXPECT_FALSE(CDataEncryption::EncryptCmdData(data.data(), row.length, row.pKey, out.data(), room));
-        room = row.padded ? row.padded : 1008;
-        EXPECT_EQ(CDataEncryption::EncryptCmdData(data.data(), row.length, row.pKey, out.data(), room), row.padded > 0);
-        EXPECT_TRUE(!row.padded || room == row.padded);
-        std::string back(1008, '?');
-        const int length = row.padded ? row.padded : row.length;
-        EXPECT_EQ(CDataEncryption::DecryptCmdData(out.data(), length, row.pKey, back.data(), room), row.padded > 0);
-        back.resize(static_cast<size_t>(row.padded));
-        const std::string plain = data.substr(0, static_cast<size_t>(std::max(row.length, 0)));
-        EXPECT_TRUE(!row.padded || back == plain + std::string(back.size() - plain.size(), '\0')) << row.length;
+TEST(DataEncryption, CommandsArePaddedToWholeBlocks) {
+    for (const auto& [length, padded] : {std::pair{1, 16}, {16, 16}, {17, 32}, {1000, 1008}}) {
+        const std::string plain(static_cast<size_t>(length), 'x');
+        std::string cipher(static_cast<size_t>(padded), '?'), back = cipher;
+        int room = padded - 1;
+        EXPECT_FALSE(CDataEncryption::EncryptCmdData(plain.data(), length, KEY, cipher.data(), room));
+        room = padded;
+        ASSERT_TRUE(CDataEncryption::EncryptCmdData(plain.data(), length, KEY, cipher.data(), room));
+        EXPECT_EQ(room, padded);
+        ASSERT_TRUE(CDataEncryption::DecryptCmdData(cipher.data(), padded, KEY, back.data(), room));
+        EXPECT_EQ(back, plain + std::string(static_cast<size_t>(padded - length), '\0'));
     }
-    int room = 1008;
-    EXPECT_FALSE(CDataEncryption::DecryptCmdData(data.data(), 17, KEY, out.data(), room));
-    EXPECT_FALSE(CDataEncryption::DecryptDataWithKey(data.data(), 15, 0, KEY, out.data()));
+}
+
+TEST(DataEncryption, WrongKeysAndLengthsAreRefused) {
+    const std::string longKey = std::string(KEY) + "00";
+    char out[64] = {};
+    const auto expectRefused = [&](const char* pKey, int length) {
+        int room = sizeof(out);
+        EXPECT_FALSE(CDataEncryption::EncryptCmdData(out, length, pKey, out, room)) << length;
+        EXPECT_FALSE(CDataEncryption::DecryptCmdData(out, length, pKey, out, room)) << length;
+    };
+    for (const char* pKey :
+         {static_cast<const char*>(nullptr), "", "00", "000102030405060708090a0b0c0d0e0g", longKey.c_str()})
+        expectRefused(pKey, 16);
+    for (const int length : {0, -16}) expectRefused(KEY, length);
+    int room = sizeof(out);
+    EXPECT_FALSE(CDataEncryption::DecryptCmdData(out, 17, KEY, out, room));
+    EXPECT_FALSE(CDataEncryption::DecryptDataWithKey(out, 15, 0, KEY, out));
 }
 
 }  // namespace
