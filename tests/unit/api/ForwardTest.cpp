@@ -87,18 +87,14 @@ TEST_F(Forward, AStreamOpenedFromACallbackDuringCleanupIsStopped) {
 /// The session of a device that called in is gone with its link, but what the application had open on it is not.
 TEST_F(Forward, LogoutFreesTheStreamsOfASessionThatIsGone) {
     REG_LOGIN_INFO known{};
-    const int sock = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(CScriptedPeer([](int) {}).Port());  // free again by now
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const unsigned short port = CScriptedPeer([](int) {}).Port();  // free again by now
     HLX_SetRegisterCallback(
         [](LONG id, LONG, LPHLX_DEVICEINFO, void* pUser) { *static_cast<std::atomic<LONG>*>(pUser) = id; }, &m_caller);
     HLX_SetSDKMessageCallBack(
         0, nullptr, [](DWORD, LONG, LONG, void* pUser) { *static_cast<std::atomic<bool>*>(pUser) = true; },
         &m_bInCallback);
-    EXPECT_TRUE(HLX_SetRegisterPort(ntohs(address.sin_port), &known, 1));
-    ASSERT_EQ(connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    EXPECT_TRUE(HLX_SetRegisterPort(port, &known, 1));
+    const int sock = ConnectLoopback(port);
     SendAll(sock, FirstBlock(0, 4));
     EXPECT_TRUE(WaitUntil([&] { return m_caller > 0; }));
     const HLX_CLIENTINFO client{0, HLX_MAIN_STREAM, nullptr, 0};

@@ -1,5 +1,3 @@
-#include <arpa/inet.h>
-
 #include <algorithm>
 #include <mutex>
 #include <set>
@@ -144,12 +142,8 @@ protected:
         return true;
     }
     bool Connect() {
-        m_socks.push_back(socket(AF_INET, SOCK_STREAM, 0));
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(m_port);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        return connect(m_socks.back(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
+        m_socks.push_back(ConnectLoopback(m_port));
+        return m_socks.back() != -1;
     }
     void Listen() {
         REG_LOGIN_INFO known{};
@@ -173,7 +167,7 @@ protected:
 
     std::atomic<LONG> m_known{0}, m_unknown{0};  // the last user id that was told
     std::atomic<int> m_calls{0};                 // of the register callback, those that have returned
-    CSharedFunction<std::function<void(LONG)>> m_onRegister;
+    CShared<std::function<void(LONG)>> m_onRegister;
     unsigned short m_port = 0;
     std::vector<int> m_socks;
 };

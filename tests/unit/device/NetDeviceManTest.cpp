@@ -10,7 +10,7 @@ TEST_F(NetDeviceMan, TellsTheFamilyAndRefusesTheOthers) {
         tuint32 dwDevType, dwProtocolVer;
     } const refused[] = {{0, 4000000001U}, {0, 0xFFFFFFFF}, {1, 3}, {2, 3}, {2, 4}, {3, 0}, {4, 4}, {0xFFFFFFFF, 4}};
     for (const auto& row : refused) {
-        SetBlock(FirstBlock(row.dwDevType, row.dwProtocolVer));
+        m_block = FirstBlock(row.dwDevType, row.dwProtocolVer);
         EXPECT_EQ(-1, Login()) << row.dwDevType;
         EXPECT_EQ(DWORD{HLX_VERSION_NOMATCH}, LastError()) << row.dwDevType << " " << row.dwProtocolVer;
     }
@@ -149,7 +149,7 @@ TEST_F(NetDeviceMan, TheLogTellsTheStoryWithoutSecrets) {
     std::string block = FirstBlock(77, 1);
     std::memcpy(&block[28], &encryptParam, 4);
     std::memcpy(&block[45], "\xEF\xCD\xAB", 3);
-    SetBlock(block);
+    m_block = block;
     const LONG id = Login();
     CTestDevice::s_login = [](CTestDevice&) { return Failure(HLX_PASSWORD_ERROR); };
     EXPECT_EQ(-1, Login());
