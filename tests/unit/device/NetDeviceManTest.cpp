@@ -58,13 +58,18 @@ TEST_F(NetDeviceMan, LogoutTakesTheFurtherSessionsAlong) {
     EXPECT_TRUE(WaitUntil([&] { return m_links == 1; }));
 }
 
-TEST_F(NetDeviceMan, AFurtherSessionWhoseParentLeavesDuringItsLoginIsDropped) {
+TEST_F(NetDeviceMan, ALoginWhoseParentLeavesOrWithoutMemoryLeavesNothing) {
     const LONG parent = Login();
     CTestDevice::s_login = [&](CTestDevice&) { return m_man.RemoveDevice(parent); };
-    EXPECT_EQ(-1, Login(HLX_CONNECT_TCP, parent));
-    EXPECT_EQ(DWORD{HLX_NETWORK_NOT_CONNECT}, LastError());
-    EXPECT_EQ(0, CTestDevice::s_alive);
-    EXPECT_TRUE(WaitUntil([&] { return m_links == 0; }));
+    const auto expectNothing = [&](LONG lParent, DWORD error) {
+        EXPECT_EQ(-1, Login(HLX_CONNECT_TCP, lParent));
+        EXPECT_EQ(error, LastError());
+        EXPECT_EQ(0, CTestDevice::s_alive);
+        EXPECT_TRUE(WaitUntil([&] { return m_links == 0; }));
+    };
+    expectNothing(parent, HLX_NETWORK_NOT_CONNECT);
+    CTestDevice::s_login = [](CTestDevice&) -> BOOL { throw std::bad_alloc(); };
+    expectNothing(0, HLX_ALLOC_RESOURCE_ERROR);
 }
 
 TEST_F(NetDeviceMan, ASessionIsNotKnownBeforeItsFirstLoginSucceeds) {
@@ -78,14 +83,6 @@ TEST_F(NetDeviceMan, ASessionIsNotKnownBeforeItsFirstLoginSucceeds) {
     EXPECT_FALSE(bRemoved);
     EXPECT_TRUE(m_man.RemoveDevice(id));
     EXPECT_FALSE(m_man.RemoveDevice(id));
-}
-
-TEST_F(NetDeviceMan, ALoginWithoutMemoryLeavesNothing) {
-    CTestDevice::s_login = [](CTestDevice&) -> BOOL { throw std::bad_alloc(); };
-    EXPECT_EQ(-1, Login());
-    EXPECT_EQ(DWORD{HLX_ALLOC_RESOURCE_ERROR}, LastError());
-    EXPECT_EQ(0, CTestDevice::s_alive);
-    EXPECT_TRUE(WaitUntil([&] { return m_links == 0; }));
 }
 
 TEST_F(NetDeviceMan, TheEndLogsOutWhatStands) {
