@@ -33,39 +33,13 @@ public:
     BOOL RequestKeyFrame(LONG a, BOOL b, unsigned int c) override { return Note("KeyFrame", a, b, c); }
     BOOL StopLiveChannel(LONG a, BOOL b, unsigned int c) override { return Note("StopLive", a, b, c); }
 
-    BOOL CapturePicture(LONG a, LONG b, char* c, DWORD d, LPDWORD e) override {
-        return Note("CapturePicture", a, b, d), Picture(c, e);
-    }
-    BOOL CaptureJPEGData_V2(const char* a, WORD, LONG c, char* d, DWORD e, LPDWORD f) override {
-        return Note("CaptureJPEGData_V2", a, c, e), Picture(d, f);
-    }
-
-    BOOL SetVideoColor(LONG a, DWORD b, DWORD c, DWORD d, DWORD e) override { return Note("SetColor", a, b, c, d, e); }
     BOOL SetVideoColor_Ex(LONG a, DWORD b, DWORD c, DWORD d, DWORD e) override {
         return Note("SetColor_Ex", a, b, c, d, e);
     }
-    BOOL SaveVideoColor(LONG a, DWORD b, DWORD c, DWORD d, DWORD e) override {
-        return Note("SaveColor", a, b, c, d, e);
-    }
-    BOOL GetVideoColor(LONG a, DWORD* b, DWORD* c, DWORD* d, DWORD* e) override {
-        return Colors(b, c, d, e), Note("GetColor", a);
-    }
-    BOOL GetDefaultVideoColor(DWORD* a, DWORD* b, DWORD* c, DWORD* d) override {
-        return Colors(a, b, c, d), Note("GetDefaultColor");
-    }
-    BOOL GetVideoColor_Ex(LONG a, HLX_IMAGE_EFFECT_T* b, HLX_IMAGE_EFFECT_T* c, HLX_IMAGE_EFFECT_T* d,
-                          HLX_IMAGE_EFFECT_T* e) override {
-        return Colors(&b->curValue, &c->curValue, &d->curValue, &e->curValue), Note("GetColor_Ex", a);
-    }
-
     BOOL PTZControl(LONG a, DWORD b, DWORD c, DWORD d, BOOL e, BOOL) override { return Note("PTZ", a, b, c, d, e); }
-    BOOL PTZControl_3D(LONG a, PTZ_3D_POINT_INFO* b) override { return Note("3D", a, b->dx, b->dy, b->zoom); }
     BOOL PTZSetCruise(LONG a, BYTE b, DD_CRUISE_POINT_INFO* c, WORD d, BOOL) override {
         return Note("SetCruise", a, int{b}, c[d - 1].dwPresetIdx, d);
     }
-
-    /// What every picture of such a device is.
-    static constexpr char PICTURE[] = "JPEG";
 
 private:
     template <class... Args>
@@ -77,18 +51,6 @@ private:
         s_notes += (s_notes.empty() ? "" : "\n") + note.str();
         return true;
     }
-    static bool Picture(char* pBuffer, LPDWORD pReturned) {
-        *pReturned = 4;
-        std::copy_n(PICTURE, *pReturned, pBuffer);
-        return true;
-    }
-    static void Colors(DWORD* pBrightness, DWORD* pContrast, DWORD* pSaturation, DWORD* pHue) {
-        *pBrightness = 1;
-        *pContrast = 2;
-        *pSaturation = 3;
-        *pHue = 4;
-    }
-
     static inline std::mutex s_lock;
     static inline std::string s_notes;
     std::atomic<bool> m_bConnected{false};

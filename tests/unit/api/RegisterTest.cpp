@@ -20,25 +20,14 @@ TEST(RegisterCallbacks, BothGetTheValueOfTheFirst) {
     TOLD known, unknown;
     HLX_DEVICEINFO info{};
     CSDKImpl::AcceptUnRegisterProc(5, 50, &info, &root);  // nobody to tell yet
-    EXPECT_TRUE(root.Playback().HasDevice(5));
     root.SetRegisterCallback(Tell, &known);
     root.SetUnRegisterCallback(Tell, &unknown);
-
     CSDKImpl::AcceptRegisterProc(3, 30, &info, &root);
-    EXPECT_EQ(known.lUserID, 3);
-    EXPECT_EQ(known.lRegisterID, 30);
-    EXPECT_EQ(known.pInfo, &info);
-    EXPECT_TRUE(root.Playback().HasDevice(3));
-
+    EXPECT_TRUE(known.lUserID == 3 && known.lRegisterID == 30 && known.pInfo == &info);
     CSDKImpl::AcceptUnRegisterProc(4, 40, &info, &root);
-    EXPECT_EQ(known.lUserID, 4);
-    EXPECT_EQ(known.lRegisterID, 40);
-    EXPECT_EQ(unknown.lUserID, 0);
-    EXPECT_TRUE(root.Playback().HasDevice(4));
-
+    EXPECT_TRUE(known.lUserID == 4 && known.lRegisterID == 40 && unknown.lUserID == 0);
     root.Playback().RemoveDevice(3);
-    EXPECT_FALSE(root.Playback().HasDevice(3));
-    EXPECT_TRUE(root.Playback().HasDevice(4));
+    for (const LONG id : {3, 4, 5}) EXPECT_EQ(root.Playback().HasDevice(id), id != 3);
 }
 
 }  // namespace

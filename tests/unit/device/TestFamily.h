@@ -13,23 +13,24 @@
 #include "support/MovedTime.h"
 #include "support/TestSupport.h"
 
-/// A function that the test sets while threads of the library call it.
-template <class Function>
-class CSharedFunction {
+/// What the test sets while threads of the library use it.
+template <class Value>
+class CShared {
 public:
-    CSharedFunction& operator=(Function body) {
+    CShared(Value value = {}) : m_value(std::move(value)) {}
+    CShared& operator=(Value value) {
         std::lock_guard guard(m_lock);
-        m_body = std::move(body);
+        m_value = std::move(value);
         return *this;
     }
-    Function Get() {
+    Value Get() {
         std::lock_guard guard(m_lock);
-        return m_body;
+        return m_value;
     }
 
 private:
     std::mutex m_lock;
-    Function m_body;  // m_lock
+    Value m_value;  // m_lock
 };
 
 /// A device family for these tests: its login does what the test says, and it counts its objects.
@@ -83,8 +84,8 @@ public:
     static inline std::atomic<int> s_alive{0};
     static inline std::atomic<int> s_logouts{0};
     static inline std::atomic<int> s_lateModes{0};  // told to be called-in when messages could reach them already
-    static inline CSharedFunction<LoginBody> s_login;
-    static inline CSharedFunction<std::function<std::string()>> s_message;  // the next one, "" for none
+    static inline CShared<LoginBody> s_login;
+    static inline CShared<std::function<std::string()>> s_message;  // the next one, "" for none
 
 private:
     std::atomic<bool> m_bConnected{false};
@@ -121,18 +122,7 @@ protected:
     static DWORD LastError() { return CThreadState::Instance()->GetLastError(); }
 
     CNetDeviceMan& m_man = *CNetDeviceMan::Instance();
-    /// What the device sends first on links from now on.
-    void SetBlock(const std::string& block) {
-        std::lock_guard guard(m_blockLock);
-        m_block = block;
-    }
-    std::string Block() {
-        std::lock_guard guard(m_blockLock);
-        return m_block;
-    }
-
-    std::mutex m_blockLock;
-    std::string m_block = FirstBlock(77, 1);  // m_blockLock
+    CShared<std::string> m_block{FirstBlock(77, 1)};  // what the device sends first on links from now on
     std::atomic<int> m_links{0};
     std::atomic<int> m_accepted{0};
     std::atomic<int> m_cuts{0};  // each rise makes the peer drop the links that stand
@@ -140,7 +130,7 @@ protected:
         ++m_links;
         ++m_accepted;
         const int cuts = m_cuts;
-        SendAll(sock, Block());
+        SendAll(sock, m_block.Get());
         m_peer.AwaitClose(sock, [&] { return m_cuts != cuts; });
         --m_links;
     }};

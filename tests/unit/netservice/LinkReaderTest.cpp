@@ -67,17 +67,6 @@ TEST(LinkReader, GivesTheSameMessagesHoweverTheStreamIsCut) {
     }
 }
 
-TEST(LinkReader, TruncatedStreamGivesOnlyWholeMessages) {
-    const std::string stream = Framed("one") + PackedFrame("two") + Framed("three");
-    const size_t ends[] = {Framed("one").size(), (Framed("one") + PackedFrame("two")).size(), stream.size()};
-    for (size_t size = 0; size <= stream.size(); ++size) {
-        const READ_RESULT result = ReadInPieces(stream.substr(0, size), [] { return 1000; });
-        const auto whole = static_cast<size_t>(std::count_if(ends, ends + 3, [&](size_t end) { return end <= size; }));
-        EXPECT_EQ(result.messages.size(), whole) << size;
-        EXPECT_FALSE(result.bBroken) << size;
-    }
-}
-
 TEST(LinkReader, SenselessPackedLengthBreaks) {
     for (const tint32 length : {-1, INT32_MIN, INT32_MAX, INT32_MAX - 27}) {
         for (const size_t piece : {1, 1000}) {

@@ -20,27 +20,12 @@ size_t FillSocket(CSWL_MultiNetComm& engine, int deviceID) {
 
 }  // namespace
 
-TEST_F(MultiNetSend, FramesOrLeavesAsItIs) {
-    const int peer = AddManual();
-    EXPECT_EQ(m_engine.SendData(LINK, "framed", 6, false, false), 0);
-    EXPECT_EQ(m_engine.SendData(LINK, "raw", 3, false, true), 0);
-    EXPECT_EQ(Read(peer, 17), Framed("framed") + "raw");
-    EXPECT_EQ(m_engine.SendDataSync(LINK, "sync", 4, true), 4);
-    EXPECT_EQ(Read(peer, 4), "sync");
-    EXPECT_EQ(m_engine.SendData(LINK, "x", -1, true, false), -1);
-    EXPECT_EQ(m_engine.SendData(LINK, nullptr, 1, true, false), -1);
-    EXPECT_EQ(m_engine.SendData(99, "x", 1, true, false), -1);
-    EXPECT_EQ(m_engine.SendBuff(99, "x", 1, true, 0), -2);
-    EXPECT_EQ(m_engine.SendDataSync(99, "x", 1, true), -2);
-    EXPECT_EQ(m_engine.SendDataSync(LINK, nullptr, 1, true), -1);
-}
-
 TEST_F(MultiNetSend, LargeMessageRaisesTheLimit) {
     const int peer = AddManual();
     m_engine.SetBufferMaxLen(LINK, 100);
-    const std::string withinPool = Noise(2000), beyondPool = Noise(50000, 2);
-    for (const std::string& message : {withinPool, beyondPool}) {
-        EXPECT_EQ(m_engine.SendData(LINK, message.data(), static_cast<int>(message.size()), true, false), 0);
+    for (const int length : {2000, 50000}) {  // within the pool and beyond it
+        const std::string message = Noise(length);
+        EXPECT_EQ(m_engine.SendData(LINK, message.data(), length, true, false), 0);
         EXPECT_TRUE(Read(peer, message.size() + 8) == Framed(message));
     }
     EXPECT_EQ(m_engine.SendData(LINK, "x", INT_MAX, true, false), -1) << "the sum with its head would overflow";
@@ -163,5 +148,25 @@ TEST_F(MultiNetSend, QueuedBytesGetATryBeforeTheClose) {
         EXPECT_EQ(m_engine.SendData(LINK, "logout", 6, false, false), 0);
         EXPECT_EQ(m_engine.RemoveComm(LINK), 0);
         EXPECT_EQ(Read(peer, 20), Framed("logout"));
+    }
+}
+
+TEST_F(MultiNetSend, QueuedBytesStayOutOfABlockingSend) {
+    const std::string queued = Noise(1000, 2), message = Noise(1000000, 3);
+    for (int link = 1; link <= 5; ++link) {
+        const int peer = AddManual(link);
+        std::string filled, got;
+        while (m_engine.SendBuff(link, "f", 1, false, 0) == 1) filled += 'f';
+        EXPECT_EQ(m_engine.SendData(link, queued.data(), 1000, false, false), 0);
+        std::atomic<bool> bStarted{false};
+        std::thread sender([&] {
+            bStarted = true;
+            EXPECT_EQ(m_engine.SendDataSync(link, message.data(), 1000000, true), 1000000);
+        });
+        EXPECT_TRUE(WaitUntil([&] { return bStarted.load(); }));
+        for (size_t left = filled.size() + 1001008; left > 0; left = filled.size() + 1001008 - got.size())
+            got += Read(peer, std::min<size_t>(left, 10000));
+        sender.join();
+        EXPECT_TRUE(got == filled + message + Framed(queued) || got == filled + Framed(queued) + message) << link;
     }
 }

@@ -99,18 +99,14 @@ TEST(Base64, PublishedVectorsBothWays) {
         EXPECT_EQ(base64.Decode(pWrong, static_cast<int>(std::string(pWrong).size()), out, 16), -1) << pWrong;
     EXPECT_EQ(base64.Decode("Zm\0v", 4, out, 16), -1);
     EXPECT_EQ(base64.Decode("Zm9v", 4, out, 2), -1);
-}
-
-TEST(Base64, LinesBreakAndJoin) {
-    CBase64 base64;
-    base64.SetLineMaxLen(4);
+    CBase64 lines;
+    lines.SetLineMaxLen(4);
     char text[32];
-    EXPECT_EQ(base64.Encode("foobarfo", 8, text, sizeof(text)), 16);
+    EXPECT_EQ(lines.Encode("foobarfo", 8, text, 16), -1);
+    EXPECT_EQ(lines.Encode("foobarfo", 8, text, sizeof(text)), 16);
     EXPECT_STREQ(text, "Zm9v\r\nYmFy\r\nZm8=");
-    EXPECT_EQ(base64.Encode("foobarfo", 8, text, 16), -1);
-    char plain[9] = {};
-    EXPECT_EQ(base64.Decode("Zm9v\r\n YmFy\tZm8=\n", 17, plain, 8), 8);
-    EXPECT_STREQ(plain, "foobarfo");
+    EXPECT_EQ(base64.Decode("Zm9v\r\n YmFy\tZm8=\n", 17, out, 8), 8);
+    EXPECT_EQ(std::string(out, 8), "foobarfo");
 }
 
 TEST(DataEncryption, StandardBlockAndItsChecksum) {
@@ -130,37 +126,34 @@ TEST(DataEncryption, StandardBlockAndItsChecksum) {
 }
 
 TEST(DataEncryption, CommandsArePaddedToWholeBlocks) {
-    for (const auto& [length, padded] : {std::pair{1, 16}, {15, 16}, {16, 16}, {17, 32}, {32, 32}, {1000, 1008}}) {
+    for (const auto& [length, padded] : {std::pair{1, 16}, {16, 16}, {17, 32}, {1000, 1008}}) {
         const std::string plain(static_cast<size_t>(length), 'x');
-        std::vector<char> cipher(static_cast<size_t>(padded));
-        int small = padded - 1;
-        EXPECT_FALSE(CDataEncryption::EncryptCmdData(plain.data(), length, KEY, cipher.data(), small));
-        int room = padded;
+        std::string cipher(static_cast<size_t>(padded), '?'), back = cipher;
+        int room = padded - 1;
+        EXPECT_FALSE(CDataEncryption::EncryptCmdData(plain.data(), length, KEY, cipher.data(), room));
+        room = padded;
         ASSERT_TRUE(CDataEncryption::EncryptCmdData(plain.data(), length, KEY, cipher.data(), room));
         EXPECT_EQ(room, padded);
-        std::string back(static_cast<size_t>(padded), '?');
         ASSERT_TRUE(CDataEncryption::DecryptCmdData(cipher.data(), padded, KEY, back.data(), room));
         EXPECT_EQ(back, plain + std::string(static_cast<size_t>(padded - length), '\0'));
     }
 }
 
 TEST(DataEncryption, WrongKeysAndLengthsAreRefused) {
-    const std::string data(64, 'x');
-    char out[64];
-    const struct {
-        const char* pKey;
-        int length;
-    } rows[] = {{nullptr, 16}, {"", 16}, {"00", 16}, {"000102030405060708090a0b0c0d0e0g", 16}, {KEY, 0}, {KEY, -16}};
-    for (const auto& row : rows) {
-        int room = sizeof(out);
-        EXPECT_FALSE(CDataEncryption::EncryptCmdData(data.data(), row.length, row.pKey, out, room));
-        EXPECT_FALSE(CDataEncryption::DecryptCmdData(data.data(), row.length, row.pKey, out, room));
-    }
-    int room = sizeof(out);
     const std::string longKey = std::string(KEY) + "00";
-    EXPECT_FALSE(CDataEncryption::EncryptCmdData(data.data(), 16, longKey.c_str(), out, room));
-    EXPECT_FALSE(CDataEncryption::DecryptCmdData(data.data(), 17, KEY, out, room));
-    EXPECT_FALSE(CDataEncryption::DecryptDataWithKey(data.data(), 15, 0, KEY, out));
+    char out[64] = {};
+    const auto expectRefused = [&](const char* pKey, int length) {
+        int room = sizeof(out);
+        EXPECT_FALSE(CDataEncryption::EncryptCmdData(out, length, pKey, out, room)) << length;
+        EXPECT_FALSE(CDataEncryption::DecryptCmdData(out, length, pKey, out, room)) << length;
+    };
+    for (const char* pKey :
+         {static_cast<const char*>(nullptr), "", "00", "000102030405060708090a0b0c0d0e0g", longKey.c_str()})
+        expectRefused(pKey, 16);
+    for (const int length : {0, -16}) expectRefused(KEY, length);
+    int room = sizeof(out);
+    EXPECT_FALSE(CDataEncryption::DecryptCmdData(out, 17, KEY, out, room));
+    EXPECT_FALSE(CDataEncryption::DecryptDataWithKey(out, 15, 0, KEY, out));
 }
 
 }  // namespace

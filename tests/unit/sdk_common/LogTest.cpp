@@ -84,6 +84,14 @@ protected:
         m_log.CloseLog();
         EXPECT_FALSE(YLog4C::IsOn());
     }
+    /// Lets the background writer stand in its first record until the gate opens.
+    void HoldWriter(GATE& gate) {
+        m_log.SetLog2File(true);
+        m_log.SetLog2MultiThread(true);
+        m_log.SetLog2Func(GATE::Hold, &gate);
+        m_log.Info("first");
+        ASSERT_TRUE(WaitUntil([&] { return gate.bHolds.load(); }));
+    }
     std::string Written(const char* pName = "app.log") { return Content(m_dir.Path() / pName); }
 
     CTempDir m_dir;
@@ -91,22 +99,16 @@ protected:
 };
 
 TEST_F(Log, SettingsOutsideTheirBoundsChangeNothing) {
-    const std::string longest = "/" + std::string(254, 'd');
-    const std::string tooLong = longest + "d";
+    const std::string longest = "/" + std::string(254, 'd'), tooLong = longest + "d";
     testing::internal::CaptureStderr();
-    for (const char* pWrong : {static_cast<const char*>(nullptr), "", tooLong.c_str()}) {
-        EXPECT_FALSE(m_log.SetLogDir(pWrong));
-        EXPECT_FALSE(m_log.SetLogAppname(pWrong));
-    }
-    for (const int wrong : {0, 101}) EXPECT_FALSE(m_log.SetLogFileMaxcnt(wrong));
-    EXPECT_FALSE(m_log.SetLogMaxsize(0));
+    for (const char* pWrong : {static_cast<const char*>(nullptr), "", tooLong.c_str()})
+        EXPECT_FALSE(m_log.SetLogDir(pWrong) || m_log.SetLogAppname(pWrong) || YLog4C::SetLogPlace(pWrong));
+    EXPECT_FALSE(YLog4C::SetLogPlace((std::string(64, 'n') + ".log").c_str()));
+    EXPECT_FALSE(m_log.SetLogFileMaxcnt(0) || m_log.SetLogFileMaxcnt(101) || m_log.SetLogMaxsize(0));
     const std::string printed = testing::internal::GetCapturedStderr();
-    EXPECT_TRUE(Holds(printed, "lpszDir!=NULL"));
-    EXPECT_TRUE(Holds(printed, "lpszAppname!=NULL"));
+    EXPECT_TRUE(Holds(printed, "lpszDir!=NULL") && Holds(printed, "lpszAppname!=NULL"));
     EXPECT_EQ(YLog4C::Log4COpenLog(nullptr), m_dir.File("app.log"));
-
-    EXPECT_TRUE(m_log.SetLogAppname(std::string(63, 'a').c_str()));
-    EXPECT_TRUE(m_log.SetLogDir(longest.c_str()));
+    EXPECT_TRUE(m_log.SetLogAppname(std::string(63, 'a').c_str()) && m_log.SetLogDir(longest.c_str()));
     EXPECT_EQ(YLog4C::Log4COpenLog(""), longest + "/" + std::string(63, 'a') + ".log");
 }
 
@@ -116,8 +118,7 @@ TEST(LogModule, ComesFromTheProgramsPath) {
     std::ofstream(odd) << "there";
     const struct {
         std::string path, directory, name;
-    } rows[] = {{"/usr/bin/app", "/usr/bin", "app"},
-                {"/app", "/", "app"},
+    } rows[] = {{"/app", "/", "app"},
                 {"/no/such/app (deleted)", "/no/such", "app"},
                 {odd, dir.Path(), "app (deleted)"},
                 {"", ".", "HLX"}};
@@ -127,37 +128,24 @@ TEST(LogModule, ComesFromTheProgramsPath) {
     }
 }
 
-TEST_F(Log, ARelativeDirectoryStaysWhereItWas) {
-    const fs::path before = fs::current_path();
-    fs::current_path(m_dir.Path());
-    EXPECT_TRUE(m_log.SetLogDir("logs"));
-    fs::current_path(before);
-    EXPECT_EQ(YLog4C::Log4COpenLog(nullptr), m_dir.File("logs/app.log"));
-}
-
 TEST_F(Log, APlaceIsADirectoryOrAFile) {
+    const fs::path before = fs::current_path();
     fs::create_directory(m_dir.File("folder.log"));
-    const std::pair<std::string, std::string> rows[] = {{"gate.log", fs::current_path() / "gate.log"},
+    const std::pair<std::string, std::string> rows[] = {{"gate.log", m_dir.File("gate.log")},
+                                                        {"logs/gate.log", m_dir.File("logs/gate.log")},
                                                         {"/gate.log", "//gate.log"},
-                                                        {m_dir.File("run.log"), m_dir.File("run.log")},
-                                                        {m_dir.File("new/run.log"), m_dir.File("new/run.log")},
                                                         {m_dir.File("a.log.log"), m_dir.File("a.log.log")}};
     for (const auto& [place, path] : rows) {
+        fs::current_path(m_dir.Path());
         EXPECT_TRUE(YLog4C::SetLogPlace(place.c_str())) << place;
+        fs::current_path(before);  // a place stays where it was
         EXPECT_EQ(YLog4C::Log4COpenLog(nullptr), path);
     }
     for (const std::string& directory : {m_dir.File("folder.log"), m_dir.File("logs"), m_dir.File(".log")}) {
         EXPECT_TRUE(YLog4C::SetLogPlace(directory.c_str()));
         const std::string path = YLog4C::Log4COpenLog(nullptr);  // named after the program
-        EXPECT_EQ(fs::path(path).parent_path(), directory);
-        EXPECT_NE(path, directory + "/a.log.log");
+        EXPECT_TRUE(fs::path(path).parent_path() == directory && path != directory + "/a.log.log") << path;
     }
-    const std::string before = YLog4C::Log4COpenLog(nullptr);
-    testing::internal::CaptureStderr();
-    for (const char* pWrong : {static_cast<const char*>(nullptr), ""}) EXPECT_FALSE(YLog4C::SetLogPlace(pWrong));
-    EXPECT_FALSE(YLog4C::SetLogPlace((std::string(64, 'n') + ".log").c_str()));
-    testing::internal::GetCapturedStderr();
-    EXPECT_EQ(YLog4C::Log4COpenLog(nullptr), before);
 }
 
 TEST_F(Log, LevelsDecideAndTheFunctionHearsWhatTheFileHolds) {
@@ -203,16 +191,6 @@ TEST_F(Log, AnyTextIsOneLineAndNothingOfTheCallerChanges) {
     EXPECT_TRUE(Holds(text, " " + std::string(2047, 'x') + "\n"));
 }
 
-TEST_F(Log, ConsoleIsStandardError) {
-    testing::internal::CaptureStderr();
-    testing::internal::CaptureStdout();
-    m_log.SetLog2Console(true);
-    YLOG(YLOG_INFO, "to the console");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_TRUE(Holds(testing::internal::GetCapturedStderr(), " to the console\n"));
-    EXPECT_EQ(FileCount(m_dir.Path()), 0u);
-}
-
 TEST_F(Log, BackgroundWriterKeepsTheOrderAndEndsWithTheLog) {
     constexpr int RECORDS = 2000;
     const int threads = ThreadCount();
@@ -220,7 +198,6 @@ TEST_F(Log, BackgroundWriterKeepsTheOrderAndEndsWithTheLog) {
     m_log.SetLog2Func(HEARD::Hear, &heard);
     m_log.SetLog2File(true);
     m_log.SetLog2MultiThread(true);
-    EXPECT_EQ(ThreadCount(), threads);
     for (int number = 0; number < RECORDS; ++number) m_log.Info("n%d", number);
     m_log.FlushLog();
     EXPECT_EQ(heard.threads.size(), 1u);
@@ -281,11 +258,7 @@ TEST_F(Log, AConsoleThatNobodyReadsHoldsUpNobody) {
 
 TEST_F(Log, WhatWaitsStillGoesToTheOldDirectory) {
     GATE gate;
-    m_log.SetLog2File(true);
-    m_log.SetLog2MultiThread(true);
-    m_log.SetLog2Func(GATE::Hold, &gate);
-    m_log.Info("first");
-    ASSERT_TRUE(WaitUntil([&] { return gate.bHolds.load(); }));
+    HoldWriter(gate);
     m_log.Info("second");
     const auto setting = std::async(std::launch::async, [&] { m_log.SetLogDir(m_dir.File("new").c_str()); });
     IsDone(setting, std::chrono::milliseconds(50));
@@ -299,11 +272,7 @@ TEST_F(Log, WhatWaitsStillGoesToTheOldDirectory) {
 
 TEST_F(Log, NobodyWaitsForAWriterThatEnds) {
     GATE gate;
-    m_log.SetLog2File(true);
-    m_log.SetLog2MultiThread(true);
-    m_log.SetLog2Func(GATE::Hold, &gate);
-    m_log.Info("first");
-    ASSERT_TRUE(WaitUntil([&] { return gate.bHolds.load(); }));
+    HoldWriter(gate);
     const auto closing = std::async(std::launch::async, [&] { m_log.CloseLog(); });
     EXPECT_FALSE(IsDone(closing, std::chrono::milliseconds(50)));
     const auto logging = std::async(std::launch::async, [&] { m_log.Info("meanwhile"); });
@@ -344,9 +313,7 @@ TEST_F(Log, AForkedChildHasNoLogAndEndsAllTheSame) {
 
 TEST_F(Log, SlowOutputLosesLinesAndSaysSo) {
     GATE gate;
-    m_log.SetLog2File(true);
-    m_log.SetLog2MultiThread(true);
-    m_log.SetLog2Func(GATE::Hold, &gate);
+    HoldWriter(gate);
     const std::string text(2000, 'x');
     for (int number = 0; number < 1500; ++number) m_log.Info("%s", text.c_str());
     gate.bGo = true;
@@ -375,44 +342,41 @@ TEST_F(Log, DiaryHasAFileForEachDayAndKeepsTheNewest) {
         EXPECT_TRUE(Holds(Written(days[day].c_str()), "day " + std::to_string(day))) << day;
 }
 
-struct LIMITS {
-    int maxSize, maxCount;
-    const char* pNewest;
-    size_t left;
-};
-
-class LogRotation : public Log, public testing::WithParamInterface<LIMITS> {};
-
-TEST_P(LogRotation, StaysWithinBothLimitsAtAnyTime) {
-    const auto [maxSize, maxCount, pNewest, left] = GetParam();
-    for (const char* pForeign :
-         {"app.txt", "app.log.1.gz", "apple.log", "app_2026.log", "app.log.x", "app.2.log", "app.2.log.1"})
-        std::ofstream(m_dir.Path() / pForeign) << "foreign";
-    const size_t foreign = FileCount(m_dir.Path());
-    for (const char* pOld : {"app_20200101.log", "app_20200101.log.4", pNewest})
-        std::ofstream(m_dir.Path() / pOld) << "old\n";
-    m_log.SetLogMaxsize(maxSize);
-    m_log.SetLogFileMaxcnt(maxCount);
+TEST_F(Log, RotationStaysWithinBothLimitsAtAnyTime) {
+    const struct {
+        int maxSize, maxCount;
+        const char* pNewest;
+        size_t left;
+    } rows[] = {{500, 1, "app.log.7", 1},
+                {500, 2, "app.log.7", 2},
+                {1000, 5, "app.log.7", 5},
+                {1000, 5, "app.log.999999999", 4}};  // the highest number there may be is used again
     m_log.SetLog2File(true);
-    for (int number = 0; number < 300; ++number) {
-        m_log.Info("line %d", number);
-        ASSERT_LE(FileCount(m_dir.Path()) - foreign, static_cast<size_t>(maxCount));
-        ASSERT_TRUE(Holds(Written(), "line " + std::to_string(number) + "\n"));
+    for (const auto& row : rows) {
+        const CTempDir dir;
+        m_log.SetLogDir(dir.Path().c_str());
+        m_log.SetLogMaxsize(row.maxSize);
+        m_log.SetLogFileMaxcnt(row.maxCount);
+        const auto written = [&] { return Content(dir.File("app.log")); };
+        for (const char* pForeign :
+             {"app.txt", "app.log.1.gz", "apple.log", "app_2026.log", "app.log.x", "app.2.log", "app.2.log.1"})
+            std::ofstream(dir.Path() / pForeign) << "foreign";
+        const size_t foreign = FileCount(dir.Path());
+        for (const char* pOld : {"app_20200101.log", "app_20200101.log.4", row.pNewest})
+            std::ofstream(dir.Path() / pOld) << "old\n";
+        for (int number = 0; number < 300; ++number) {
+            m_log.Info("line %d", number);
+            ASSERT_LE(FileCount(dir.Path()) - foreign, static_cast<size_t>(row.maxCount));
+            ASSERT_TRUE(Holds(written(), "line " + std::to_string(number) + "\n"));
+        }
+        for (const auto& file : fs::directory_iterator(dir.Path()))
+            EXPECT_LE(file.file_size(), static_cast<size_t>(row.maxSize)) << file.path();
+        EXPECT_EQ(FileCount(dir.Path()) - foreign, row.left);
+        m_log.Info("%s", std::string(2000, 'x').c_str());  // fits no file
+        m_log.Info("after it");
+        EXPECT_TRUE(Holds(written(), " 1 lines were lost\n") && Holds(written(), " after it\n"));
     }
-    for (const auto& file : fs::directory_iterator(m_dir.Path()))
-        EXPECT_LE(file.file_size(), static_cast<size_t>(maxSize)) << file.path();
-    EXPECT_EQ(FileCount(m_dir.Path()) - foreign, left);
-    m_log.Info("%s", std::string(2000, 'x').c_str());  // fits no file
-    m_log.Info("after it");
-    EXPECT_TRUE(Holds(Written(), " 1 lines were lost\n"));
-    EXPECT_TRUE(Holds(Written(), " after it\n"));
 }
-
-INSTANTIATE_TEST_SUITE_P(Limits, LogRotation,
-                         testing::Values(LIMITS{500, 1, "app.log.7", 1}, LIMITS{500, 2, "app.log.7", 2},
-                                         LIMITS{1000, 5, "app.log.7", 5},
-                                         // the highest number there may be is used again
-                                         LIMITS{1000, 5, "app.log.999999999", 4}));
 
 TEST_F(Log, AFullFileThatCannotBeEmptiedEndsTheTry) {
     const int sealed = memfd_create("log", MFD_ALLOW_SEALING);
