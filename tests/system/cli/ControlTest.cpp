@@ -15,15 +15,10 @@
 namespace {
 
 using namespace std::chrono_literals;
-using Args = std::vector<std::string>;
 
 std::string Content(const std::string& strPath) {
     std::ifstream file(strPath, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
-}
-
-bool Holds(const std::string& strText, const std::string& strPart) {
-    return strText.find(strPart) != std::string::npos;
 }
 
 class CliControl : public testing::Test {
@@ -116,7 +111,7 @@ TEST_F(CliControl, ATimedMovementEndsByItselfAndAtASignal) {
     EXPECT_EQ(Camera(0).lastCommand, tuint32{PTZ_CMD_STOP});
     EXPECT_EQ(m_recorder->CommandCount(CMD_REQUEST_PTZ_CTRL), 2u);
 
-    CProcess hlx(Line({"ptz", "up", "--for", "1h"}), {{"HLX_PASSWORD=secret"}, {}, false});
+    CProcess hlx(Line({"ptz", "up", "--for", "1h"}), WITH_PASSWORD);
     ASSERT_TRUE(hlx.ReadUntil("channel 0: up at speed 4 for 3600 s\n")) << hlx.Errors();
     EXPECT_EQ(Camera(0).lastCommand, tuint32{PTZ_CMD_UP});
     hlx.Kill(SIGINT);
@@ -154,15 +149,8 @@ TEST_F(CliControl, TheClockIsSetAndShown) {
     const auto shown = Run({"time", "--json"}, strZone);
     EXPECT_TRUE(Holds(shown.strOutput, "\"local\":\"2026-11-21T10:00:")) << shown.strOutput << shown.strErrors;
     EXPECT_TRUE(Holds(shown.strOutput, "\"utc\":\"2026-11-21T01:00:"));
-    const size_t nMark = shown.strOutput.find("\"secondsAhead\":");
-    ASSERT_NE(nMark, std::string::npos);
-    EXPECT_NEAR(std::stod(shown.strOutput.substr(nMark + 15)), static_cast<double>(fnAhead().count()), 3);
-}
-
-TEST_F(CliControl, TheClockIsSetToThisMachines) {
-    const auto fnAhead = [this] { return std::chrono::microseconds(m_recorder->Control().timeOffset); };
-    ExpectDone({"time", "--set", "2026-11-21T10:00+09:00"});
-    EXPECT_GT(abs(fnAhead()), 20s);
+    const auto nTold = NumberBehind(shown.strOutput, "\"secondsAhead\":");
+    EXPECT_NEAR(static_cast<double>(nTold), static_cast<double>(fnAhead().count()), 4);
     ExpectDone({"time", "--set", "now"});
     EXPECT_LT(abs(fnAhead()), 10s);
 }
