@@ -148,15 +148,10 @@ TEST_F(ClassicScriptTest, StreamStopLeavesTheOthersAlone) {
     m_config.speed = 10;
     const std::uint16_t port = StartRecorder();
     CWireClient first(port), second(port);
-    const auto nextOf = [](CWireClient& client, std::uint32_t channel) {
-        return client.Next([&](const WIRE_MESSAGE& message) {
-            return message.Id() == 0xA000001 && message.payload.size() > 76 && Word(message.payload, 40) == channel;
-        });
-    };
     for (CWireClient* pClient : {&first, &second}) {
         ASSERT_TRUE(pClient->Login());
         pClient->StartStreams(0, 0x6, 0x6);
-        ASSERT_TRUE(nextOf(*pClient, 2));
+        ASSERT_TRUE(pClient->NextFrame(1, 2));
     }
     Do("stream-stop 2");
     ASSERT_TRUE(m_log.WaitFor(SIM_EVENT_KIND::STREAMS, 4, PATIENCE));
@@ -173,7 +168,7 @@ TEST_F(ClassicScriptTest, StreamStopLeavesTheOthersAlone) {
         EXPECT_EQ(Word(frame->payload, 40), 1u);
     }
     first.StartStreams(0, 0x6, 0x6, 514);
-    EXPECT_TRUE(nextOf(first, 2));
+    EXPECT_TRUE(first.NextFrame(1, 2));
 }
 
 TEST_F(ClassicScriptTest, CutRebootAndFaultsAct) {
