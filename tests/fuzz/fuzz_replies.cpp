@@ -91,55 +91,8 @@ private:
     }
 
     void Operate(tuint8 operation) {
-        const LONG lChannel = operation >> 4;
         CThreadState::Instance()->SetLastError(HLX_SUCCESS);
-        const bool bDone = operation & 1 ? Ask(operation >> 1 & 7, lChannel) : Control(operation >> 1 & 7, lChannel);
-        Require(bDone || LastError() != HLX_SUCCESS);
-    }
-
-    bool Ask(int what, LONG lChannel) {
-        switch (what) {
-            case 0:
-                return AskDisks(static_cast<unsigned>(lChannel));
-            case 1:
-                return AskCameras(lChannel);
-            case 2:
-                return AskColor(lChannel);
-            case 3:
-                return AskStatus(lChannel);
-            case 4:
-                return m_device.HasStreamCapability();
-            case 5:
-                return m_device.StartLiveChannel(lChannel, lChannel & 1, 1, 0);
-            case 6:
-                return m_device.StopLiveChannel(lChannel, lChannel & 1, 0);
-            default:
-                DD_TIME now{};
-                return m_device.GetDvrCurrentTime("", &now);
-        }
-    }
-
-    bool Control(int what, LONG lChannel) {
-        switch (what) {
-            case 0:
-                return m_device.RebootDVR();
-            case 1:
-                return m_device.ShutDownDVR();
-            case 2:
-                return m_device.ChangTime(1'700'000'000);
-            case 3:
-                return m_device.PTZControl(lChannel, 1, 2, 3, 0, 0);
-            case 4: {
-                DD_CRUISE_POINT_INFO points[3] = {};
-                return m_device.PTZSetCruise(lChannel, 1, points, 3, 0);
-            }
-            case 5:
-                return m_device.SaveVideoColor(lChannel, 1, 2, 3, 4);
-            case 6:
-                return m_device.StartJpegStream(lChannel);
-            default:
-                return m_device.RequestKeyFrame(lChannel, 1, 0);
-        }
+        Require(m_operations[operation & 15](operation >> 4) || LastError() != HLX_SUCCESS);
     }
 
     // Places of just the size that is told, so that a write behind them is seen.
@@ -183,6 +136,26 @@ private:
     CTestRecorder m_recorder;
     CTestRecorder::CDevice& m_device = m_recorder.m_device;
     bool m_bScripted = true;
+    DD_CRUISE_POINT_INFO m_points[3] = {};
+    DD_TIME m_now{};
+    const std::function<bool(LONG)> m_operations[16] = {
+        [this](LONG) { return m_device.RebootDVR(); },
+        [this](LONG lMaxNum) { return AskDisks(static_cast<unsigned>(lMaxNum)); },
+        [this](LONG) { return m_device.ShutDownDVR(); },
+        [this](LONG lMaxNum) { return AskCameras(lMaxNum); },
+        [this](LONG) { return m_device.ChangTime(1'700'000'000); },
+        [this](LONG lChannel) { return AskColor(lChannel); },
+        [this](LONG lChannel) { return m_device.PTZControl(lChannel, 1, 2, 3, 0, 0); },
+        [this](LONG lMaxNum) { return AskStatus(lMaxNum); },
+        [this](LONG lChannel) { return m_device.PTZSetCruise(lChannel, 1, m_points, 3, 0); },
+        [this](LONG) { return m_device.HasStreamCapability(); },
+        [this](LONG lChannel) { return m_device.SaveVideoColor(lChannel, 1, 2, 3, 4); },
+        [this](LONG lChannel) { return m_device.StartLiveChannel(lChannel, lChannel & 1, 1, 0); },
+        [this](LONG lChannel) { return m_device.StartJpegStream(lChannel); },
+        [this](LONG lChannel) { return m_device.StopLiveChannel(lChannel, lChannel & 1, 0); },
+        [this](LONG lChannel) { return m_device.RequestKeyFrame(lChannel, 1, 0); },
+        [this](LONG) { return m_device.GetDvrCurrentTime("", &m_now); },
+    };
 };
 
 }  // namespace

@@ -1,8 +1,4 @@
 // What an application may do inside each of its callbacks: everything, but for what is refused there.
-#include <arpa/inet.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <atomic>
 
 #include "main_utility/device/classic/DVRNetDevice_V3.h"
@@ -24,19 +20,6 @@ public:
 private:
     std::atomic<bool> m_bHasMessage{true};
 };
-
-/// A port that was free a moment ago.
-WORD FreePort() {
-    const int sock = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof(address);
-    bind(sock, reinterpret_cast<sockaddr*>(&address), length);
-    getsockname(sock, reinterpret_cast<sockaddr*>(&address), &length);
-    close(sock);
-    return ntohs(address.sin_port);
-}
 
 class Callbacks;
 
@@ -89,7 +72,9 @@ public:
         info.deviceId = 77;
         std::snprintf(info.m_szUserName, sizeof(info.m_szUserName), "admin");
         std::snprintf(info.m_szPasswd, sizeof(info.m_szPasswd), "secret");
-        const WORD port = FreePort();
+        CClassicRecorder& gone = NewRecorder();
+        const WORD port = gone.Port();  // is free from now on
+        gone.Stop();
         HLX_SetRegisterPort(port, bKnown ? &info : nullptr, bKnown);
         NewRecorder("127.0.0.1:" + std::to_string(port));
     }
@@ -126,6 +111,9 @@ protected:
         Expect("info", HLX_GetDeviceInfo(m_first, &info), true);
         DD_TIME time{};
         if (!bAllowed) Expect("time", HLX_GetDeviceTime(m_first, &time), false);
+        char picture = 0;
+        DWORD size = 0;
+        if (!bAllowed) Expect("picture", HLX_CaptureJPEGPicture(m_first, 0, nullptr, &picture, 1, &size), false);
         const bool bKnown = bAllowed && GetParam().bSession;
         Expect("own logout", HLX_Logout(lUserID), bKnown, bAllowed ? HLX_PARAMETER_ERROR : HLX_OPER_NOPERMIT);
     }

@@ -120,11 +120,8 @@ protected:
         const OPERATION_FAULT& row = GetParam();
         if (talk == TALK::REBOOTS)
             return row.bLinkStays && row.asks != HLX_SUCCESS ? DWORD{HLX_NETWORK_NOT_CONNECT} : row.asks;
-        return talk == TALK::ASKS      ? row.asks
-               : talk == TALK::READS   ? row.reads
-               : talk == TALK::LIVE    ? row.live
-               : talk == TALK::PICTURE ? row.picture
-                                       : DWORD{HLX_SUCCESS};
+        const DWORD numbers[] = {row.asks, row.reads, HLX_SUCCESS, row.live, row.picture};
+        return numbers[static_cast<size_t>(talk)];
     }
     void LogIn() {
         m_id = Login();
