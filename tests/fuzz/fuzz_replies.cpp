@@ -1,8 +1,6 @@
 // Any bytes as replies of a classic recorder to everything that a session asks of it.
 // Input: bytes that each choose an operation. Each request of it takes an ANSWER and its messages: a byte that chooses the id,
 // two bytes of length and that many bytes of body.
-#include <array>
-
 #include "NoWaiting.h"
 #include "sdk_common/WireReader.h"
 #include "unit/classic/TestRecorder.h"
@@ -13,26 +11,28 @@ constexpr int MAX_OPERATIONS = 16;  // of one input: long inputs find nothing th
 
 enum ANSWER : tuint8 { MESSAGES = 3, BREAK_LINK = 4, SEND_FAILS = 8 };  // MESSAGES: bits that count them
 
-constexpr std::array REPLY_IDS = {CMD_REPLY_LONGIN_SUCC,
-                                  CMD_REPLY_LONGIN_FAIL,
-                                  CMD_REPLY_CHANAGE_TIME_SUCC,
-                                  CMD_REPLY_CHANAGE_TIME_FAIL,
-                                  CMD_REPLY_CHNN_CTRL_COLOR,
-                                  CMD_REPLY_CFG_SUCC,
-                                  CMD_REPLY_CFG_FAIL,
-                                  CMD_REPLY_LAST_STREAM_ERROR,
-                                  CMD_REPLY_DISK_INFO,
-                                  CMD_REPLY_DISK_FAIL,
-                                  CMD_REPLY_PTZ_SEND_CMD_SUC,
-                                  CMD_REPLY_PTZ_SEND_CMD_FAIL,
-                                  CMD_REPLY_NO_AUTH,
-                                  CMD_REPLY_VIDEO_LOSS,
-                                  CMD_REPLY_MOTION,
-                                  CMD_REPLY_SENSOR,
-                                  CMD_REPLY_REC_STATUS,
-                                  CMD_REPLY_NET_DEVICE_LOG_GET_SUCC,
-                                  CMD_REPLY_DATA_STREAM,
-                                  CMD_REPLY_NET_DEVICE_LOG_GET_FAIL};
+constexpr tuint32 REPLY_IDS[] = {
+    CMD_REPLY_LONGIN_SUCC,
+    CMD_REPLY_LONGIN_FAIL,
+    CMD_REPLY_CHANAGE_TIME_SUCC,
+    CMD_REPLY_CHANAGE_TIME_FAIL,
+    CMD_REPLY_CHNN_CTRL_COLOR,
+    CMD_REPLY_CFG_SUCC,
+    CMD_REPLY_CFG_FAIL,
+    CMD_REPLY_LAST_STREAM_ERROR,
+    CMD_REPLY_DISK_INFO,
+    CMD_REPLY_DISK_FAIL,
+    CMD_REPLY_PTZ_SEND_CMD_SUC,
+    CMD_REPLY_PTZ_SEND_CMD_FAIL,
+    CMD_REPLY_NO_AUTH,
+    CMD_REPLY_VIDEO_LOSS,
+    CMD_REPLY_MOTION,
+    CMD_REPLY_SENSOR,
+    CMD_REPLY_REC_STATUS,
+    CMD_REPLY_NET_DEVICE_LOG_GET_SUCC,
+    CMD_REPLY_DATA_STREAM,
+    CMD_REPLY_NET_DEVICE_LOG_GET_FAIL,
+};
 
 void Require(bool bHolds) {
     if (!bHolds) __builtin_trap();
@@ -83,7 +83,7 @@ private:
         const auto answer = m_script.Read<tuint8>();
         m_recorder.m_bSendFails = answer & SEND_FAILS;
         for (int i = answer & MESSAGES; i > 0; --i) {
-            const auto id = REPLY_IDS[m_script.Read<tuint8>() % REPLY_IDS.size()];
+            const auto id = REPLY_IDS[m_script.Read<tuint8>() % std::size(REPLY_IDS)];
             const auto body = m_script.Bytes(std::min<size_t>(m_script.Read<tuint16>(), m_script.Left()));
             m_recorder.Receive(Message(id, Bytes(reinterpret_cast<const char*>(body.data()), body.size())));
         }

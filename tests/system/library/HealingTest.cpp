@@ -128,17 +128,4 @@ TEST_F(Healing, SixtyFourChannelsAreBackSoonAndEachFrameArrivesOnce) {
         EXPECT_EQ(1, ++seen[std::make_pair(frames[at].info.frameType, frames[at].info.frameIndex)]);
 }
 
-TEST_F(Healing, AStreamThatFallsSilentWithItsLinkUpIsStartedAgain) {
-    CClassicRecorder& recorder = StartRecorder(Beating(1));
-    const LONG id = Login();
-    CReceiver receiver;
-    ASSERT_GT(receiver.Play(id, 0), 0);
-    ASSERT_TRUE(receiver.WaitForFrames(3));
-    recorder.SetFaults({{SIM_FAULT_KIND::STREAM_STOP, SIM_PHASE::ANY, 0, 1}});
-    ASSERT_TRUE(m_events.WaitFor(SIM_EVENT_KIND::FAULT, 1, std::chrono::seconds(5)));
-    const CFastTime fast(RATE);
-    EXPECT_TRUE(Runs(receiver));
-    EXPECT_EQ(0, m_breaks);
-}
-
 }  // namespace
