@@ -178,15 +178,6 @@ const FAILURE_ROW FAILURES[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Rows, CliFailure, testing::ValuesIn(FAILURES));
 
-TEST(Cli, AFailureIsARecordToo) {
-    CSimulator simulator;
-    const auto result = RunProcess(Hlx("info", simulator.Address(), {"--json"}), {{"HLX_PASSWORD=wrong"}, {}, false});
-    EXPECT_EQ(result.nExit, 4);
-    EXPECT_NE(result.strOutput.find("\"event\":\"error\""), std::string::npos) << result.strOutput;
-    EXPECT_EQ(Number(result.strOutput, "number"), 1);
-    EXPECT_EQ(Number(result.strOutput, "exit"), 4);
-}
-
 TEST(Cli, NobodyListens) {
     const auto result = RunHlx("info", "127.0.0.1:1");
     EXPECT_EQ(result.nExit, 3);

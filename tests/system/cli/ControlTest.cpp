@@ -58,22 +58,18 @@ protected:
 };
 
 TEST_F(CliControl, MovementsGoWhereTheirNamesSay) {
-    struct ROW {
-        const char* sAction;
-        CLASSIC_PTZ_POSITION step;
-    };
-    const ROW rows[] = {{"up", {0, 1, 0, 0, 0}},          {"left-up", {-1, 1, 0, 0, 0}},
-                        {"right-down", {1, -1, 0, 0, 0}}, {"zoom-in", {0, 0, 1, 0, 0}},
-                        {"focus-near", {0, 0, 0, -1, 0}}, {"iris-open", {0, 0, 0, 0, 1}}};
-    for (const ROW& row : rows) {
+    const std::pair<const char*, CLASSIC_PTZ_POSITION> rows[] = {
+        {"up", {0, 1, 0, 0, 0}},      {"left-up", {-1, 1, 0, 0, 0}},    {"right-down", {1, -1, 0, 0, 0}},
+        {"zoom-in", {0, 0, 1, 0, 0}}, {"focus-near", {0, 0, 0, -1, 0}}, {"iris-open", {0, 0, 0, 0, 1}}};
+    for (const auto& [sAction, expected] : rows) {
         const auto before = Camera(2).position;
-        ExpectDone({"ptz", row.sAction, "-c", "2", "--speed", "3"});
+        ExpectDone({"ptz", sAction, "-c", "2", "--speed", "3"});
         const auto after = Camera(2).position;
         const CLASSIC_PTZ_POSITION step = {(after.pan - before.pan) / 3, (after.tilt - before.tilt) / 3,
                                            (after.zoom - before.zoom) / 3, (after.focus - before.focus) / 3,
                                            (after.iris - before.iris) / 3};
-        EXPECT_EQ(step, row.step) << row.sAction;
-        EXPECT_NE(after, before) << row.sAction;
+        EXPECT_EQ(step, expected) << sAction;
+        EXPECT_NE(after, before) << sAction;
     }
 }
 
@@ -218,6 +214,7 @@ TEST_F(CliControl, RefusalsAndWrongLines) {
         const char* sText;
     };
     const ROW rows[] = {{{"ptz", "preset-go", "9"}, 1, "HLX_ERROR_SERIALPORT, 18"},
+                        {{"ptz", "preset-go", "9", "--json"}, 1, "HLX_ERROR_SERIALPORT, 18"},
                         {{"ptz", "up", "-c", "4"}, 1, "channel 4 of 0 to 3: the device has no such channel"},
                         {{"snapshot", "-o", "/no/such/x.jpg"}, 1, "cannot write /no/such/x.jpg"},
                         {{"snapshot", "-o", "/dev/full"}, 1, "No space left on device"},
@@ -245,6 +242,8 @@ TEST_F(CliControl, RefusalsAndWrongLines) {
         EXPECT_TRUE(Holds(result.strErrors, row.sText)) << result.strErrors;
         const bool bJson = row.args.back() == "--json";
         EXPECT_EQ(Holds(result.strOutput, "\"event\":\"error\""), bJson) << result.strOutput;
+        EXPECT_EQ(NumberBehind(result.strOutput, "\"exit\":"), bJson ? row.nExit : -1);
+        EXPECT_EQ(NumberBehind(result.strOutput, "\"number\":"), bJson && row.nExit == 1 ? 18 : -1);
     }
     EXPECT_EQ(m_recorder->CommandCount(CMD_REQUEST_REBOOT), 0u);
 }

@@ -39,17 +39,13 @@ TEST(Text, EndpointForms) {
 }
 
 TEST(Text, DurationForms) {
-    struct ROW {
-        const char* sText;
-        int64_t nMilliseconds;  // 0: refused
-    };
-    const ROW rows[] = {{"10s", 10'000}, {"1m", 60'000}, {"1.5m", 90'000}, {"500ms", 500}, {"2h", 7'200'000},
-                        {"7", 7'000},    {"0", 0},       {"-1s", 0},       {"s", 0},       {"", 0},
-                        {"1d", 0},       {"1 s", 0},     {"nan", 0},       {"inf", 0},     {"99999999h", 0}};
-    for (const ROW& row : rows) {
-        const auto duration = ParseDuration(row.sText);
-        EXPECT_EQ(duration.value_or(0ms).count(), row.nMilliseconds) << row.sText;
-    }
+    // 0: refused
+    const std::pair<const char*, int64_t> rows[] = {{"10s", 10'000},   {"1m", 60'000}, {"1.5m", 90'000}, {"500ms", 500},
+                                                    {"2h", 7'200'000}, {"7", 7'000},   {"0", 0},         {"-1s", 0},
+                                                    {"s", 0},          {"", 0},        {"1d", 0},        {"1 s", 0},
+                                                    {"nan", 0},        {"inf", 0},     {"99999999h", 0}};
+    for (const auto& [sText, nMilliseconds] : rows)
+        EXPECT_EQ(ParseDuration(sText).value_or(0ms).count(), nMilliseconds) << sText;
 }
 
 TEST(Text, FieldThatDoesNotEndOrHidesControls) {

@@ -86,8 +86,6 @@ TEST_F(CSystemTest, ThePublicFactsOfADevice) {
     EXPECT_EQ(HLX_DEVICE_FIRMWARE_V3, HLX_GetDeviceFirmwareType(id));
     EXPECT_EQ(-5, HLX_GetProductSubID("127.0.0.1", recorder.Port()));
     EXPECT_TRUE(HLX_Logout(id));
-    EXPECT_FALSE(HLX_Logout(id));
-    EXPECT_EQ(DWORD{HLX_PARAMETER_ERROR}, HLX_GetLastError());
 }
 
 }  // namespace

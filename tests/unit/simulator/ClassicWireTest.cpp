@@ -78,29 +78,22 @@ TEST_F(ClassicWire, DiskReplyIsCountAndRecords) {
     EXPECT_GT(Word(reply->payload, 20 + 80), Word(reply->payload, 20 + 84));
 }
 
-struct REFUSAL_CASE {
-    const char* pUser;
-    const char* pPassword;
-    std::uint8_t version;
-    size_t bodyLength;
-    std::uint32_t word;
-};
-
 TEST_F(ClassicWire, LoginIsRefusedWithTheWordForTheReason) {
     m_config.maxSessions = 1;
     CWireClient first(StartRecorder());
-    const REFUSAL_CASE cases[] = {{"admin", "secret", 3, 120, 1},  {"admin", "Secret", 4, 120, 2},
-                                  {"admin", "", 4, 120, 2},        {"root", "secret", 4, 120, 2},
-                                  {"admin", "secretx", 4, 120, 2}, {"admin", "secret", 4, 119, 4}};
+    // User, password, version, length of the body, word.
+    const std::tuple<const char*, const char*, std::uint8_t, size_t, std::uint32_t> cases[] = {
+        {"admin", "secret", 3, 120, 1}, {"admin", "Secret", 4, 120, 2},  {"admin", "", 4, 120, 2},
+        {"root", "secret", 4, 120, 2},  {"admin", "secretx", 4, 120, 2}, {"admin", "secret", 4, 119, 4}};
     first.Read(64);
-    for (const REFUSAL_CASE& row : cases) {
-        BYTES body = LoginBody(row.pUser, row.pPassword, row.version);
-        body.resize(row.bodyLength);
+    for (const auto& [pUser, pPassword, version, bodyLength, word] : cases) {
+        BYTES body = LoginBody(pUser, pPassword, version);
+        body.resize(bodyLength);
         first.Command(257, body);
         const auto reply = first.Next();
         ASSERT_TRUE(reply);
         EXPECT_EQ(reply->Id(), 0x10002u);
-        EXPECT_EQ(Word(reply->payload, 16), row.word) << row.pUser << " " << row.pPassword;
+        EXPECT_EQ(Word(reply->payload, 16), word) << pUser << " " << pPassword;
     }
     first.Command(257, LoginBody("admin", "secret"));
     EXPECT_TRUE(first.Next(0x10001));
