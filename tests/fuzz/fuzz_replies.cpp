@@ -1,8 +1,6 @@
 // Any bytes as replies of a classic recorder to everything that a session asks of it.
 // Input: bytes that each choose an operation. Each request of it takes an ANSWER and its messages: a byte that chooses the id,
 // two bytes of length and that many bytes of body.
-#include <array>
-
 #include "NoWaiting.h"
 #include "sdk_common/WireReader.h"
 #include "unit/classic/TestRecorder.h"
@@ -13,26 +11,28 @@ constexpr int MAX_OPERATIONS = 16;  // of one input: long inputs find nothing th
 
 enum ANSWER : tuint8 { MESSAGES = 3, BREAK_LINK = 4, SEND_FAILS = 8 };  // MESSAGES: bits that count them
 
-constexpr std::array REPLY_IDS = {CMD_REPLY_LONGIN_SUCC,
-                                  CMD_REPLY_LONGIN_FAIL,
-                                  CMD_REPLY_CHANAGE_TIME_SUCC,
-                                  CMD_REPLY_CHANAGE_TIME_FAIL,
-                                  CMD_REPLY_CHNN_CTRL_COLOR,
-                                  CMD_REPLY_CFG_SUCC,
-                                  CMD_REPLY_CFG_FAIL,
-                                  CMD_REPLY_LAST_STREAM_ERROR,
-                                  CMD_REPLY_DISK_INFO,
-                                  CMD_REPLY_DISK_FAIL,
-                                  CMD_REPLY_PTZ_SEND_CMD_SUC,
-                                  CMD_REPLY_PTZ_SEND_CMD_FAIL,
-                                  CMD_REPLY_NO_AUTH,
-                                  CMD_REPLY_VIDEO_LOSS,
-                                  CMD_REPLY_MOTION,
-                                  CMD_REPLY_SENSOR,
-                                  CMD_REPLY_REC_STATUS,
-                                  CMD_REPLY_NET_DEVICE_LOG_GET_SUCC,
-                                  CMD_REPLY_DATA_STREAM,
-                                  CMD_REPLY_NET_DEVICE_LOG_GET_FAIL};
+constexpr tuint32 REPLY_IDS[] = {
+    CMD_REPLY_LONGIN_SUCC,
+    CMD_REPLY_LONGIN_FAIL,
+    CMD_REPLY_CHANAGE_TIME_SUCC,
+    CMD_REPLY_CHANAGE_TIME_FAIL,
+    CMD_REPLY_CHNN_CTRL_COLOR,
+    CMD_REPLY_CFG_SUCC,
+    CMD_REPLY_CFG_FAIL,
+    CMD_REPLY_LAST_STREAM_ERROR,
+    CMD_REPLY_DISK_INFO,
+    CMD_REPLY_DISK_FAIL,
+    CMD_REPLY_PTZ_SEND_CMD_SUC,
+    CMD_REPLY_PTZ_SEND_CMD_FAIL,
+    CMD_REPLY_NO_AUTH,
+    CMD_REPLY_VIDEO_LOSS,
+    CMD_REPLY_MOTION,
+    CMD_REPLY_SENSOR,
+    CMD_REPLY_REC_STATUS,
+    CMD_REPLY_NET_DEVICE_LOG_GET_SUCC,
+    CMD_REPLY_DATA_STREAM,
+    CMD_REPLY_NET_DEVICE_LOG_GET_FAIL,
+};
 
 void Require(bool bHolds) {
     if (!bHolds) __builtin_trap();
@@ -83,7 +83,7 @@ private:
         const auto answer = m_script.Read<tuint8>();
         m_recorder.m_bSendFails = answer & SEND_FAILS;
         for (int i = answer & MESSAGES; i > 0; --i) {
-            const auto id = REPLY_IDS[m_script.Read<tuint8>() % REPLY_IDS.size()];
+            const auto id = REPLY_IDS[m_script.Read<tuint8>() % std::size(REPLY_IDS)];
             const auto body = m_script.Bytes(std::min<size_t>(m_script.Read<tuint16>(), m_script.Left()));
             m_recorder.Receive(Message(id, Bytes(reinterpret_cast<const char*>(body.data()), body.size())));
         }
@@ -91,55 +91,8 @@ private:
     }
 
     void Operate(tuint8 operation) {
-        const LONG lChannel = operation >> 4;
         CThreadState::Instance()->SetLastError(HLX_SUCCESS);
-        const bool bDone = operation & 1 ? Ask(operation >> 1 & 7, lChannel) : Control(operation >> 1 & 7, lChannel);
-        Require(bDone || LastError() != HLX_SUCCESS);
-    }
-
-    bool Ask(int what, LONG lChannel) {
-        switch (what) {
-            case 0:
-                return AskDisks(static_cast<unsigned>(lChannel));
-            case 1:
-                return AskCameras(lChannel);
-            case 2:
-                return AskColor(lChannel);
-            case 3:
-                return AskStatus(lChannel);
-            case 4:
-                return m_device.HasStreamCapability();
-            case 5:
-                return m_device.StartLiveChannel(lChannel, lChannel & 1, 1, 0);
-            case 6:
-                return m_device.StopLiveChannel(lChannel, lChannel & 1, 0);
-            default:
-                DD_TIME now{};
-                return m_device.GetDvrCurrentTime("", &now);
-        }
-    }
-
-    bool Control(int what, LONG lChannel) {
-        switch (what) {
-            case 0:
-                return m_device.RebootDVR();
-            case 1:
-                return m_device.ShutDownDVR();
-            case 2:
-                return m_device.ChangTime(1'700'000'000);
-            case 3:
-                return m_device.PTZControl(lChannel, 1, 2, 3, 0, 0);
-            case 4: {
-                DD_CRUISE_POINT_INFO points[3] = {};
-                return m_device.PTZSetCruise(lChannel, 1, points, 3, 0);
-            }
-            case 5:
-                return m_device.SaveVideoColor(lChannel, 1, 2, 3, 4);
-            case 6:
-                return m_device.StartJpegStream(lChannel);
-            default:
-                return m_device.RequestKeyFrame(lChannel, 1, 0);
-        }
+        Require(m_operations[operation & 15](operation >> 4) || LastError() != HLX_SUCCESS);
     }
 
     // Places of just the size that is told, so that a write behind them is seen.
@@ -183,6 +136,26 @@ private:
     CTestRecorder m_recorder;
     CTestRecorder::CDevice& m_device = m_recorder.m_device;
     bool m_bScripted = true;
+    DD_CRUISE_POINT_INFO m_points[3] = {};
+    DD_TIME m_now{};
+    const std::function<bool(LONG)> m_operations[16] = {
+        [this](LONG) { return m_device.RebootDVR(); },
+        [this](LONG lMaxNum) { return AskDisks(static_cast<unsigned>(lMaxNum)); },
+        [this](LONG) { return m_device.ShutDownDVR(); },
+        [this](LONG lMaxNum) { return AskCameras(lMaxNum); },
+        [this](LONG) { return m_device.ChangTime(1'700'000'000); },
+        [this](LONG lChannel) { return AskColor(lChannel); },
+        [this](LONG lChannel) { return m_device.PTZControl(lChannel, 1, 2, 3, 0, 0); },
+        [this](LONG lMaxNum) { return AskStatus(lMaxNum); },
+        [this](LONG lChannel) { return m_device.PTZSetCruise(lChannel, 1, m_points, 3, 0); },
+        [this](LONG) { return m_device.HasStreamCapability(); },
+        [this](LONG lChannel) { return m_device.SaveVideoColor(lChannel, 1, 2, 3, 4); },
+        [this](LONG lChannel) { return m_device.StartLiveChannel(lChannel, lChannel & 1, 1, 0); },
+        [this](LONG lChannel) { return m_device.StartJpegStream(lChannel); },
+        [this](LONG lChannel) { return m_device.StopLiveChannel(lChannel, lChannel & 1, 0); },
+        [this](LONG lChannel) { return m_device.RequestKeyFrame(lChannel, 1, 0); },
+        [this](LONG) { return m_device.GetDvrCurrentTime("", &m_now); },
+    };
 };
 
 }  // namespace

@@ -9,31 +9,17 @@
 
 namespace {
 
-using Args = std::vector<std::string>;
-
-const PROCESS_OPTIONS WITH_PASSWORD{{"HLX_PASSWORD=secret"}, {}, false};
-
 // A listener on a free port that tells JSON.
-class CListening {
-public:
-    explicit CListening(const Args& extra, const PROCESS_OPTIONS& options = WITH_PASSWORD)
-        : m_process(Line(extra), options) {
-        EXPECT_TRUE(m_process.ReadUntil("\n")) << m_process.Errors();
-        constexpr std::string_view MARK = "{\"event\":\"listening\",\"port\":";
-        EXPECT_EQ(m_process.Output().find(MARK), 0u) << m_process.Output();
-        m_strAddress = "127.0.0.1:" + std::to_string(std::stoi(m_process.Output().substr(MARK.size())));
+struct CListening : CServer {
+    explicit CListening(const Args& extra) : CServer(Line(extra)) {
+        EXPECT_TRUE(Holds(Output(), "{\"event\":\"listening\""));
     }
-    CProcess& Process() { return m_process; }
-    const std::string& Address() const { return m_strAddress; }
 
-private:
     static Args Line(const Args& extra) {
         Args args = {HLX_TOOL, "listen", "--port", "0", "--json"};
         args.insert(args.end(), extra.begin(), extra.end());
         return args;
     }
-    CProcess m_process;
-    std::string m_strAddress;
 };
 
 // A recorder of four channels named Gate that calls the listener.
@@ -55,10 +41,10 @@ TEST(CliListen, TellsWhoComesGoesAndComesAgain) {
     for (const std::string& strLine :
          {R"({"event":"device",)" + strWho + "1" + GATE, R"({"event":"left",)" + strWho + "1" + GATE,
           R"({"event":"device",)" + strWho + "2" + GATE}) {
-        ASSERT_TRUE(listening.Process().ReadUntil(strLine + "\n")) << listening.Process().Output();
+        ASSERT_TRUE(listening.ReadUntil(strLine + "\n")) << listening.Output();
     }
-    listening.Process().Kill(SIGINT);
-    EXPECT_EQ(listening.Process().Wait(), 130) << listening.Process().Errors();
+    listening.Kill(SIGINT);
+    EXPECT_EQ(listening.Wait(), 130) << listening.Errors();
     EXPECT_TRUE(caller.ReadUntil("\"vain-call\""));  // comes behind the end of its link
     EXPECT_NE(caller.Output().find("\"logout\""), std::string::npos);
 }
@@ -67,8 +53,8 @@ TEST(CliListen, AnUnknownCallerIsToldAndTurnedAway) {
     CListening listening({"--device", "1:admin", "--count", "2"});
     CProcess caller(Caller(listening, "2"), WITH_PASSWORD);
     const std::string strLine = "{\"event\":\"unknown\",\"id\":2,\"from\":\"127.0.0.1\"}\n";
-    EXPECT_EQ(listening.Process().Wait(), 0);
-    const std::string& strOutput = listening.Process().Output();
+    EXPECT_EQ(listening.Wait(), 0);
+    const std::string& strOutput = listening.Output();
     EXPECT_EQ(strOutput.substr(strOutput.find('\n') + 1), strLine + strLine);
     EXPECT_TRUE(caller.ReadUntil(R"({"event":"closed","link":1,"bytes":64})"));
     EXPECT_EQ(caller.Output().find("\"login\""), std::string::npos);
@@ -83,12 +69,12 @@ TEST(CliListen, EachDeviceHasItsPassword) {
     EXPECT_TRUE(wrong.ReadUntil("\"refused\""));
     CProcess first(Caller(listening, "1"), WITH_PASSWORD);
     CProcess second(Caller(listening, "2"), {{"HLX_PASSWORD=other"}, {}, false});
-    EXPECT_EQ(listening.Process().Wait(), 0);
+    EXPECT_EQ(listening.Wait(), 0);
     for (const char* sID : {"1", "2"}) {
         const std::string strCame = std::string("{\"event\":\"device\",\"id\":") + sID + ",\"session\":";
-        EXPECT_NE(listening.Process().Output().find(strCame), std::string::npos) << listening.Process().Output();
+        EXPECT_NE(listening.Output().find(strCame), std::string::npos) << listening.Output();
     }
-    EXPECT_EQ(listening.Process().Output().find("secret"), std::string::npos);
+    EXPECT_EQ(listening.Output().find("secret"), std::string::npos);
 }
 
 TEST(CliListen, ATextForAPerson) {

@@ -21,7 +21,7 @@ struct DESCRIPTORS {
 };
 
 // In the child: takes its place on the descriptors and becomes the program.
-[[noreturn]] void Become(const std::vector<std::string>& args, const PROCESS_OPTIONS& options, DESCRIPTORS own) {
+[[noreturn]] void Become(const Args& args, const PROCESS_OPTIONS& options, DESCRIPTORS own) {
     dup2(own.nInput, STDIN_FILENO);
     dup2(own.nOutput, STDOUT_FILENO);
     dup2(own.nErrors, STDERR_FILENO);
@@ -55,7 +55,16 @@ void Take(int& nFd, std::string& strText) {
 
 }  // namespace
 
-CProcess::CProcess(const std::vector<std::string>& args, const PROCESS_OPTIONS& options) {
+bool Holds(const std::string& strText, const std::string& strPart) {
+    return strText.find(strPart) != std::string::npos;
+}
+
+int64_t NumberBehind(const std::string& strText, const std::string& strMark) {
+    const size_t nMark = strText.find(strMark);
+    return nMark == std::string::npos ? -1 : std::stoll(strText.substr(nMark + strMark.size()));
+}
+
+CProcess::CProcess(const Args& args, const PROCESS_OPTIONS& options) {
     int input[2], output[2], errors[2];
     if (options.bTerminal) {
         int nSlave = -1;
@@ -102,23 +111,14 @@ void CProcess::Pump(bool& bOpen) {
     bOpen = m_nOutput >= 0 || m_nErrors >= 0;
 }
 
-bool CProcess::ReadUntil(const std::string& strText) {
+bool CProcess::PumpUntil(const std::string& strHeard, const std::string& strText) {
     bool bOpen = true;
-    while (m_strOutput.find(strText) == std::string::npos) {
-        if (!bOpen) return false;
-        Pump(bOpen);
-    }
-    return true;
+    while (bOpen && !Holds(strHeard, strText)) Pump(bOpen);
+    return Holds(strHeard, strText);
 }
 
-bool CProcess::ReadErrorsUntil(const std::string& strText) {
-    bool bOpen = true;
-    while (m_strErrors.find(strText) == std::string::npos) {
-        if (!bOpen) return false;
-        Pump(bOpen);
-    }
-    return true;
-}
+bool CProcess::ReadUntil(const std::string& strText) { return PumpUntil(m_strOutput, strText); }
+bool CProcess::ReadErrorsUntil(const std::string& strText) { return PumpUntil(m_strErrors, strText); }
 
 void CProcess::CloseOutput() {
     close(m_nOutput);
@@ -155,8 +155,13 @@ bool CProcess::EndsWithin(std::chrono::milliseconds longest) {
     return m_bEnded || poll(&wait, 1, static_cast<int>(longest.count())) > 0;
 }
 
-PROCESS_RESULT RunProcess(const std::vector<std::string>& args, const PROCESS_OPTIONS& options) {
+PROCESS_RESULT RunProcess(const Args& args, const PROCESS_OPTIONS& options) {
     CProcess process(args, options);
     const int nExit = process.Wait();
     return {nExit, process.Output(), process.Errors()};
+}
+
+CServer::CServer(const Args& args, const PROCESS_OPTIONS& options) : CProcess(args, options) {
+    EXPECT_TRUE(ReadUntil("\n")) << Errors();
+    m_strAddress = "127.0.0.1:" + std::to_string(NumberBehind(Output(), "\"port\":"));
 }

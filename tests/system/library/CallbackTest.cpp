@@ -1,11 +1,5 @@
 // What an application may do inside each of its callbacks: everything, but for what is refused there.
-#include <arpa/inet.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <atomic>
-#include <thread>
 
 #include "main_utility/device/classic/DVRNetDevice_V3.h"
 #include "main_utility/device/NetDeviceMan.h"
@@ -27,64 +21,6 @@ private:
     std::atomic<bool> m_bHasMessage{true};
 };
 
-int ConnectTo(WORD port) {
-    const int sock = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0) return sock;
-    close(sock);
-    return -1;
-}
-
-/// Lets a recorder call in: carries bytes between its port and that of the library until one side ends.
-class CCallIn {
-public:
-    CCallIn(WORD recorderPort, WORD registerPort) : m_socks{ConnectTo(recorderPort), ConnectTo(registerPort)} {
-        m_thread = std::thread([this] {
-            while (Carry()) continue;
-            for (const int sock : m_socks) shutdown(sock, SHUT_RDWR);
-        });
-    }
-    ~CCallIn() {
-        for (const int sock : m_socks) shutdown(sock, SHUT_RDWR);
-        m_thread.join();
-        for (const int sock : m_socks) close(sock);
-    }
-    CCallIn(const CCallIn&) = delete;
-    CCallIn& operator=(const CCallIn&) = delete;
-
-private:
-    bool Carry() const {
-        pollfd readable[2] = {{m_socks[0], POLLIN, 0}, {m_socks[1], POLLIN, 0}};
-        if (poll(readable, 2, -1) <= 0) return false;
-        for (int from = 0; from < 2; ++from) {
-            char bytes[4096];
-            if (!readable[from].revents) continue;
-            const ssize_t got = recv(m_socks[from], bytes, sizeof(bytes), 0);
-            if (got <= 0 || send(m_socks[1 - from], bytes, static_cast<size_t>(got), MSG_NOSIGNAL) != got) return false;
-        }
-        return true;
-    }
-
-    const int m_socks[2];
-    std::thread m_thread;
-};
-
-/// A port that was free a moment ago.
-WORD FreePort() {
-    const int sock = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof(address);
-    bind(sock, reinterpret_cast<sockaddr*>(&address), length);
-    getsockname(sock, reinterpret_cast<sockaddr*>(&address), &length);
-    close(sock);
-    return ntohs(address.sin_port);
-}
-
 class Callbacks;
 
 struct CALLBACK_ROW {
@@ -98,8 +34,9 @@ std::ostream& operator<<(std::ostream& out, const CALLBACK_ROW& row) { return ou
 
 class Callbacks : public CSystemTest, public testing::WithParamInterface<CALLBACK_ROW> {
 public:
-    CClassicRecorder& NewRecorder() {
+    CClassicRecorder& NewRecorder(const std::string& sCallIn = "") {
         CLASSIC_RECORDER_CONFIG config = Fast(4);
+        config.sCallIn = sCallIn;
         config.heartbeat = std::chrono::milliseconds(100);  // in step with the faster clock
         config.registerID = 77;
         return StartRecorder(config);
@@ -135,9 +72,11 @@ public:
         info.deviceId = 77;
         std::snprintf(info.m_szUserName, sizeof(info.m_szUserName), "admin");
         std::snprintf(info.m_szPasswd, sizeof(info.m_szPasswd), "secret");
-        const WORD port = FreePort();
+        CClassicRecorder& gone = NewRecorder();
+        const WORD port = gone.Port();  // is free from now on
+        gone.Stop();
         HLX_SetRegisterPort(port, bKnown ? &info : nullptr, bKnown);
-        m_callIn = std::make_unique<CCallIn>(m_recorders[0]->Port(), port);
+        NewRecorder("127.0.0.1:" + std::to_string(port));
     }
 
     LONG m_first = 0;                      // a session of the first recorder
@@ -148,7 +87,6 @@ protected:
         HLX_SetRegisterPort(0, nullptr, 0);
         HLX_SetReconnect(3000, true);
         HLX_Cleanup();  // no callback comes behind it
-        m_callIn.reset();
         CNetDeviceMan::Instance()->SetDeviceMaker(MakeDevice);
         CSystemTest::TearDown();
     }
@@ -161,7 +99,7 @@ protected:
     void Act(LONG lUserID) {
         const bool bAllowed = !GetParam().bFrame;
         HLX_DEVICEINFO info{};
-        const LONG id = HLX_Login("127.0.0.1", m_recorders[1]->Port(), "admin", "secret", &info);
+        const LONG id = HLX_Login("127.0.0.1", m_otherPort, "admin", "secret", &info);
         Expect("login", id > 0, true);
         Expect("ptz", HLX_PTZControl_Other(id, 0, PTZ_CMD_LEFT, 1), true);
         HLX_CLIENTINFO client{};
@@ -170,15 +108,21 @@ protected:
         Expect("stop", HLX_StopLivePlay(bAllowed ? live : m_live.load()), bAllowed);
         Expect("logout", HLX_Logout(id), bAllowed);
         Expect("cleanup", HLX_Cleanup(), false);
+        Expect("info", HLX_GetDeviceInfo(m_first, &info), true);
+        DD_TIME time{};
+        if (!bAllowed) Expect("time", HLX_GetDeviceTime(m_first, &time), false);
+        char picture = 0;
+        DWORD size = 0;
+        if (!bAllowed) Expect("picture", HLX_CaptureJPEGPicture(m_first, 0, nullptr, &picture, 1, &size), false);
         const bool bKnown = bAllowed && GetParam().bSession;
         Expect("own logout", HLX_Logout(lUserID), bKnown, bAllowed ? HLX_PARAMETER_ERROR : HLX_OPER_NOPERMIT);
     }
 
     DWORD m_type = 0;
+    WORD m_otherPort = 0;  // of the second recorder
     std::atomic<bool> m_bCalled{false};
     std::atomic<bool> m_bDone{false};
     std::atomic<LONG> m_told{0};
-    std::unique_ptr<CCallIn> m_callIn;
 };
 
 TEST_P(Callbacks, AllowWhatTheyShouldAndNeverHang) {
@@ -189,7 +133,7 @@ TEST_P(Callbacks, AllowWhatTheyShouldAndNeverHang) {
     NewRecorder().SetStatus({.motion = 1});
     m_first = Login();
     ASSERT_GT(m_first, 0);
-    NewRecorder();
+    m_otherPort = NewRecorder().Port();
     const CFastTime fast(20);
     GetParam().fCause(*this);
     EXPECT_TRUE(WaitUntil([&] { return m_bDone.load(); }));

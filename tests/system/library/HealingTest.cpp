@@ -1,8 +1,6 @@
 // Sessions and streams that come back by themselves.
-#include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
 
 #include "System.h"
 
@@ -90,35 +88,25 @@ TEST_F(Healing, DeadRecordersHoldUpNoOther) {
         StartRecorder(config);
         ids.push_back(Login());
     }
-    const auto measure = [&](const char* pName) {
-        std::vector<double> milliseconds;
+    const auto loginsAreQuick = [&] {
         for (size_t at = dead; at + 1 < recorders; ++at) {
             const auto start = steady_clock::now();
             EXPECT_TRUE(HLX_Logout(ids[at]));
             HLX_DEVICEINFO info{};
             ids[at] = HLX_Login("127.0.0.1", m_recorders[at]->Port(), "admin", "secret", &info);
             EXPECT_GT(ids[at], 0);
-            milliseconds.push_back(std::chrono::duration<double, std::milli>(steady_clock::now() - start).count());
+            EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(10));
         }
-        std::ranges::sort(milliseconds);
-        RecordProperty(std::string(pName) + "_median_us",
-                       static_cast<int>(milliseconds[milliseconds.size() / 2] * 1000));
-        RecordProperty(std::string(pName) + "_worst_us", static_cast<int>(milliseconds.back() * 1000));
-        EXPECT_LT(milliseconds.back(), 10000);
     };
-    measure("all_alive");
     for (size_t at = 0; at < dead; ++at) {
         if (at % 2) m_recorders[at]->SetFaults({{SIM_FAULT_KIND::SILENT, SIM_PHASE::CONNECT}});
         if (at % 2) m_recorders[at]->CutLinks(SIM_CUT::RESET);
         if (at % 2 == 0) m_recorders[at]->Stop();
     }
     ASSERT_TRUE(WaitUntil([&] { return m_breaks == static_cast<int>(dead); }));
-    measure("some_dead");
-    const auto cut = steady_clock::now();
+    loginsAreQuick();
     m_recorders.back()->CutLinks(SIM_CUT::RESET);  // the last in the table
     EXPECT_TRUE(WaitUntil([&] { return m_returns == 1; }, std::chrono::seconds(20)));
-    RecordProperty("back_ms", static_cast<int>((steady_clock::now() - cut) / std::chrono::milliseconds(1)));
-    EXPECT_EQ(1, m_returns);
     HLX_SetConnectTime(5000, 1);
 }
 
@@ -128,57 +116,16 @@ TEST_F(Healing, SixtyFourChannelsAreBackSoonAndEachFrameArrivesOnce) {
     std::vector<CReceiver> receivers(64);
     for (int channel = 0; channel < 64; ++channel) ASSERT_GT(receivers[channel].Play(id, channel, HLX_SUB_STREAM), 0);
     for (const CReceiver& receiver : receivers) ASSERT_TRUE(receiver.WaitForFrames(1));
-    const char* pRate = std::getenv("HLX_TEST_RATE");
-    const CFastTime fast(pRate ? std::atoi(pRate) : RATE);
+    const CFastTime fast(RATE);
     recorder.CutLinks(SIM_CUT::RESET);
     ASSERT_TRUE(WaitUntil([&] { return m_returns == 1; }));
-    const tint64 back = CFastTime::Clock().MonotonicMicroseconds();
     const size_t before = receivers[0].Frames().size();
     for (const CReceiver& receiver : receivers) EXPECT_TRUE(Runs(receiver));
-    RecordProperty("moved_ms_to_run_again",
-                   static_cast<int>((CFastTime::Clock().MonotonicMicroseconds() - back) / 1000));
     HLX_Logout(id);
     const auto frames = receivers[0].Frames();
     std::map<std::pair<DWORD, DWORD>, int> seen;
     for (size_t at = before; at < frames.size(); ++at)
         EXPECT_EQ(1, ++seen[std::make_pair(frames[at].info.frameType, frames[at].info.frameIndex)]);
-}
-
-TEST_F(Healing, AStreamThatFallsSilentWithItsLinkUpIsStartedAgain) {
-    CClassicRecorder& recorder = StartRecorder(Beating(1));
-    const LONG id = Login();
-    CReceiver receiver;
-    ASSERT_GT(receiver.Play(id, 0), 0);
-    ASSERT_TRUE(receiver.WaitForFrames(3));
-    recorder.SetFaults({{SIM_FAULT_KIND::STREAM_STOP, SIM_PHASE::ANY, 0, 1}});
-    ASSERT_TRUE(m_events.WaitFor(SIM_EVENT_KIND::FAULT, 1, std::chrono::seconds(5)));
-    const CFastTime fast(RATE);
-    EXPECT_TRUE(Runs(receiver));
-    EXPECT_EQ(0, m_breaks);
-}
-
-TEST_F(Healing, EveryCallMayBeMadeFromTheExceptionCallback) {
-    CClassicRecorder& recorder = StartRecorder(Beating(2));
-    static LONG s_id;
-    static std::atomic<bool> s_bDone;
-    s_id = Login();
-    s_bDone = false;
-    CReceiver receiver;
-    ASSERT_GT(receiver.Play(s_id, 0), 0);
-    HLX_SetSDKMessageCallBack(
-        0, nullptr,
-        [](DWORD, LONG id, LONG, void*) {
-            HLX_DEVICEINFO info;
-            EXPECT_EQ(s_id, id);
-            EXPECT_TRUE(HLX_GetDeviceInfo(id, &info));
-            EXPECT_FALSE(HLX_MakeKeyFrame(id, 0));
-            EXPECT_TRUE(HLX_Logout(id));
-            s_bDone = true;
-        },
-        nullptr);
-    recorder.CutLinks(SIM_CUT::CLOSE);
-    EXPECT_TRUE(WaitUntil([&] { return s_bDone.load(); }));
-    EXPECT_FALSE(HLX_Logout(s_id));
 }
 
 }  // namespace

@@ -41,11 +41,6 @@ POINTERHANDLE Play(LONG lUserID, LONG lStreamType, bool bEx) {
     return bEx ? HLX_LivePlayEx(lUserID, &info, nullptr, nullptr) : HLX_LivePlay(lUserID, &info, nullptr, nullptr);
 }
 
-BOOL SetAlarm(LONG lUserID, BOOL bOpen) {
-    LONG output = 0, value = 1, count = 1;
-    return HLX_SetDeviceManualAlarm(lUserID, &output, &value, &count, bOpen);
-}
-
 BOOL GetColor(LONG lUserID) {
     DWORD value[4];
     return HLX_GetVideoEffect(lUserID, CHANNEL, &value[0], &value[1], &value[2], &value[3]);
@@ -58,15 +53,6 @@ const OPERATION OPERATIONS[] = {
     {"PTZCruise", TALK::ASKS, [](LONG, auto live) { return HLX_PTZCruise(live, PTZ_CMD_CRUISE_STOP, 3); }},
     {"PTZTrack", TALK::ASKS, [](LONG, auto live) { return HLX_PTZTrack(live, PTZ_CMD_TRACK_START); }},
     {"PTZAutoScan", TALK::ASKS, [](LONG, auto live) { return HLX_PTZAutoScan(live, PTZ_CMD_AUTO_SCAN_STOP, 3, 1); }},
-    {"PTZControl_Other", TALK::ASKS, [](LONG id, auto) { return HLX_PTZControl_Other(id, CHANNEL, PTZ_CMD_STOP, 0); }},
-    {"PTZPreset_Other", TALK::ASKS,
-     [](LONG id, auto) { return HLX_PTZPreset_Other(id, CHANNEL, PTZ_CMD_PRESET_SET, 4); }},
-    {"PTZSetCruise_Other", TALK::ASKS, [](LONG id, auto) { return HLX_PTZSetCruise_Other(id, CHANNEL, 4, POINTS, 1); }},
-    {"PTZCruise_Other", TALK::ASKS,
-     [](LONG id, auto) { return HLX_PTZCruise_Other(id, CHANNEL, PTZ_CMD_CRUISE_STOP, 4); }},
-    {"PTZTrack_Other", TALK::ASKS, [](LONG id, auto) { return HLX_PTZTrack_Other(id, CHANNEL, PTZ_CMD_TRACK_START); }},
-    {"PTZAutoScan_Other", TALK::ASKS,
-     [](LONG id, auto) { return HLX_PTZAutoScan_Other(id, CHANNEL, PTZ_CMD_AUTO_SCAN_STOP, 3, 1); }},
     {"GetVideoEffect", TALK::READS, [](LONG id, auto) { return GetColor(id); }},
     {"GetVideoEffect_Ex", TALK::READS,
      [](LONG id, auto) {
@@ -74,16 +60,15 @@ const OPERATION OPERATIONS[] = {
          return HLX_GetVideoEffect_Ex(id, CHANNEL, &value[0], &value[1], &value[2], &value[3]);
      }},
     {"SetVideoEffect", TALK::SENDS, [](LONG id, auto) { return HLX_SetVideoEffect(id, CHANNEL, 1, 2, 3, 4); }},
-    {"SetVideoEffect_Ex", TALK::SENDS, [](LONG id, auto) { return HLX_SetVideoEffect_Ex(id, CHANNEL, 1, 2, 3, 4); }},
     {"SaveVideoEffect", TALK::ASKS, [](LONG id, auto) { return HLX_SaveVideoEffect(id, CHANNEL, 1, 2, 3, 4); }},
     {"ChangTime", TALK::ASKS, [](LONG id, auto) { return HLX_ChangTime(id, 1'600'000'000); }},
     {"StartDVRRecord", TALK::SENDS, [](LONG id, auto) { return HLX_StartDVRRecord(id, CHANNEL, 1); }},
-    {"StopDVRRecord", TALK::SENDS, [](LONG id, auto) { return HLX_StopDVRRecord(id, CHANNEL); }},
-    {"Alarm on", TALK::SENDS, [](LONG id, auto) { return SetAlarm(id, 1); }},
-    {"Alarm off", TALK::SENDS, [](LONG id, auto) { return SetAlarm(id, 0); }},
+    {"Alarm on", TALK::SENDS,
+     [](LONG id, auto) {
+         LONG output = 0, value = 1, count = 1;
+         return HLX_SetDeviceManualAlarm(id, &output, &value, &count, 1);
+     }},
     {"MakeKeyFrame", TALK::SENDS, [](LONG id, auto) { return HLX_MakeKeyFrame(id, CHANNEL); }},
-    {"MakeKeyFrameSub", TALK::SENDS, [](LONG id, auto) { return HLX_MakeKeyFrameSub(id, CHANNEL); }},
-    {"MakeKeyFrameEx", TALK::SENDS, [](LONG id, auto) { return HLX_MakeKeyFrameEx(id, CHANNEL, HLX_SUB_STREAM); }},
     {"GetDeviceIPCInfo", TALK::ASKS,
      [](LONG id, auto) {
          HLX_IPC_DEVICE_INFO cameras[4];
@@ -120,11 +105,8 @@ protected:
         const OPERATION_FAULT& row = GetParam();
         if (talk == TALK::REBOOTS)
             return row.bLinkStays && row.asks != HLX_SUCCESS ? DWORD{HLX_NETWORK_NOT_CONNECT} : row.asks;
-        return talk == TALK::ASKS      ? row.asks
-               : talk == TALK::READS   ? row.reads
-               : talk == TALK::LIVE    ? row.live
-               : talk == TALK::PICTURE ? row.picture
-                                       : DWORD{HLX_SUCCESS};
+        const DWORD numbers[] = {row.asks, row.reads, HLX_SUCCESS, row.live, row.picture};
+        return numbers[static_cast<size_t>(talk)];
     }
     void LogIn() {
         m_id = Login();

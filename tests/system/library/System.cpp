@@ -2,21 +2,11 @@
 
 #include <cstdlib>
 
-#include "protocol/ClassicProtocol.h"
 #include "simulator/SimBytes.h"
 
 namespace {
 
 constexpr auto WAIT = std::chrono::seconds(20);
-
-/// The public form of what the wire calls the frame, as the interface's tables have it.
-DWORD PublicType(tuint32 wireType) {
-    static const std::map<tuint32, DWORD> types{{1, 1}, {2, 2}, {3, 5}, {4, 6}};
-    const auto found = types.find(wireType);
-    return found == types.end() ? 0 : found->second;
-}
-
-DWORD PublicStream(tuint32 wireAttrib) { return (wireAttrib & 0x20 ? 0x40 : 0) | (wireAttrib & 0x40 ? 0x80 : 0); }
 
 }  // namespace
 
@@ -84,15 +74,8 @@ CReceiver::~CReceiver() {
 void CReceiver::OnFrame(POINTERHANDLE lLiveHandle, HLX_FRAME_INFO info, BYTE* pData, void* pUser) {
     auto& self = *static_cast<CReceiver*>(pUser);
     if (self.m_inCallback) self.m_inCallback(lLiveHandle, info);
-    RECEIVED_FRAME frame{info, {}, {}};
-    const size_t length = info.length;
-    const auto* pBytes = reinterpret_cast<const std::byte*>(pData);
-    const size_t sure = length >= 3 ? length - 3 : 0;
-    frame.digests[0] = DigestBytes({pBytes, sure});
-    for (size_t more = 1; more <= 3 && length >= 3; ++more) {
-        frame.digests[more] = DigestBytes({pBytes + sure + more - 1, 1}, frame.digests[more - 1]);
-        frame.padding[3 - more] = pData[sure + more - 1];
-    }
+    if (self.m_pLedger) self.m_pLedger->Received(0, info, pData);
+    const RECEIVED_FRAME frame{info, DigestBytes({reinterpret_cast<const std::byte*>(pData), info.length})};
     std::lock_guard guard(self.m_lock);
     self.m_frames.push_back(frame);
     ++self.m_counts[info.frameType];
@@ -116,24 +99,4 @@ size_t CReceiver::Count(DWORD frameType) const {
 std::vector<RECEIVED_FRAME> CReceiver::Frames() const {
     std::lock_guard guard(m_lock);
     return m_frames;
-}
-
-bool IsSame(const RECEIVED_FRAME& frame, const CLASSIC_SENT_FRAME& sent) {
-    const DWORD padded = (sent.length + 3) / 4 * 4;
-    if (frame.info.length != padded || frame.digests[3 - (padded - sent.length)] != sent.digest) return false;
-    for (DWORD at = 0; at < padded - sent.length; ++at)
-        if (frame.padding[at] != 0) return false;
-    return (frame.info.keyFrame != 0) == sent.bKeyFrame;
-}
-
-void CSentFrames::Take(CClassicRecorder& recorder) {
-    for (const CLASSIC_SENT_FRAME& frame : recorder.TakeSentFrames()) {
-        m_sent[{frame.channel, PublicType(frame.frameType), PublicStream(frame.frameAttrib), frame.frameIndex}] = frame;
-    }
-}
-
-const CLASSIC_SENT_FRAME* CSentFrames::Find(const RECEIVED_FRAME& frame) const {
-    const DWORD stream = frame.info.frameAttrib & (DD_LIVE_FRAME_FIRST_STREAM | DD_LIVE_FRAME_SECOND_STREAM);
-    const auto found = m_sent.find({frame.info.channel, frame.info.frameType, stream, frame.info.frameIndex});
-    return found == m_sent.end() ? nullptr : &found->second;
 }

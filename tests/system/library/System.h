@@ -15,6 +15,7 @@
 #include "simulator/classic/ClassicRecorder.h"
 #include "support/MovedTime.h"
 #include "support/TestSupport.h"
+#include "tests/soak/FrameLedger.h"
 
 /// Makes the library's clock run faster for a scope. The clock itself stays in force for the whole process, since threads of the
 /// library wait on it before and behind the scope.
@@ -55,10 +56,8 @@ private:
 
 /// A frame as the application got it.
 struct RECEIVED_FRAME {
-    HLX_FRAME_INFO info{};
-    std::uint64_t digests[4] =
-        {};  // over length - 3, - 2, - 1 and all bytes: the padding's size is the sender's to know
-    unsigned char padding[3] = {};  // the last three bytes, the last one first
+    HLX_FRAME_INFO info;
+    std::uint64_t digest;  // of all its bytes
 };
 
 /// Collects the frames of streams, which it stops when it goes.
@@ -78,27 +77,14 @@ public:
 
     /// Runs inside each callback, before the frame is kept.
     std::function<void(POINTERHANDLE, const HLX_FRAME_INFO&)> m_inCallback;
+    CFrameLedger* m_pLedger = nullptr;  // is told of each frame as one of recorder 0
 
-private:
     static void OnFrame(POINTERHANDLE lLiveHandle, HLX_FRAME_INFO info, BYTE* pData, void* pUser);
 
+private:
     mutable std::mutex m_lock;
     mutable std::condition_variable m_came;
     std::vector<RECEIVED_FRAME> m_frames;  // m_lock
     std::map<DWORD, size_t> m_counts;      // m_lock; by frame type
     std::vector<POINTERHANDLE> m_handles;  // of the thread that plays
-};
-
-/// True when `frame` is what the recorder put on the wire as `sent`: the same bytes, padded with zeroes to a multiple of 4.
-bool IsSame(const RECEIVED_FRAME& frame, const CLASSIC_SENT_FRAME& sent);
-
-/// The frames with which the recorder answered, by channel, public frame type, stream attribute and index.
-class CSentFrames {
-public:
-    void Take(CClassicRecorder& recorder);
-    /// Null when no such frame was sent.
-    const CLASSIC_SENT_FRAME* Find(const RECEIVED_FRAME& frame) const;
-
-private:
-    std::map<std::tuple<DWORD, DWORD, DWORD, DWORD>, CLASSIC_SENT_FRAME> m_sent;
 };

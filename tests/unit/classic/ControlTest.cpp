@@ -81,17 +81,6 @@ TEST_F(ControlTest, RequestsAndReplies) {
     }
 }
 
-TEST_F(ControlTest, RecorderThatDoesNotAnswer) {
-    CMovedTime clock;
-    clock.SetRate(1000);
-    m_recorder.m_answers[REBOOT] = Message(CFG_SUCC);  // not what is awaited
-    EXPECT_TRUE(FailedWith(HLX_NETWORK_RECV_TIMEOUT, m_device.RebootDVR()));
-    EXPECT_TRUE(FailedWith(HLX_NETWORK_RECV_TIMEOUT, m_device.ChangTime(1)));
-    m_recorder.m_onSend = [&](tuint32) { m_recorder.BreakLink(); };
-    EXPECT_TRUE(FailedWith(HLX_NETWORK_NOT_CONNECT, m_device.RebootDVR()));
-    EXPECT_TRUE(FailedWith(HLX_NETWORK_NOT_CONNECT, m_device.StartDVRRecord(0, 1)));
-}
-
 /// Each request that came to nothing leaves one line, and no password is in it.
 TEST_F(ControlTest, TheLogTellsWhyARequestCameToNothing) {
     CMovedTime clock;

@@ -1,7 +1,6 @@
 // Opening and closing of live channels.
 #include <gtest/gtest.h>
 
-#include "support/MovedTime.h"
 #include "TestRecorder.h"
 
 namespace {
@@ -108,10 +107,6 @@ TEST_F(LiveTest, AnswersThatAreNoRefusal) {
         m_recorder.m_answers[0x50C] = answer;
         EXPECT_TRUE(m_device.HasStreamCapability());
     }
-    CMovedTime time;
-    time.SetRate(500);
-    m_recorder.m_answers.erase(0x50C);
-    EXPECT_TRUE(m_device.HasStreamCapability()) << "silence";
 }
 
 TEST_F(LiveTest, FallenLink) {

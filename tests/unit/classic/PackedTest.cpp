@@ -92,7 +92,6 @@ TEST(PackedTest, StreamsMixAndReplaceTheirOwn) {
 
 TEST(PackedTest, PromisesCostNothing) {
     CPackedCombiner combiner;
-    const Bytes begin = BigMessage(0, 100);
     for (tuint32 id = 1; id <= 1000; ++id) {
         const Bytes message = TEST_FRAME{.streamID = id, .data = Bytes(100, 'x')}.Message();
         Add(combiner, PIECE{id, 100, 60'000'000, 1, message}.Packed());

@@ -15,7 +15,6 @@ protected:
         m_config.sMediaFolder = HLX_SIM_SOURCE_MEDIA;
         m_config.sPassword = "secret";
         m_config.observer = m_log.Observer();
-        m_config.bKeepDigests = true;
     }
 
     std::uint16_t StartRecorder() {

@@ -116,6 +116,13 @@ std::optional<WIRE_MESSAGE> CWireClient::Next(std::uint32_t id) {
     return Next([id](const WIRE_MESSAGE& message) { return message.length > 0 && message.Id() == id; });
 }
 
+std::optional<WIRE_MESSAGE> CWireClient::NextFrame(std::uint32_t type, std::uint32_t channel) {
+    return Next([&](const WIRE_MESSAGE& message) {
+        return message.length > 0 && message.Id() == 0xA000001 && Word(message.payload, 20) == type &&
+               Word(message.payload, 40) == channel;
+    });
+}
+
 void CWireClient::Command(std::uint32_t id, const BYTES& body) {
     BYTES bytes{'1', '1', '1', '1'};
     Put(bytes, 16 + body.size(), 4);

@@ -43,6 +43,8 @@ public:
     /// The next message for which `wanted` is true; others, heartbeats too, are dropped. Gives up after 5 s.
     std::optional<WIRE_MESSAGE> Next(const std::function<bool(const WIRE_MESSAGE&)>& wanted);
     std::optional<WIRE_MESSAGE> Next(std::uint32_t id);
+    /// The next frame of a stream that comes in one message.
+    std::optional<WIRE_MESSAGE> NextFrame(std::uint32_t type, std::uint32_t channel);
 
     void Command(std::uint32_t id, const BYTES& body = {});
     /// Asks for the channels' streams with CMD_REQUEST_STREAM_START.
