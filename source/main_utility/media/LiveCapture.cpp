@@ -68,8 +68,10 @@ BOOL CLiveMan::CapturePicture(LONG lUserID, LONG lChannel, char* pBuffer, DWORD 
 /// The stream that takes pictures of the channel; null when neither it is there nor can be made.
 LIVE_STREAM_INFO* CLiveMan::CaptureStream(LONG lUserID, LONG lChannel) {
     for (const Stream& stream : m_streamInfoArray) {
-        if (stream->lDeviceHandle == lUserID && stream->channel == lChannel && stream->streamType == HLX_THIRD_STREAM)
-            return stream.get();
+        if (stream->lDeviceHandle != lUserID || stream->channel != lChannel || stream->streamType != HLX_THIRD_STREAM)
+            continue;
+        // A live stream that is just being stopped still has the ring.
+        return stream->bEnding ? Failure(HLX_NORESOURCE, static_cast<LIVE_STREAM_INFO*>(nullptr)) : stream.get();
     }
     auto stream = std::make_unique<LIVE_STREAM_INFO>();
     stream->lLiveHandle = reinterpret_cast<POINTERHANDLE>(stream.get());

@@ -51,13 +51,14 @@ void CLiveMan::StopStreams() {
 template <class Wanted>
 POINTERHANDLE CLiveMan::AnyStream(Wanted wanted) {
     std::lock_guard guard(m_streamLock);
-    const auto found = std::ranges::find_if(m_streamInfoArray, [&](const Stream& stream) { return wanted(*stream); });
+    const auto found = std::ranges::find_if(m_streamInfoArray,
+                                            [&](const Stream& stream) { return !stream->bEnding && wanted(*stream); });
     return found == m_streamInfoArray.end() ? 0 : (*found)->lLiveHandle;
 }
 
 LIVE_STREAM_INFO* CLiveMan::Find(POINTERHANDLE lLiveHandle) const {
     for (const Stream& stream : m_streamInfoArray)
-        if (stream->lLiveHandle == lLiveHandle) return stream.get();
+        if (stream->lLiveHandle == lLiveHandle && !stream->bEnding) return stream.get();
     return nullptr;
 }
 
@@ -119,19 +120,22 @@ bool CLiveMan::ChooseSession(LIVE_STREAM_INFO& stream) {
     return true;
 }
 
-bool CLiveMan::IsRingTaken(unsigned int bufferID) const {
-    return std::ranges::any_of(m_streamInfoArray, [&](const Stream& stream) { return stream->bufferID == bufferID; });
+bool CLiveMan::IsRingTaken(unsigned int bufferID, const LIVE_STREAM_INFO* pExcept) const {
+    return std::ranges::any_of(m_streamInfoArray, [&](const Stream& stream) {
+        return stream->bufferID == bufferID && stream.get() != pExcept;
+    });
 }
 
 POINTERHANDLE CLiveMan::OpenStream(const Stream& stream) {
     LIVE_STREAM_INFO& opened = *stream;
     const POINTERHANDLE lLiveHandle = opened.lLiveHandle;
     std::unique_lock guard(m_streamLock);
-    // A capture may have come since the session was chosen.
+    // A capture may have come since the session was chosen, or a stream that is being stopped still has the ring.
     while (IsRingTaken(LIVE_BUFFER_ID(opened.lDeviceHandle, opened.channel, opened.streamType))) {
         guard.unlock();
         CloseSession(opened);
         opened.bExtraStream = false;
+        PUB_Sleep(1);  // of a session that is gone no other can be had until the stream that has the ring is through
         if (!ChooseSession(opened)) return -1;
         guard.lock();
     }
@@ -155,11 +159,10 @@ POINTERHANDLE CLiveMan::OpenStream(const Stream& stream) {
     }
 
     const DWORD error = CThreadState::Instance()->GetLastError();
-    m_streamInfoArray.pop_back();
+    opened.bEnding = true;
     guard.unlock();
     LogStream(YLOG_ERROR, opened, "refused, number", static_cast<LONG>(error));
-    CloseSession(opened);
-    EndStream(opened);
+    FinishStream(stream);
     CThreadState::Instance()->SetLastError(IsRefusal(error) ? error : DWORD{HLX_NETWORK_NOT_CONNECT});
     return -1;
 }
@@ -196,23 +199,24 @@ void CLiveMan::StopDeviceSide(const LIVE_STREAM_INFO& stream) {
     if (stream.bCapture) return;
     const bool bFirstStream = IsFirstStream(stream.streamType);
     const bool bShared = std::any_of(m_streamInfoArray.begin(), m_streamInfoArray.end(), [&](const Stream& other) {
-        return other.get() != &stream && other->lDeviceHandle == stream.lDeviceHandle &&
+        return other.get() != &stream && !other->bEnding && other->lDeviceHandle == stream.lDeviceHandle &&
                other->channel == stream.channel && other->streamType == stream.streamType;
     });
     if (!bShared) m_pDeviceMan->StopLiveChannel(stream.lDeviceHandle, stream.channel, bFirstStream, stream.streamType);
     m_pDeviceMan->StopLiveHandle(stream.lDeviceHandle, stream.channel, bFirstStream, stream.bufferID);
 }
 
+/// The stream stays in the table until it is through, so that no other begins with its ring.
 CLiveMan::Stream CLiveMan::TakeStream(POINTERHANDLE lLiveHandle) {
     std::lock_guard guard(m_streamLock);
-    const auto found = std::find_if(m_streamInfoArray.begin(), m_streamInfoArray.end(),
-                                    [&](const Stream& stream) { return stream->lLiveHandle == lLiveHandle; });
+    const auto found = std::ranges::find_if(m_streamInfoArray, [&](const Stream& stream) {
+        return stream->lLiveHandle == lLiveHandle && !stream->bEnding;
+    });
     if (found == m_streamInfoArray.end()) return nullptr;
     if (!(*found)->captures.empty()) m_pDeviceMan->StopJpegStream((*found)->lDeviceHandle, (*found)->channel);
     StopDeviceSide(**found);
-    Stream stream = std::move(*found);
-    m_streamInfoArray.erase(found);
-    return stream;
+    (*found)->bEnding = true;
+    return *found;
 }
 
 BOOL CLiveMan::StopLivePlay(POINTERHANDLE lLiveHandle) {
@@ -221,9 +225,16 @@ BOOL CLiveMan::StopLivePlay(POINTERHANDLE lLiveHandle) {
     LogStream(YLOG_INFO, *stream, "stopped, session", stream->lDeviceHandle);
     POINTERHANDLE lOpened = lLiveHandle;
     m_curAudioHandle.compare_exchange_strong(lOpened, 0);
+    FinishStream(stream);
+    return 1;
+}
+
+/// The end of a stream that nobody finds any more; then its ring is free.
+void CLiveMan::FinishStream(const Stream& stream) {
     CloseSession(*stream);
     EndStream(*stream);
-    return 1;
+    std::lock_guard guard(m_streamLock);
+    std::erase(m_streamInfoArray, stream);
 }
 
 BOOL CLiveMan::RemoveDevice(LONG lUserID) {

@@ -60,6 +60,7 @@ struct LIVE_STREAM_INFO {
     unsigned int streamID = 0;   // lowest free number from 1 among the streams of that user id and channel
     unsigned int bufferID = 0;   // the ring
     bool bExtraStream = false;   // the stream has a session of its own
+    bool bEnding = false;        // being stopped: nobody finds it, but its ring is still in use; m_streamLock
     PUB_thread_t hThreadCallBackData = 0;
     bool bProcessing = false;                    // run flag of the thread
     std::atomic<time_t> tStreamDataLastTime{0};  // MonotonicSeconds() of the stream's last frame
@@ -160,7 +161,7 @@ private:
     unsigned int FreeStreamID(LONG lUserID, LONG lChannel) const;
     bool IsOpen(const LIVE_STREAM_INFO& wanted, bool bSameTypeOnly) const;
     void StopDeviceSide(const LIVE_STREAM_INFO& stream);
-    bool IsRingTaken(unsigned int bufferID) const;
+    bool IsRingTaken(unsigned int bufferID, const LIVE_STREAM_INFO* pExcept = nullptr) const;
     template <class Action>
     BOOL WithStream(POINTERHANDLE lLiveHandle, Action&& action);
     template <class Action>
@@ -175,6 +176,7 @@ private:
     bool StartStream(LIVE_STREAM_INFO& stream);
     void EndStream(LIVE_STREAM_INFO& stream);
     Stream TakeStream(POINTERHANDLE lLiveHandle);
+    void FinishStream(const Stream& stream);
     void StopStreams();
 
     // Capturing (LiveCapture.cpp)

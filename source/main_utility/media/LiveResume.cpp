@@ -159,7 +159,7 @@ std::vector<CLiveMan::Stream> CLiveMan::Choose(const std::function<bool(const LI
     std::vector<Stream> streams;
     std::lock_guard guard(m_streamLock);
     for (const Stream& stream : m_streamInfoArray)
-        if (wanted(*stream)) streams.push_back(stream);
+        if (!stream->bEnding && wanted(*stream)) streams.push_back(stream);
     return streams;
 }
 
@@ -200,6 +200,7 @@ bool CLiveMan::StartAgain(const Stream& stream) {
     if (bStarted) stream->tStreamDataLastTime = MonotonicSeconds();
     std::lock_guard guard(m_streamLock);
     if (isListed()) return bStarted;
-    if (!IsRingTaken(stream->bufferID)) StopDeviceSide(*stream);  // else another stream has its place already
+    if (!IsRingTaken(stream->bufferID, stream.get()))
+        StopDeviceSide(*stream);  // else another stream has its place already
     return true;
 }

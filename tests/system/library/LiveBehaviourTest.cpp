@@ -200,4 +200,25 @@ TEST_F(Live, APlayBesideALogoutLeavesNoStream) {
     }
 }
 
+TEST_F(Live, AStreamThatIsBeingStoppedSharesItsRingWithNobody) {
+    CClassicRecorder& recorder = StartRecorder(Fast(1, 20));
+    const LONG id = Login();
+    std::atomic<bool> bHeld{false};
+    std::atomic<bool> bRelease{false};
+    CReceiver held;
+    CReceiver other;
+    held.m_inCallback = [&](POINTERHANDLE, const HLX_FRAME_INFO&) {
+        bHeld = true;
+        WaitUntil([&] { return bRelease.load(); });
+    };
+    ASSERT_GT(held.Play(id, 0), 0);
+    ASSERT_TRUE(WaitUntil([&] { return bHeld.load(); }));
+    std::thread logout([id] { HLX_Logout(id); });
+    EXPECT_TRUE(WaitUntil([&] { return recorder.CommandCount(CMD_REQUEST_STREAM_STOP) > 0; }));
+    EXPECT_GT(other.Play(id, 0), 0);
+    EXPECT_TRUE(other.WaitForFrames(3));
+    bRelease = true;
+    logout.join();
+}
+
 }  // namespace
