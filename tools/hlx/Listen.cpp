@@ -276,7 +276,7 @@ EXIT_CODE RunListen(const OPTIONS& options, CInterrupt& interrupt) {
     }
     CListener listener(interrupt);
     const bool bOpen = listener.Open(wPort, devices);
-    explicit_bzero(devices.data(), devices.size() * sizeof(REG_LOGIN_INFO));
+    if (!devices.empty()) explicit_bzero(devices.data(), devices.size() * sizeof(REG_LOGIN_INFO));
     if (!bOpen) return FailLast(options.connect.bJson, "cannot start the library");
     interrupt.QuitAtOnce(false);
     if (const int nErrno = PrintListening(wPort, options.connect.bJson); nErrno != 0) return PrintedExit(nErrno);

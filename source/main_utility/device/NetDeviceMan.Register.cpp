@@ -35,7 +35,7 @@ BOOL CNetDeviceMan::SetRegisterPort(WORD wRegisterPort, const REG_LOGIN_INFO* pL
     Listener old;
     {
         std::lock_guard guard(m_listenerLock);
-        m_retiredListeners.reserve(m_retiredListeners.size() + 1);  // nothing below may fail
+        if (t_pServing) m_retiredListeners.reserve(m_retiredListeners.size() + 1);  // nothing below may fail
         const bool bSame = std::exchange(m_listenPort, wRegisterPort) == wRegisterPort;
         if (bSame || !m_bMayListen) return 1;
         old = SwapListener(fresh);

@@ -231,13 +231,14 @@ void SystemFaults::Listen(EXPECTED expected) {
     auto* pAddress = reinterpret_cast<sockaddr*>(&address);
     EXPECT_TRUE(bind(probe, pAddress, size) == 0 && getsockname(probe, pAddress, &size) == 0);
     close(probe);
-    Call("HLX_SetRegisterPort", EXPECTED::SUCCESS, BOOL{0},
+    Call("HLX_SetRegisterPort", expected, BOOL{0},
          [&] { return HLX_SetRegisterPort(ntohs(address.sin_port), nullptr, 0); });
     // A caller that speaks no protocol of ours is sent away.
     const timeval patience{expected == EXPECTED::NOTHING ? 0 : 20, 50000};
     setsockopt(caller, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
     char answer = 0;
-    const bool bServed = connect(caller, pAddress, size) == 0 && send(caller, "GET /", 5, MSG_NOSIGNAL) == 5 &&
+    const std::string noBlock(64, 'x');
+    const bool bServed = connect(caller, pAddress, size) == 0 && send(caller, noBlock.data(), 64, MSG_NOSIGNAL) == 64 &&
                          (recv(caller, &answer, 1, 0) == 0 || errno == ECONNRESET);
     EXPECT_TRUE(bServed || expected != EXPECTED::SUCCESS);
     close(caller);

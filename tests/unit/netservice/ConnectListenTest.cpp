@@ -7,6 +7,8 @@
 #include <atomic>
 #include <cstring>
 #include <future>
+#include <mutex>
+#include <string>
 #include <thread>
 
 #include "netservice/ConnectProc.h"
@@ -241,22 +243,27 @@ TEST(Listen, AStopInsideTheCallbackLeavesTheThreadToBeJoined) {
 /// Callers that must say eight bytes first.
 TEST(Listen, OnlyCallersThatSpokeAreTold) {
     constexpr int WAIT = 60000;  // milliseconds that a caller has
-    static std::atomic<int> told;
-    static char last[16];  // of the caller that was told last
+    static std::mutex lock;
+    static std::vector<std::string> told;  // lock
     const auto onAccept = [](CLIENT_SOCK_INFO* pInfo, void*, void*) {
-        std::memset(last, 0, sizeof(last));
-        SWL_Recv(pInfo->pTcpSock, last, sizeof(last));
+        char said[16] = {};
+        SWL_Recv(pInfo->pTcpSock, said, sizeof(said) - 1);
         SWL_CloseSocket(pInfo->pTcpSock);
-        return ++told;
+        const std::lock_guard guard(lock);
+        told.emplace_back(said);
+        return 0;
     };
-    const auto awaitTold = [](int count, const std::string& said) {
-        return WaitUntil([&] { return told >= count; }) && told == count && last == said;
+    const auto awaitTold = [](size_t count, const std::string& said) {
+        return WaitUntil([&] {
+            const std::lock_guard guard(lock);
+            return told.size() == count && told.back() == said;
+        });
     };
     const auto isClosed = [](SWL_socket_t sock) {
         char scrap;
         return WaitUntil([&] { return SWL_Recv(sock, &scrap, 1) == 0; });
     };
-    told = 0;
+    told.clear();
     CMovedTime time;
     CSWL_ListenProcEx listener(onAccept, nullptr, {8, [] { return WAIT; }});
     ASSERT_EQ(listener.StartListen(0), CSWL_ListenProcEx::LISTEN_OK);
