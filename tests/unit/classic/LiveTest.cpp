@@ -89,6 +89,11 @@ TEST_F(LiveTest, FailedSendLeavesNothingOpen) {
     EXPECT_EQ(NumberAt(m_recorder.m_sent[0], 0), START);
 }
 
+TEST_F(LiveTest, QuestionThatDoesNotGoOutOpensNothing) {
+    m_recorder.m_onSend = [&](tuint32 command) { m_recorder.m_bSendFails = command == 0x50C; };
+    EXPECT_TRUE(FailedWith(HLX_NETWORK_SEND_ERROR, Start(1, true)));
+}
+
 TEST_F(LiveTest, RecorderWithoutRoom) {
     CTestRing ring(RING);
     ASSERT_TRUE(Start(0, true, RING_2));

@@ -81,7 +81,7 @@ BOOL CDVRNetDevice_V3::HasStreamCapability() {
 HLX_ERROR CDVRNetDevice_V3::StreamRefusal() {
     REPLY_CMD_DATA reply;
     const HLX_ERROR error = AskQuietly(CMD_REQUEST_LAST_STREAM_ERROR, {}, {CMD_REPLY_LAST_STREAM_ERROR}, reply);
-    if (error == HLX_NETWORK_NOT_CONNECT) return error;
+    if (error != HLX_SUCCESS && error != HLX_NETWORK_RECV_TIMEOUT) return error;
     const bool bRefused = CWireReader(reply.cmdParam).Read<tuint32>() == NETERR_STREAM_NO_RESOURCE;
     return bRefused ? LogRefusal(CMD_REQUEST_LAST_STREAM_ERROR, HLX_DVR_NORESOURCE) : HLX_SUCCESS;
 }
