@@ -7,18 +7,17 @@
 
 namespace {
 
-/// A recorder that always holds a message of a subscription.
+/// A recorder that may hold a message of a subscription.
 class CSubscribedDevice : public CDVRNetDevice_V3 {
 public:
     BOOL GetSmartSubscribMsg(DWORD* pCommand, LONG* pChannel, char*, int* pLength) override {
         *pCommand = 1;
         *pChannel = 0;
         *pLength = 4;
-        return m_bHasMessage.exchange(false);
+        return s_bHasMessage.exchange(false);
     }
 
-private:
-    std::atomic<bool> m_bHasMessage{true};
+    static inline std::atomic<bool> s_bHasMessage{false};
 };
 
 class Callbacks;
@@ -194,6 +193,7 @@ INSTANTIATE_TEST_SUITE_P(
                                              static_cast<Callbacks*>(pUser)->Called(id);
                                          },
                                          &test);
+                                     CSubscribedDevice::s_bHasMessage = true;  // what came before goes to nobody
                                  }}));
 
 }  // namespace
