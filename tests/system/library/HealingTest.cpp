@@ -111,7 +111,9 @@ TEST_F(Healing, DeadRecordersHoldUpNoOther) {
 }
 
 TEST_F(Healing, SixtyFourChannelsAreBackSoonAndEachFrameArrivesOnce) {
-    CClassicRecorder& recorder = StartRecorder(Beating(64));
+    CLASSIC_RECORDER_CONFIG config = Beating(64);
+    config.speed = 0.5;  // the number of streams counts, not their rate
+    CClassicRecorder& recorder = StartRecorder(config);
     const LONG id = Login();
     std::vector<CReceiver> receivers(64);
     for (int channel = 0; channel < 64; ++channel) ASSERT_GT(receivers[channel].Play(id, channel, HLX_SUB_STREAM), 0);
