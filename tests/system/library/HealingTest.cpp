@@ -112,7 +112,7 @@ TEST_F(Healing, DeadRecordersHoldUpNoOther) {
 
 TEST_F(Healing, SixtyFourChannelsAreBackSoonAndEachFrameArrivesOnce) {
     CLASSIC_RECORDER_CONFIG config = Beating(64);
-    config.speed = 0.5;  // the number of streams counts, not their rate
+    config.speed = 2;  // the number of streams counts, not their rate
     CClassicRecorder& recorder = StartRecorder(config);
     const LONG id = Login();
     std::vector<CReceiver> receivers(64);
