@@ -39,7 +39,8 @@ function(hlx_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE hlx_flags hlx_test_support ${ARG_LINK} GTest::gtest_main)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 60)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
+                       PROPERTIES TIMEOUT 60 ENVIRONMENT "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp")
 endfunction()
 
 # One libFuzzer program with its seed corpus in tests/fuzz/corpus/<name>: hlx_fuzzer(fuzz_link SOURCES ... LINK hlx_netservice)

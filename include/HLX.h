@@ -667,6 +667,18 @@ typedef struct _hlx_frame_info {
     LONGLONG relativeTime;     // by the encoder's clock, microseconds
 } HLX_FRAME_INFO;
 
+/// Stands ahead of each frame of the library's own file format, and of each frame that BACKUP_DATA_CALLBACK gets. Such
+/// a file is nothing but heads, each followed by its nLength bytes, from its first byte to its last; format frames and
+/// the end frame are stored like any other. Little-endian.
+typedef struct _sdk_frame_info {
+    unsigned int nLength;      // bytes of payload, those that pad it to a multiple of 4 included
+    unsigned short frameType;  // DD_FRAME_TYPE_*
+    unsigned short keyFrame;   // not 0 for a key frame
+    unsigned short nWidth;     // pixels, video only
+    unsigned short nHeight;    // pixels, video only
+    LONGLONG nStamp;           // time of the frame, microseconds since 1970
+} SDK_FRAME_INFO;
+
 /// A decoded picture, as YUV_DATA_CALLBACK names it.
 typedef struct decode_frameInfo {
     int nWidth;
@@ -774,7 +786,7 @@ typedef struct _hlx_log {
     DWORD dwMajorType;
     DWORD dwMinorType;
     char sNetUser[36];
-    DWORD dwRemoteHostAddr;  // IPv4
+    DWORD dwRemoteHostAddr;  // IPv4, network order
     char sContent[512];
 } HLX_LOG, *LPHLX_LOG;
 
@@ -1082,7 +1094,13 @@ typedef void (*ACCEPT_REGISTER_CALLBACK)(LONG lUserID, LONG lRegisterID, LPHLX_D
 /// HLX_SetRegisterCallback. Thread as ACCEPT_REGISTER_CALLBACK.
 typedef void (*ACCEPT_UNREGISTER_CALLBACK)(LONG lUserID, LONG lRegisterID, LPHLX_DEVICEINFO pDeviceInfo, void* pUser);
 
-/// Downloaded data, on the download thread; dataType is an _hlx_backup_data_type.
+/// Downloaded data; dataType is an _hlx_backup_data_type. NET_DVR_BACKUP_DATA_TYPE_DVR brings a frame: an SDK_FRAME_INFO
+/// and its payload behind it, `length` counts both; format frames come too, ahead of what they describe, and the end
+/// frame comes last. NET_DVR_BACKUP_DATA_TYPE_NULL brings a 32-bit _hlx_backup_status: NET_DVR_BACKUP_END ahead of the
+/// end frame, NET_DVR_BACKUP_STOP when the download is stopped, also behind an end; nothing comes behind that. On the
+/// download thread, which takes no frame meanwhile; NET_DVR_BACKUP_STOP on the thread that stops. Other download
+/// functions wait for it. Refused in it with HLX_OPER_NOPERMIT (16): the download functions, those that start, stop or
+/// steer a playback, HLX_LivePlay, HLX_LivePlayEx, HLX_StopLivePlay, HLX_GetDeviceTime, HLX_Logout and HLX_Cleanup.
 typedef void (*BACKUP_DATA_CALLBACK)(POINTERHANDLE lFileHandle, UINT dataType, BYTE* pBuffer, UINT length, void* pUser);
 
 /// A message of a subscription, on the subscription thread.
@@ -1293,10 +1311,19 @@ HLX_API BOOL HLX_CloseSound(void);
 /// Sets the volume of a stream's sound. Does not reset the last error. Local.
 HLX_API BOOL HLX_Volume(POINTERHANDLE lLiveHandle, WORD wVolume);
 
-/// Writes the stream to an AVI file; the name is below 256 chars. Does not reset the last error. Local.
+/// Saves the stream to an AVI file, 25 or 29.97 pictures a second by the picture's shape, with a sound track of PCM,
+/// 8000 Hz, 16 bits, mono. The name has at most 255 bytes; a file of that name is replaced when the first key frame
+/// comes. Holes of the stream become empty pictures, of at most 10 s each, and missing sound becomes silence; saving
+/// goes on across a reconnect. Another video or sound format, or another picture size, starts the file anew. A save
+/// that is under way is ended first. May be called in the stream's frame callback, and then begins with that frame.
+/// Errors: HLX_PARAMETER_ERROR (20) the handle is not known, or the name null, empty or too long. A file that cannot be
+/// made, or that ends because the disk is full or it has 4 GiB, is told by the log only; the stream goes on. Does not
+/// reset the last error. Local, but it waits for a write under way, and as HLX_SetLiveDataCallBack.
 HLX_API BOOL HLX_SaveLiveData(POINTERHANDLE lLiveHandle, const char* sFileName);
 
-/// Ends HLX_SaveLiveData and closes the file. Local.
+/// Ends HLX_SaveLiveData: completes the file, which can be played from then on. HLX_StopLivePlay, HLX_Logout and
+/// HLX_Cleanup do so, too. True also for a stream that is not saved. In the stream's frame callback that frame is the
+/// first that is not saved. Local, blocking as HLX_SaveLiveData.
 HLX_API BOOL HLX_StopSaveLiveData(POINTERHANDLE lLiveHandle);
 
 /// Always fails with HLX_NOSUPPORT (26): nothing is decoded here. Does not reset the last error. Local.
@@ -1420,19 +1447,39 @@ HLX_API BOOL HLX_GetSupportPtzList(LONG lUserID, int listNum, HLX_CHANNEL_PTZ* p
 // ------------------------------------------------------------------------------------------------------ record search
 //
 // A find function asks the device for the whole result and gives a search handle; find-next walks the result that is
-// held; the close function frees it. Handles: -1 on failure of the four record searches, also without HLX_Init; 0
-// without HLX_Init for logs and events. Find-next gives HLX_FILE_SUCCESS (85), HLX_NOMOREFILE (87) at the end,
-// HLX_FILE_EXCEPTION (88) for an unknown handle, and -1 (0 for logs and events) without HLX_Init. Results stay readable
-// after HLX_Logout. Find: request; next and close: local. Errors: HLX_FILE_NOFIND (86).
+// held, in the order in which the device gave it; the close function frees it. There may be any number of searches, each
+// as large as its result, and what is open at HLX_Cleanup is freed there. Results stay readable after HLX_Logout and
+// when the link is lost.
+//
+// Find: request; a long result comes in several messages and may take 60 s in all, with 10 s at most for each message. A
+// handle, also when the device found an empty list. -1 on failure; without HLX_Init 0 for logs and events, -1 for the
+// others. Numbers: HLX_FILE_NOFIND (86) when the device says that there is nothing, or refuses, HLX_PARAMETER_ERROR
+// (20) for an unknown user id, a null pointer or a time that ends before it starts, HLX_CHANNEL_ERROR (4) for a channel
+// that the device has not, HLX_NETWORK_ERRORDATA (13) for replies that make no sense and for more than 1,048,576
+// records, HLX_ALLOC_RESOURCE_ERROR (44), and those of the link. Finds of one kind run one after the other, and the
+// find-next and close of that kind wait for them.
+//
+// Channels are numbered from 0; -1 asks for all. Times are local, seconds their smallest part; in the hour that a clock
+// shows twice nTotalseconds decides if it tells the same time. Results have nTotalseconds and wday filled. A find gives
+// what overlaps the time asked for, whole.
+//
+// Find-next: local. HLX_FILE_SUCCESS (85) with the next record, HLX_FILE_NOFIND (86) for a search that found an empty
+// list, HLX_NOMOREFILE (87) behind the last record, HLX_FILE_EXCEPTION (88) for an unknown handle, -1 for a null pointer
+// (20); without HLX_Init 0 for logs and events, -1 for the others. The codes are not the last error, but those of
+// HLX_FindNextRecDate are. For dates and files an empty search also answers 86 in place of every later search of its
+// kind, until it is closed.
+//
+// Close: local. False for an unknown handle, with a number (20) from HLX_FindRecDateClose only.
 
 /// Days that hold recordings of any channel.
 HLX_API POINTERHANDLE HLX_FindRecDate(LONG lUserID);
-/// Next day to `*lpRecDate`.
+/// Next day to `*lpRecDate`, which counts months from 0 and years from 1900, as DD_TIME does.
 HLX_API LONG HLX_FindNextRecDate(POINTERHANDLE lFindHandle, DD_DATE* lpRecDate);
 /// Ends the search for days.
 HLX_API BOOL HLX_FindRecDateClose(POINTERHANDLE lFindHandle);
 
-/// Recording files of a channel between two times.
+/// Recording files of a channel between two times. Whatever goes wrong but a null pointer has the number
+/// HLX_FILE_NOFIND (86).
 HLX_API POINTERHANDLE HLX_FindFile(LONG lUserID, LONG lChannel, const DD_TIME* lpStartTime, const DD_TIME* lpStopTime);
 /// Next file to `*lpFindData`.
 HLX_API LONG HLX_FindNextFile(POINTERHANDLE lFindHandle, HLX_REC_FILE* lpFindData);
@@ -1454,18 +1501,21 @@ HLX_API LONG HLX_FindNextTime(POINTERHANDLE lFindHandle, HLX_REC_TIME* lpFindDat
 /// Ends the search for spans.
 HLX_API BOOL HLX_FindTimeClose(POINTERHANDLE lFindHandle);
 
-/// Locks `fileNum` recording files against being overwritten. Request.
+/// Locks recording files, as HLX_FindNextFile gave them, against being overwritten: all `fileNum`, 1 to 10,000, or none.
+/// Request. HLX_FILE_NOFIND (86) when the device refuses, HLX_PARAMETER_ERROR (20) for a null pointer or another number
+/// of files, HLX_NETWORK_ERRORDATA (13).
 HLX_API BOOL HLX_LockFile(LONG lUserID, const HLX_REC_FILE* pFileToLock, LONG fileNum);
 
-/// Takes the lock off. Request.
+/// Takes the lock off, as HLX_LockFile.
 HLX_API BOOL HLX_UnlockFile(LONG lUserID, const HLX_REC_FILE* pFileToUnlock, LONG fileNum);
 
-/// Deletes `fileNum` recording files on the device. Request.
+/// Deletes recording files on the device, as HLX_LockFile. The device refuses files that are locked.
 HLX_API BOOL HLX_DeleteRecFile(LONG lUserID, const HLX_REC_FILE* pFileToDelete, LONG fileNum);
 
-/// The device's log between two times; `dwType`: log type as the device family numbers them.
+/// The device's log between two times, both included; `dwType`: main type as the device family numbers them, 0xFFFFFFFF
+/// for all. No channel.
 HLX_API POINTERHANDLE HLX_FindDVRLog(LONG lUserID, DWORD dwType, const DD_TIME* lpStartTime, const DD_TIME* lpStopTime);
-/// Next log entry to `*lpLogData`.
+/// Next log entry to `*lpLogData`. Both texts end.
 HLX_API LONG HLX_FindNextLog(POINTERHANDLE lLogHandle, LPHLX_LOG lpLogData);
 /// Ends the search in the log.
 HLX_API BOOL HLX_FindLogClose(POINTERHANDLE lLogHandle);
@@ -1480,8 +1530,16 @@ HLX_API BOOL HLX_FindEventInfoClose(POINTERHANDLE lEventHandle);
 
 // ----------------------------------------------------------------------------------------------------------- playback
 
-/// Plays the main stream of 1 to 8 channels between two times. `hWnds`: one window value a channel, or null. Result:
-/// the play handle; -1 on failure, 0 without HLX_Init. Request.
+/// Plays the main stream of 1 to 8 channels between two times; several channels on one handle are for classic recorders.
+/// `hWnds`: one window value a channel, or null; nothing is drawn. Result: the play handle, which stands until
+/// HLX_StopPlayBack, also behind the end of the range; -1 on failure, 0 without HLX_Init. Fails with 31 (all streams of
+/// the device taken, 4 of a classic recorder), 86 (nothing recorded then), 32 (the device refuses), 4 (no such channel),
+/// 44 (no memory for the ring), 16 (inside a playback's frame callback), 20; with no number while HLX_PlayBackByTimeSync
+/// plays, and for several channels of a device that is no classic recorder. Until the device has answered, 10 s at most,
+/// no other playback brings frames. Request.
+///
+/// A link that breaks ends the playback: what has come is played, then nothing comes, and seeks fail with 20. The handle
+/// stands until it is stopped. When the device is back nothing begins again by itself.
 HLX_API POINTERHANDLE HLX_PlayBackByTime(LONG lUserID, const LONG* pChannels, LONG channelNum,
                                          const DD_TIME* lpStartTime, const DD_TIME* lpStopTime, const HWND* hWnds);
 
@@ -1490,64 +1548,117 @@ HLX_API POINTERHANDLE HLX_PlayBackByTimeEx(LONG lUserID, const LONG* pChannels, 
                                            const DD_TIME* lpStartTime, const DD_TIME* lpStopTime, const HWND* hWnds,
                                            BOOL bFirstStream);
 
-/// Plays the channels in step with each other. Result: a mask of the channels' places, bit n for `pChannels[n]`, that
-/// run. Request.
+/// Plays up to 8 channels, each on a stream of its own, at most 300 ms apart; a channel that brings nothing holds up the
+/// others. Result: a mask of the channels' places, bit n for `pChannels[n]`, that run; no handle, so there is nothing to
+/// set a callback on. 0 while anything is played, with 20 for more than 8 channels or while channels are in step
+/// already. Request, one a channel.
 HLX_API POINTERHANDLE HLX_PlayBackByTimeSync(LONG lUserID, const LONG* pChannels, LONG channelNum,
                                              const DD_TIME* lpStartTime, const DD_TIME* lpStopTime, const HWND* hWnds,
                                              BOOL bFirstStream);
 
-/// Steers a playback: `dwControlCode` is an HLX_PLAYCTRL_TYPE, `dwInValue` its value (an HLX_RPB_SPEED for speeds).
-/// `lpOutValue` is not written and may be null. Request.
+/// Steers a playback: `dwControlCode` is an HLX_PLAYCTRL_TYPE, `dwInValue` its value. `lpOutValue` is not written and may
+/// be null. Every call starts the pacing anew, and but for the volume sets the speed to the value, 0 meaning 1X.
+/// - HLX_PLAYCTRL_PAUSE, _RESUME: holds; goes on at 1X, forward.
+/// - HLX_PLAYCTRL_FF: forward at `dwInValue`, an HLX_RPB_SPEED; slow speeds too. From 8X on key frames alone come.
+/// - HLX_PLAYCTRL_REW: backward in key frames. A classic recorder does so at 8X (values up to 9) or 16X.
+/// - HLX_PLAYCTRL_FRAME: while it holds, brings the next video frame.
+/// - HLX_PLAYCTRL_SETPOS: goes to `dwInValue`, seconds since 1970, at 1X; once the call returns no frame of before comes.
+///   Waits for the device's answer. A refusal fails as that of a start does, and then nothing comes until another one
+///   succeeds.
+/// - HLX_PLAYCTRL_STARTAUDIO, _STOPAUDIO: the sound of all channels of the stream comes, or none.
+/// - HLX_PLAYCTRL_AUDIOVOLUME: nothing but that the speed becomes 1X. HLX_PLAYCTRL_STOP: ends the stream, not the handle.
+/// Fails with 20 for an unknown handle, 16 inside a playback's frame callback. But for SETPOS it only sends: 10 when the
+/// link takes nothing.
 HLX_API BOOL HLX_PlayBackControl(POINTERHANDLE lPlayHandle, DWORD dwControlCode, DWORD dwInValue, LPDWORD lpOutValue);
 
 /// Steers all playbacks in step; the result is always 0. Request.
 HLX_API BOOL HLX_PlayBackControlSync(DWORD dwControlCode, DWORD dwInValue, LPDWORD lpOutValue);
 
-/// Ends a playback. Request.
+/// Ends a playback. Waits for a frame callback that is running, so the application must not hold a lock that it takes;
+/// none comes after the return. 0 with no number for an unknown handle, with 16 inside a playback's frame callback. Only
+/// sends.
 HLX_API BOOL HLX_StopPlayBack(POINTERHANDLE lPlayHandle);
 
-/// Ends all playbacks in step; the result is always 0. Request.
+/// Ends all playbacks in step; the result is always 0. As HLX_StopPlayBack.
 HLX_API BOOL HLX_StopPlayBackSync(void);
 
-/// Sets the frame callback of a playback. Local.
+/// Sets the frame callback of a playback; null takes it off, and the one before is not called any more then. Called on
+/// one thread for all playbacks, at the frames' own pace: while a callback runs no other frame comes, and what is late
+/// then follows without a pause. Bytes are lent for the call; lengths are rounded up to 4. Until the device tells a
+/// format, each frame has one ahead of it (frameType 5 or 6) made up from what is known. A frame of type 10 is the last.
+/// Inside it, playbacks cannot be started, stopped or steered, live streams not be started or stopped, and neither
+/// HLX_Logout nor HLX_Cleanup is done: 16. 20 for an unknown handle. Local.
 HLX_API BOOL HLX_SetPlayDataCallBack(POINTERHANDLE lPlayHandle, PLAY_DATA_CALLBACK fPlayDataCallBack, void* pUser);
 
-/// Writes a channel of a playback to an AVI file; the name is below 256 chars. Does not reset the last error. Local.
+/// Writes a channel of a playback to an AVI file from now on, at the pace of the playback; the name is below 256 chars. A
+/// file before it is completed. The file appears with the first frame that can begin it. 20 for a bad name or an unknown
+/// handle or channel. Does not reset the last error. Local.
 HLX_API BOOL HLX_PlayBackSaveData(POINTERHANDLE lPlayHandle, LONG lChannel, const char* sFileName);
 
-/// Ends HLX_PlayBackSaveData. Does not reset the last error. Local.
+/// Ends HLX_PlayBackSaveData and completes the file; HLX_StopPlayBack does so too. 20 for an unknown handle or channel.
+/// Does not reset the last error. Local.
 HLX_API BOOL HLX_StopPlayBackSave(POINTERHANDLE lPlayHandle, LONG lChannel);
 
-/// Time of the frame that is played. Does not reset the last error. Local.
+/// Local time of the video frame that is played or due next: second, minute, hour, mday, month and year. 13 for an
+/// unknown handle, before the first video frame and behind the end. Does not reset the last error. Local.
 HLX_API BOOL HLX_GetPlayBackOsdTime(POINTERHANDLE lPlayHandle, DD_TIME* lpOsdTime);
 
-/// Nothing is decoded here, so it fails. Does not reset the last error. Local.
+/// Nothing is decoded here, so it fails: 26, or 20 for an unknown handle or channel. Does not reset the last error.
+/// Local.
 HLX_API BOOL HLX_PlayBackCaptureFile(POINTERHANDLE lPlayHandle, LONG lChannel, const char* sFileName);
 
 // ----------------------------------------------------------------------------------------------------------- download
 
-/// Downloads a channel's recording between two times to a file of the library's own format. One download runs at a
-/// time. Result: a handle from 1; -1 on failure, 0 without HLX_Init. Does not reset the last error. Request.
+// One download runs at a time in the whole library, as fast as the device sends. It lasts until HLX_StopGetFile: also a
+// recording that has come to its end keeps its handle, and no other download starts, until then. HLX_GetDownloadPos
+// stops it by itself where that is told there. HLX_Logout and HLX_Cleanup stop it, too.
+
+/// Downloads a channel's recording from `lpStartTime` up to `lpStopTime` to a file of the library's own format: frames
+/// with an SDK_FRAME_INFO ahead of each. The file is made, or emptied, before the device is asked; its last frames are
+/// in it once HLX_StopGetFile has returned or HLX_GetDownloadPos gave 100 or 102. A file that ends without an end frame
+/// (DD_FRAME_TYPE_END) is not the whole recording. When it cannot be written any more it ends behind a whole frame, the
+/// log tells it once, and the download goes on without it. Result: a handle from 1 to 65535; -1 on failure, 0 without
+/// HLX_Init. Errors: none is set while there is a download already or one just ends; HLX_PARAMETER_ERROR (20) a null
+/// argument, a start behind the stop or an unknown user id, HLX_CREATEFILE_ERROR (37), HLX_ALLOC_RESOURCE_ERROR (44),
+/// HLX_CHANNEL_ERROR (4), HLX_FILE_NOFIND (86) nothing is recorded in that time, HLX_DVR_NORESOURCE (31),
+/// HLX_DVR_OPRATE_FAILED (32), HLX_NETWORK_NOT_CONNECT (9), HLX_NETWORK_ERRORDATA (13) an answer that makes no sense,
+/// HLX_NETWORK_RECV_TIMEOUT (12), HLX_OPER_NOPERMIT (16) from inside a download callback. Does not reset the last error.
+/// Request.
 HLX_API POINTERHANDLE HLX_GetFileByTime(LONG lUserID, LONG lChannel, const DD_TIME* lpStartTime,
                                         const DD_TIME* lpStopTime, const char* sSavedFileName);
 
-/// As HLX_GetFileByTime to the library's own format (`bCustomFormat` 1) or AVI, to the file or, with `bUseCallBack`, to
-/// the callback. Does not reset the last error. Request.
+/// As HLX_GetFileByTime to the library's own format (`bCustomFormat` 1) or AVI (0). With `bUseCallBack` the callback,
+/// which must not be null, gets the frames: instead of a file of the library's own format, where `sSavedFileName` may
+/// be null, or besides the AVI file. Frames of 4194285 bytes or more do not come to the callback. The name of an AVI
+/// file has 1 to 255 bytes, else HLX_PARAMETER_ERROR (20). An AVI file is made when the first key frame comes and begins
+/// with it; it has sound of 8000 Hz, 16 bits, mono, pauses of more than 10 s become 10 s, and another picture size
+/// starts it anew: what came before is lost then. An AVI file that cannot be made or written is told in the log once.
+/// Does not reset the last error. Request.
 HLX_API POINTERHANDLE HLX_GetFileByTimeEx(LONG lUserID, LONG lChannel, const DD_TIME* lpStartTime,
                                           const DD_TIME* lpStopTime, const char* sSavedFileName, BOOL bCustomFormat,
                                           BOOL bUseCallBack, BACKUP_DATA_CALLBACK fBackupDataCallBack, void* pUser);
 
-/// As HLX_GetFileByTimeEx with the choice of stream; `recFormat` above 0 is the library's own format, else AVI.
-/// HLX_Init must have been called. Does not reset the last error. Request.
+/// As HLX_GetFileByTimeEx with the choice of the main (`bFirstStream` 1) or sub stream; `recFormat` above 0 is the
+/// library's own format, else AVI. HLX_Init must have been called. Does not reset the last error. Request.
 HLX_API POINTERHANDLE HLX_GetFileByTimeExV2(LONG lUserID, LONG lChannel, const DD_TIME* lpStartTime,
                                             const DD_TIME* lpStopTime, const char* sSavedFileName, int recFormat,
                                             BOOL bFirstStream, BOOL bUseCallBack,
                                             BACKUP_DATA_CALLBACK fBackupDataCallBack, void* pUser);
 
-/// Ends a download; 1 also when none runs. Request.
+/// Ends a download and completes its file. When it returns no callback of the download runs or comes any more. 1 also
+/// when there is none, and for a negative handle. The download has ended as well when the device could not be told: 0
+/// with the number of that, for instance HLX_NETWORK_NOT_CONNECT (9). Errors: HLX_PARAMETER_ERROR (20) another handle,
+/// HLX_OPER_NOPERMIT (16) from inside a download callback; then the download goes on. Blocks for the callback in
+/// progress and for requests under way.
 HLX_API BOOL HLX_StopGetFile(POINTERHANDLE lFileHandle);
 
-/// 0 to 100: percent done; 101 no download runs; 102 the recording ended early; 200 the device went offline. Local.
+/// How far a download is: 0 to 99 percent of the time asked for, by the last video frame; 100 the recording has come to
+/// its end; 101 no download runs, or the handle is 0 or -1; 102 the recording ended more than a second before the stop
+/// time; 200 the device went offline, for a moment only perhaps: the download has been stopped, and the last error is
+/// HLX_NETWORK_FAIL_CONNECT (8). Frames at the stop time or behind it without an end are waited for: the call then
+/// takes 5 s, stops the download and gives 100; HLX_StopGetFile and HLX_Cleanup end that wait. Errors, with the result
+/// 0: HLX_PARAMETER_ERROR (20) another handle, HLX_OPER_NOPERMIT (16) from inside a download callback. Else local, but
+/// it waits for a download callback in progress and, with 100 or 200, as HLX_StopGetFile.
 HLX_API int HLX_GetDownloadPos(POINTERHANDLE lFileHandle);
 
 // --------------------------------------------------------------------------------------------------------- USB backup
@@ -1653,46 +1764,88 @@ HLX_API BOOL HLX_ChangTime(LONG lUserID, UINT time);
 
 // --------------------------------------------------------------------------------------------------------------- talk
 
-/// Talk through this machine's own sound; -1 where there is none, 0 without HLX_Init. Request.
+// A talk lives until HLX_StopVoiceCom. A logout or a broken link does not end it, but nothing comes any more then; after
+// a reconnect it has to be stopped and started again. Callbacks of talks run on a thread that all talks share, and come
+// one at a time: do not wait in one for a thread that starts or stops a talk. Inside one HLX_StopVoiceCom and HLX_Cleanup
+// are refused with HLX_OPER_NOPERMIT (16). The bytes are lent for the call.
+
+/// Talk through this machine's own sound; -1 without a number where there is none, as on this platform, 0 without
+/// HLX_Init. Request.
 HLX_API POINTERHANDLE HLX_StartVoiceCom(LONG lUserID, BOOL bNeedCBNoEncData, TALK_DATA_CALLBACK fVoiceDataCallBack,
                                         void* pUser);
 
 /// Sets the volume of a talk; the result is always 0. Local.
 HLX_API BOOL HLX_SetVoiceComClientVolume(POINTERHANDLE lVoiceComHandle, WORD wVolume);
 
-/// Talk with the application's own sound: PCM of 8000 Hz, 16 bits, mono with `bNeedNoEncodeData` 1, else as the device
-/// codes it. Result: the talk handle; -1 on failure, 0 without HLX_Init. Request.
+/// Talk with the application's own sound: PCM of 8000 Hz, 16 bits, mono with `bNeedNoEncodeData` 1, in both directions,
+/// else as the device codes it. The callback (may be null) gets what the device says, 3200 bytes of PCM at most in a
+/// call. Result: the talk handle; -1 on failure, 0 without HLX_Init. Errors: HLX_DVR_VOICEOPENED (34) somebody else
+/// talks with the device. Request.
 HLX_API POINTERHANDLE HLX_StartVoiceCom_MR(LONG lUserID, BOOL bNeedNoEncodeData, TALK_DATA_CALLBACK fVoiceDataCallBack,
                                            void* pUser);
 
-/// Sends `dwBufSize` bytes of sound. Sends only.
+/// Sends `dwBufSize` bytes of sound. Nothing can be sent before the device has told its format: 0 without a number; see
+/// HLX_GetAudioInfo. Coded sound goes out as it is. PCM goes out in blocks of 3200 bytes (200 ms): less is kept until a
+/// block is full (result 0), and what is left behind a block that went out is dropped, so give multiples of 3200 bytes.
+/// Result: 1 if sound went out. Errors: HLX_AUDIO_MODE_ERROR (45) the device's coding is not known here,
+/// HLX_NETWORK_SEND_ERROR (10) the link takes no more. Does not wait for the device. Sends only.
 HLX_API BOOL HLX_VoiceComSendData(POINTERHANDLE lVoiceComHandle, const char* pSendBuf, DWORD dwBufSize);
 
 /// The device's sound format as a WAVEFORMATEX to `pAudioInfo` of `infoLen` bytes (18 or more). Errors: HLX_TRY_LATER
-/// (89) none yet. Waits up to 100 ms for it.
+/// (89) none yet, or an unknown handle. Waits up to 100 ms for it.
 HLX_API BOOL HLX_GetAudioInfo(POINTERHANDLE lVoiceComHandle, LPVOID pAudioInfo, LONG infoLen);
 
-/// Ends a talk of either kind. Request.
+/// Ends a talk of either kind; 0 for an unknown handle, or when the device could not be told, which frees the handle all
+/// the same. Waits for a callback in progress; none comes after it. Sends only.
 HLX_API BOOL HLX_StopVoiceCom(POINTERHANDLE lVoiceComHandle);
 
 // ------------------------------------------------------------------------------------------------------- audio codecs
 //
-// HLX_Init must have been called. Local. Errors: HLX_AUDIO_MODE_ERROR (45) unknown coding. Output buffers are the
-// caller's and must hold 16000 bytes; the length used goes to *pOutLen.
+// Between a device's sound payloads and PCM of 8000 Hz, 16 bits, mono. Local; work without HLX_Init, and handles outlive
+// HLX_Cleanup. Any thread: one call runs at a time, the others wait for it, at most for the length of one frame's work. A
+// handle serves both directions, each with a state of its own that goes on from frame to frame, so frames are given in
+// their order; the decoder's functions and the encoder's take each other's handles.
+//
+// Output buffers are the caller's and are not bounded: they must have the room below. Input and output must not overlap.
+// The length made goes to *pOutLen. Without success nothing is written.
+//
+//   coding                  decoding `inLen` bytes makes            encoding `inLen` bytes of PCM makes
+//   A-law, u-law (6, 7)     2 * inLen                               inLen / 2
+//   G.726 (100), 2 bits     8 * inLen                               inLen / 8
+//   G.726 (100), 4 bits     4 * inLen                               inLen / 4
+//   G.726, 3 and 5 bits     (inLen * 8 / bits) * 2                  0: no byte is ever finished
+//   ADPCM (17)              3200; reads 840 bytes of input,         (inLen / 640) * 168, and for a rest of r bytes,
+//                           WHATEVER inLen SAYS: the caller         1 to 639, r / 4 + 8 more
+//                           owes five blocks of 168
+//
+// All divisions cut off. An odd last byte of PCM and samples that fill no whole byte are left out. With G.726 of 3 and 5
+// bits only the whole codes in the first byte are read, and the last of them stands for all samples that follow. Behind a
+// rest of ADPCM input the coder finds silence up to the end of the block.
+//
+// Errors: HLX_PARAMETER_ERROR (20) unknown handle, null pointer, negative length; HLX_AUDIO_MODE_ERROR (45) unknown coding
+// at opening, or G.726 opened with other than 2 to 5 bits at each frame; HLX_ALLOC_RESOURCE_ERROR (44) at opening.
 
-/// Opens a decoder for the WAVEFORMATEX at `pAudioInfo`. Result: a codec handle, -1 on failure.
-HLX_API POINTERHANDLE HLX_InitAudioDecoder(LPVOID pAudioInfo, LONG infoLen);
-/// Decodes to PCM of 8000 Hz, 16 bits, mono.
-HLX_API BOOL HLX_DecodeAudioFrame(POINTERHANDLE lAudioHandle, BYTE* pInData, LONG inLen, BYTE* pOutData, LONG* pOutLen);
-/// Closes a decoder; an unknown handle is ignored.
-HLX_API void HLX_ReleaseAudioDecoder(POINTERHANDLE lAudioHandle);
+/// Opens a codec for the WAVEFORMATEX at `pAudioInfo`, which is read as 18 packed bytes at any address; `infoLen` has no
+/// effect. `wFormatTag` counts, and wBitsPerSample, 2 to 5, for G.726. Result: a codec handle, to be released; -1 on failure.
+HLX_API POINTERHANDLE HLX_InitAudioDecoder(const void* pAudioInfo, LONG infoLen);
 
-/// Opens an encoder for the WAVEFORMATEX at `pAudioInfo`. Result: a codec handle, -1 on failure.
-HLX_API POINTERHANDLE HLX_InitAudioEncoder(LPVOID pAudioInfo, LONG infoLen);
-/// Encodes PCM of 8000 Hz, 16 bits, mono.
-HLX_API BOOL HLX_EncodeAudioFrame(POINTERHANDLE lAudioHandle, BYTE* pInData, LONG inLen, BYTE* pOutData, LONG* pOutLen);
-/// Closes an encoder; an unknown handle is ignored.
-HLX_API void HLX_ReleaseAudioEncoder(POINTERHANDLE lAudioHandle);
+/// Decodes a frame to PCM.
+HLX_API BOOL HLX_DecodeAudioFrame(POINTERHANDLE lAudioHandle, const BYTE* pInBuf, LONG inLen, BYTE* pOutBuf,
+                                  LONG* pOutLen);
+
+/// Closes a codec, after a call that is in progress. 1 for a known handle; another has no effect, on the last error
+/// neither.
+HLX_API BOOL HLX_ReleaseAudioDecoder(POINTERHANDLE lAudioHandle);
+
+/// As HLX_InitAudioDecoder.
+HLX_API POINTERHANDLE HLX_InitAudioEncoder(const void* pAudioInfo, LONG infoLen);
+
+/// Encodes a frame of PCM.
+HLX_API BOOL HLX_EncodeAudioFrame(POINTERHANDLE lAudioHandle, const BYTE* pInBuf, LONG inLen, BYTE* pOutBuf,
+                                  LONG* pOutLen);
+
+/// As HLX_ReleaseAudioDecoder.
+HLX_API BOOL HLX_ReleaseAudioEncoder(POINTERHANDLE lAudioHandle);
 
 // ------------------------------------------------------------------------------------------------------ configuration
 

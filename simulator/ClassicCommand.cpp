@@ -31,6 +31,14 @@ void PrintEvent(const SIM_EVENT& event) {
             line["second"] = event.secondMask;
             line["sound"] = event.soundMask;
             break;
+        case SIM_EVENT_KIND::TALK:
+            line["on"] = event.value != 0;
+            break;
+        case SIM_EVENT_KIND::RECORDING:
+            line["what"] = event.sText;
+            line["stream"] = event.value;
+            if (event.firstMask != 0) line["channels"] = event.firstMask;
+            break;
         case SIM_EVENT_KIND::VAIN_CALL:
         case SIM_EVENT_KIND::FAULT:
         case SIM_EVENT_KIND::BAD_DATA:

@@ -71,6 +71,11 @@ size_t CSimClip::NextKeyFrame(size_t from) const {
     return from < m_frames.size() ? from : 0;
 }
 
+size_t CSimClip::KeyFrameAt(size_t from) const {
+    while (!m_frames[from].bKeyFrame) --from;
+    return from;
+}
+
 std::filesystem::path FindMediaFolder(const std::string& sChosen) {
     if (!sChosen.empty()) return sChosen;
     const char* pEnvironment = std::getenv("HLX_MEDIA");

@@ -27,6 +27,9 @@ public:
     /// Index of the first key frame from `from` on; goes round to the first frame of the clip.
     size_t NextKeyFrame(size_t from) const;
 
+    /// Index of the last key frame at `from`, which is a frame of the clip, or before it.
+    size_t KeyFrameAt(size_t from) const;
+
 private:
     CSimClip() = default;
     bool TakeName(const std::filesystem::path& file);

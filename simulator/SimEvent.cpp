@@ -18,6 +18,10 @@ const char* EventName(SIM_EVENT_KIND kind) {
             return "command";
         case SIM_EVENT_KIND::STREAMS:
             return "streams";
+        case SIM_EVENT_KIND::TALK:
+            return "talk";
+        case SIM_EVENT_KIND::RECORDING:
+            return "recording";
         case SIM_EVENT_KIND::LOGOUT:
             return "logout";
         case SIM_EVENT_KIND::FAULT:

@@ -17,6 +17,8 @@ enum class SIM_EVENT_KIND {
     REFUSED,    // value: word of the refusal
     COMMAND,    // value: command id of any request, before it is served
     STREAMS,    // firstMask, secondMask, soundMask: what is wanted now
+    TALK,       // value: 1 a talk starts, 0 it ends
+    RECORDING,  // value: id of a stream of recordings; sText: start, seek, end, stop; firstMask: channels of a start
     LOGOUT,
     FAULT,     // sText: name of the fault that acted
     BAD_DATA,  // sText: what the client sent wrong; the link is closed

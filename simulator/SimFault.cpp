@@ -25,7 +25,16 @@ constexpr SIM_FAULT_ROW FAULT_TABLE[] = {
     {KIND::WRONG_REPLY, "wrong-reply", 0x20001, "send replies with this command id"},
     {KIND::SHORT_REPLY, "short-reply", 0, "cut the body of replies to so many bytes"},
     {KIND::REPLY_DELAY, "reply-delay", 500, "send replies so many milliseconds late"},
+    {KIND::NO_REPLY, "no-reply", 0, "send no reply"},
     {KIND::NO_RESOURCE, "no-resource", 1002, "word that answers the question for the last stream error"},
+    {KIND::REFUSE_DATA, "refuse-data", 1, "refuse recordings: 0 nothing found, 1 too many streams, 2 refused"},
+    {KIND::COUNT_LIE, "count-lie", 1000, "results tell so many records more than they hold"},
+    {KIND::MORE_FOREVER, "more-forever", 100,
+     "results never end: send the last message every so many ms; 0: nothing more"},
+    {KIND::WILD_TIMES, "wild-times", 10, "mad times in records, and in every nth frame of recordings"},
+    {KIND::DATA_STOP, "data-stop", 100, "stop a stream of recordings after so many frames"},
+    {KIND::DATA_CLOSE, "data-close", 100, "close the link after so many frames of a stream of recordings"},
+    {KIND::NO_END, "no-end", 0, "leave out the end frame of recordings"},
     {KIND::STREAM_STOP, "stream-stop", 0, "stop the streams of this channel until streams are asked for anew"},
     {KIND::GARBAGE, "garbage", 50, "put eight bytes of garbage behind every nth frame"},
     {KIND::FRAME_LENGTH, "frame-length", 50, "every nth frame claims a million bytes too many"},
@@ -33,12 +42,15 @@ constexpr SIM_FAULT_ROW FAULT_TABLE[] = {
     {KIND::PIECE_LOST, "piece-lost", 2, "every nth packed message lacks its second piece"},
     {KIND::PIECE_SWAPPED, "piece-swapped", 2, "every nth packed message has its last two pieces swapped"},
     {KIND::PIECE_TOTALS, "piece-totals", 2, "every nth packed message has other totals in its last piece"},
+    {KIND::TALK_REFUSE, "talk-refuse", 0, "refuse to talk"},
+    {KIND::TALK_FORMAT, "talk-format", 85, "tell this tag as the format of the talk sound"},
 };
 
 constexpr std::pair<std::string_view, SIM_PHASE> PHASE_NAMES[] = {
-    {"any", SIM_PHASE::ANY},        {"connect", SIM_PHASE::CONNECT}, {"head", SIM_PHASE::HEAD},
-    {"login", SIM_PHASE::LOGIN},    {"disk", SIM_PHASE::DISK},       {"stream", SIM_PHASE::STREAM},
-    {"command", SIM_PHASE::COMMAND}};
+    {"any", SIM_PHASE::ANY},       {"connect", SIM_PHASE::CONNECT},   {"head", SIM_PHASE::HEAD},
+    {"login", SIM_PHASE::LOGIN},   {"disk", SIM_PHASE::DISK},         {"stream", SIM_PHASE::STREAM},
+    {"search", SIM_PHASE::SEARCH}, {"playback", SIM_PHASE::PLAYBACK}, {"download", SIM_PHASE::DOWNLOAD},
+    {"talk", SIM_PHASE::TALK},     {"command", SIM_PHASE::COMMAND}};
 
 /// Cuts `sText` at the last `mark` and gives what stands behind it; nothing without the mark.
 std::optional<std::string_view> CutTail(std::string_view& sText, char mark) {
@@ -111,14 +123,17 @@ auto FindFault(Faults& faults, SIM_FAULT_KIND kind, SIM_PHASE phase) {
 void CFaultPlan::Set(std::vector<SIM_FAULT> faults) {
     const std::lock_guard lock(m_lock);
     m_faults = std::move(faults);
+    m_bAny = !m_faults.empty();
 }
 
 void CFaultPlan::Add(const SIM_FAULT& fault) {
     const std::lock_guard lock(m_lock);
     m_faults.push_back(fault);
+    m_bAny = true;
 }
 
 std::optional<std::int64_t> CFaultPlan::Peek(SIM_FAULT_KIND kind, SIM_PHASE phase) const {
+    if (!m_bAny) return std::nullopt;
     const std::lock_guard lock(m_lock);
     const auto found = FindFault(m_faults, kind, phase);
     if (found == m_faults.end()) return std::nullopt;
@@ -126,6 +141,7 @@ std::optional<std::int64_t> CFaultPlan::Peek(SIM_FAULT_KIND kind, SIM_PHASE phas
 }
 
 std::optional<std::int64_t> CFaultPlan::Take(SIM_FAULT_KIND kind, SIM_PHASE phase) {
+    if (!m_bAny) return std::nullopt;
     const std::lock_guard lock(m_lock);
     const auto found = FindFault(m_faults, kind, phase);
     if (found == m_faults.end()) return std::nullopt;

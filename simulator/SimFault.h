@@ -1,6 +1,7 @@
 // Misbehaviour that a simulated device can be told to show. A fault is data: a kind, a place and a number.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -10,13 +11,17 @@
 
 /// Where on a link's way a fault acts.
 enum class SIM_PHASE {
-    ANY,      // wherever its kind can act
-    CONNECT,  // the link is accepted, nothing was sent
-    HEAD,     // the first block was sent
-    LOGIN,    // the login request came
-    DISK,     // the disk request came
-    STREAM,   // a request came that starts, changes or stops streams, or asks for their last error
-    COMMAND,  // any other request came
+    ANY,       // wherever its kind can act
+    CONNECT,   // the link is accepted, nothing was sent
+    HEAD,      // the first block was sent
+    LOGIN,     // the login request came
+    DISK,      // the disk request came
+    STREAM,    // a request came that starts, changes or stops streams, or asks for their last error
+    SEARCH,    // a request came that searches recordings, the log or events, or locks, unlocks or deletes files
+    PLAYBACK,  // a request of a playback came; its frames
+    DOWNLOAD,  // a request of a download came; its frames
+    TALK,      // a request of a talk came
+    COMMAND,   // any other request came
 };
 
 enum class SIM_FAULT_KIND {
@@ -35,7 +40,15 @@ enum class SIM_FAULT_KIND {
     WRONG_REPLY,    // replies carry this command id
     SHORT_REPLY,    // bodies of replies are cut to so many bytes
     REPLY_DELAY,    // replies come so many milliseconds late
+    NO_REPLY,       // replies are not sent
     NO_RESOURCE,    // word of the last stream error
+    REFUSE_DATA,    // searches, files and streams of recordings are refused for this NET_DATA_REASON
+    COUNT_LIE,      // results tell so many records more than they hold
+    MORE_FOREVER,   // results never end: the last message comes again every so many milliseconds; 0: nothing more
+    WILD_TIMES,     // records, and every nth frame of recordings, have a time that makes no sense
+    DATA_STOP,      // a stream of recordings stops after so many frames
+    DATA_CLOSE,     // the link is closed after so many frames of a stream of recordings
+    NO_END,         // a stream of recordings has no end frame
     STREAM_STOP,    // the streams of this channel stop until streams are asked for anew
     GARBAGE,        // eight bytes that are no link head, behind every nth frame
     FRAME_LENGTH,   // every nth frame claims a million bytes more than it has
@@ -43,6 +56,8 @@ enum class SIM_FAULT_KIND {
     PIECE_LOST,     // every nth packed message lacks its second piece
     PIECE_SWAPPED,  // every nth packed message has its last two pieces swapped
     PIECE_TOTALS,   // every nth packed message names other totals in its last piece
+    TALK_REFUSE,    // talks are refused
+    TALK_FORMAT,    // format tag of the talk sound
 };
 
 struct SIM_FAULT {
@@ -81,7 +96,8 @@ public:
 
 private:
     mutable std::mutex m_lock;
-    std::vector<SIM_FAULT> m_faults;  // m_lock
+    std::vector<SIM_FAULT> m_faults;   // m_lock
+    std::atomic<bool> m_bAny = false;  // false: there is nothing to look for, and each frame would look often
 };
 
 const char* FaultName(SIM_FAULT_KIND kind);

@@ -1,6 +1,7 @@
 // hlx-simulator: devices that exist on this machine only.
 #include <CLI/CLI.hpp>
 
+#include "simulator/archive/ArchiveCalendar.h"
 #include "simulator/classic/ClassicScript.h"
 #include "simulator/ClassicCommand.h"
 #include "simulator/ReplayCommand.h"
@@ -15,7 +16,7 @@ std::string FaultHelp() {
         sName.resize(std::max<size_t>(sName.size() + 1, 18), ' ');
         sText += sName + row.pHelp + (row.value ? " (" + std::to_string(row.value) + ")\n" : "\n");
     }
-    return sText + "Phases: connect, head, login, disk, stream, command, any.\n";
+    return sText + "Phases: connect, head, login, disk, stream, search, playback, download, talk, command, any.\n";
 }
 
 std::string WordHelp() {
@@ -98,6 +99,55 @@ void AddMediaOptions(CLI::App& command, CLASSIC_COMMAND_OPTIONS& options) {
         ->capture_default_str();
 }
 
+void AddRecordingOptions(CLI::App& command, ARCHIVE_CONFIG& config) {
+    command
+        .add_option("--recordings", config.days,
+                    "Have recordings of today and so many days before [7]; without this option there are none")
+        ->type_name("[DAYS]")
+        ->expected(0, 1)
+        ->default_str("7")
+        ->check(CLI::Range(1, 3650).description(""));
+    command.add_option("--recordings-seed", config.seed, "Another seed makes other recordings")->capture_default_str();
+    command
+        .add_option_function<std::string>(
+            "--recordings-end",
+            [&config](const std::string& sText) {
+                const auto time = ParseLocalTime(sText);
+                if (!time || *time <= 0) throw CLI::ValidationError(sText + ": not a time like 2026-11-21T10:00");
+                config.end = *time;
+            },
+            "End of the recordings: local time or seconds since 1970 [now]")
+        ->type_name("TIME");
+    command.add_option("--recordings-file", config.fileLength, "Seconds in a file of the schedule")
+        ->check(CLI::Range(60, 86400))
+        ->capture_default_str();
+    command.add_option("--recordings-logs", config.logCount, "Entries of the log")
+        ->check(CLI::Range(0, 10000000))
+        ->capture_default_str();
+    command.add_option("--recordings-events", config.eventCount, "Entries of the event list")
+        ->check(CLI::Range(0, 10000000))
+        ->capture_default_str();
+    command.add_option("--recordings-clips", config.firstClips, "Clips of first streams; channels take them in turn")
+        ->delimiter(',')
+        ->capture_default_str();
+    command.add_option("--recordings-second-clips", config.secondClips, "Clips of second streams")
+        ->delimiter(',')
+        ->capture_default_str();
+}
+
+void AddTalkOptions(CLI::App& command, CLASSIC_RECORDER_CONFIG& config) {
+    const std::map<std::string, SIM_TALK> talks = {
+        {"echo", SIM_TALK::ECHO}, {"clip", SIM_TALK::CLIP}, {"none", SIM_TALK::NONE}};
+    command
+        .add_option("--talk", config.talk, "What is said in a talk: what was heard, the sound clip, or talks refused")
+        ->transform(CLI::CheckedTransformer(talks).description(""))
+        ->type_name("echo|clip|none")
+        ->default_str("echo");
+    AddTime(command, "--talk-delay", config.talkDelay, "From sound that is heard to its echo");
+    command.add_flag("--talk-units", config.bTalkUnits, "Talk in units of 324 bytes");
+    command.add_option("--talk-file", config.sTalkFile, "Keep what is heard in this WAV file")->type_name("FILE");
+}
+
 void AddRunOptions(CLI::App& command, CLASSIC_COMMAND_OPTIONS& options) {
     command
         .add_option_function<std::int64_t>(
@@ -153,6 +203,8 @@ int Run(int argc, char** argv) {
     AddDeviceOptions(classic, options.config);
     AddCallOptions(classic, options.config);
     AddMediaOptions(classic, options);
+    AddRecordingOptions(classic, options.config.recordings);
+    AddTalkOptions(classic, options.config);
     AddRunOptions(classic, options);
     REPLAY_COMMAND_OPTIONS replayOptions;
     CLI::App& replay = *app.add_subcommand("replay", "The device's side of recorded sessions");

@@ -207,6 +207,20 @@ constexpr tuint32 PLAYBACK_STREAM_ID_FIRST = 10;
 constexpr tuint32 PLAYBACK_STREAM_ID_LAST = 99;
 constexpr tuint32 DOWNLOAD_STREAM_ID = 100;
 
+// ---- Talk ----
+//
+// CMD_REQUEST_TALK_START and _STOP have no body, nor have the answers to the first: CMD_REPLY_TALK_START_SUCC, or
+// CMD_REPLY_TALK_START_FAIL while somebody else talks. Behind the yes the recorder sends a frame of
+// FRAME_TYPE_TALK_AUDIO_FORMAT, a WAVEFORMATEX of 18 bytes for the sound of both directions, and then its sound as
+// FRAME_TYPE_TALK_AUDIO, all with LIVE_FRAME_TALK. The body of CMD_REQUEST_TALK_STREAM is the client's coded sound, at
+// most TALK_SEND_SIZE bytes: as it is, or in whole units of prefix and samples if nBlockAlign of the format is
+// AUDIO_BLOCK_SIZE or the recorder's own sound comes in such units.
+
+constexpr tuint32 TALK_SEND_SIZE = 8000;
+
+/// What stands ahead of the samples in each unit: the marker 256, and how many 32-bit words of samples follow.
+constexpr tuint8 AUDIO_BLOCK_MARK[AUDIO_BLOCK_PREFIX] = {0x00, 0x01, AUDIO_BLOCK_DATA / 4, 0x00};
+
 // ---- Status, unasked ----
 
 /// Body of CMD_REPLY_VIDEO_LOSS, CMD_REPLY_MOTION and CMD_REPLY_SENSOR.
@@ -307,12 +321,25 @@ HLX_WIRE_RECORD(NET_ALARM_OUT_INFO, 8);
 
 constexpr tuint32 MAX_ALARM_OUT_NUM = 255;
 
-/// Body of CMD_REQUEST_PTZ_CTRL. Behind it, for PTZ_CMD_CRUISE_SET with stations only, a 32-bit count and that many
+/// What a camera is told to do. Moves go from left to closing the iris, and on until NET_PTZ_STOP.
+enum NET_PTZ_COMMAND : tuint32 {
+    NET_PTZ_STOP = 0,
+    NET_PTZ_LAST_MOVE = 14,
+    NET_PTZ_PRESET_SET = 15,
+    NET_PTZ_PRESET_GO = 16,
+    NET_PTZ_PRESET_DEL = 17,
+    NET_PTZ_CRUISE_SET = 18,
+    NET_PTZ_CRUISE_RUN = 19,
+    NET_PTZ_CRUISE_DEL = 21,
+    NET_PTZ_LAST_COMMAND = 28,  // behind the tracks, the end of an automatic scan
+};
+
+/// Body of CMD_REQUEST_PTZ_CTRL. Behind it, for NET_PTZ_CRUISE_SET with stations only, a 32-bit count and that many
 /// NET_CRUISE_POINT_INFO.
 struct NET_PTZ_CTRL_INFO {
     tuint32 channel;       //  0
     tuint32 dwSpeed;       //  4
-    tuint32 dwPTZCommand;  //  8  a PTZ_COM_TYPE
+    tuint32 dwPTZCommand;  //  8  a NET_PTZ_COMMAND
     tuint32 cmdValue;      // 12  preset or cruise; 0xFFFFFFFF for a command without
 };
 HLX_WIRE_RECORD(NET_PTZ_CTRL_INFO, 16);

@@ -6,8 +6,16 @@
 #include <string>
 #include <vector>
 
+#include "simulator/archive/ArchiveTypes.h"
 #include "simulator/SimEvent.h"
 #include "simulator/SimFault.h"
+
+/// What the recorder says in a talk.
+enum class SIM_TALK {
+    ECHO,  // what it hears, after a while
+    CLIP,  // its sound clip, again and again
+    NONE,  // it refuses talks
+};
 
 struct CLASSIC_RECORDER_CONFIG {
     std::string sBind = "127.0.0.1";  // numeric address
@@ -42,7 +50,13 @@ struct CLASSIC_RECORDER_CONFIG {
     std::string sCallIn;                        // HOST:PORT of a client that the recorder calls by itself; empty: none
     std::chrono::milliseconds callAgain{3000};  // from the end of that link, or of a vain try, to the next try
 
+    ARCHIVE_CONFIG recordings;  // none by default
+    SIM_TALK talk = SIM_TALK::ECHO;
+    std::chrono::milliseconds talkDelay{500};  // from sound that comes to its echo
+    bool bTalkUnits = false;                   // talk sound of both directions in units of 324 bytes
+    std::string sTalkFile;                     // WAV file for what it hears; empty: none
+
     std::vector<SIM_FAULT> faults;
-    bool bKeepDigests = false;  // keep a record of each frame sent, see CClassicRecorder::TakeSentFrames()
+    bool bKeepDigests = false;  // keep a record of each frame sent and of talks, see TakeSentFrames()
     SIM_OBSERVER observer;      // may be empty
 };

@@ -4,25 +4,12 @@
 
 namespace {
 
-// PTZ commands of the protocol.
-enum PTZ_COMMAND : tuint32 {
-    STOP = 0,
-    LAST_MOVE = 14,
-    PRESET_SET = 15,
-    PRESET_GO = 16,
-    PRESET_DEL = 17,
-    CRUISE_SET = 18,
-    CRUISE_RUN = 19,
-    CRUISE_DEL = 21,
-    LAST_COMMAND = 28,
-};
-
 constexpr tuint32 LAST_PLACE = 255;  // highest number of a preset and of a cruise
 
 struct MOVE {
     int pan, tilt, zoom, focus, iris;
 };
-constexpr MOVE MOVES[LAST_MOVE + 1] = {
+constexpr MOVE MOVES[NET_PTZ_LAST_MOVE + 1] = {
     {0, 0, 0, 0, 0},    // stop
     {-1, 0, 0, 0, 0},   // left
     {1, 0, 0, 0, 0},    // right
@@ -63,13 +50,13 @@ std::optional<std::vector<NET_CRUISE_POINT_INFO>> ReadCruise(SIM_BYTE_VIEW bytes
 }
 
 bool DoPreset(CLASSIC_PTZ& ptz, const NET_PTZ_CTRL_INFO& info) {
-    if (info.dwPTZCommand == PRESET_SET) {
+    if (info.dwPTZCommand == NET_PTZ_PRESET_SET) {
         ptz.presets[info.cmdValue] = ptz.position;
         return true;
     }
     const auto found = ptz.presets.find(info.cmdValue);
     if (found == ptz.presets.end()) return false;
-    if (info.dwPTZCommand == PRESET_GO) {
+    if (info.dwPTZCommand == NET_PTZ_PRESET_GO) {
         ptz.position = found->second;
     } else {
         ptz.presets.erase(found);
@@ -78,13 +65,13 @@ bool DoPreset(CLASSIC_PTZ& ptz, const NET_PTZ_CTRL_INFO& info) {
 }
 
 bool DoCruise(CLASSIC_PTZ& ptz, const NET_PTZ_CTRL_INFO& info, SIM_BYTE_VIEW stations) {
-    if (info.dwPTZCommand == CRUISE_SET) {
+    if (info.dwPTZCommand == NET_PTZ_CRUISE_SET) {
         auto points = ReadCruise(stations);
         if (points) ptz.cruises[info.cmdValue] = std::move(*points);
         return points.has_value();
     }
-    if (info.dwPTZCommand == CRUISE_DEL) return ptz.cruises.erase(info.cmdValue) != 0;
-    return info.dwPTZCommand != CRUISE_RUN || ptz.cruises.contains(info.cmdValue);
+    if (info.dwPTZCommand == NET_PTZ_CRUISE_DEL) return ptz.cruises.erase(info.cmdValue) != 0;
+    return info.dwPTZCommand != NET_PTZ_CRUISE_RUN || ptz.cruises.contains(info.cmdValue);
 }
 
 }  // namespace
@@ -97,15 +84,16 @@ CClassicControl::CClassicControl(tuint8 defaultColor) {
 
 bool CClassicControl::DoPtz(SIM_BYTE_VIEW body, unsigned channels) {
     const auto info = ReadRecord<NET_PTZ_CTRL_INFO>(body);
-    if (!info || info->channel >= channels || info->dwPTZCommand > LAST_COMMAND) return false;
-    if (info->dwPTZCommand >= PRESET_SET && info->dwPTZCommand <= CRUISE_DEL && info->cmdValue > LAST_PLACE)
+    if (!info || info->channel >= channels || info->dwPTZCommand > NET_PTZ_LAST_COMMAND) return false;
+    if (info->dwPTZCommand >= NET_PTZ_PRESET_SET && info->dwPTZCommand <= NET_PTZ_CRUISE_DEL &&
+        info->cmdValue > LAST_PLACE)
         return false;
     CLASSIC_PTZ& camera = ptz[info->channel];
-    if (info->dwPTZCommand <= LAST_MOVE) {
+    if (info->dwPTZCommand <= NET_PTZ_LAST_MOVE) {
         Move(camera.position, MOVES[info->dwPTZCommand], info->dwSpeed);
-    } else if (info->dwPTZCommand <= PRESET_DEL) {
+    } else if (info->dwPTZCommand <= NET_PTZ_PRESET_DEL) {
         if (!DoPreset(camera, *info)) return false;
-    } else if (info->dwPTZCommand <= CRUISE_DEL) {
+    } else if (info->dwPTZCommand <= NET_PTZ_CRUISE_DEL) {
         if (!DoCruise(camera, *info, body.subspan(sizeof(*info)))) return false;
     }
     camera.lastCommand = info->dwPTZCommand;

@@ -57,6 +57,19 @@ void FillTexts(PRODUCT_INFO& product, const CLASSIC_RECORDER_CONFIG& config) {
     PutText(product.MCUVersion, "1.0");
 }
 
+/// A count, and so many records that `fill` makes, from number 1 on.
+template <class Record, class Fill>
+SIM_BYTES CountAndRecords(tuint32 count, const Fill& fill) {
+    SIM_BYTES body;
+    Append(body, RecordBytes(count));
+    for (tuint32 number = 1; number <= count; ++number) {
+        Record record{};
+        fill(record, number);
+        Append(body, RecordBytes(record));
+    }
+    return body;
+}
+
 }  // namespace
 
 PRE_SEND_DATA MakeFirstBlock(const CLASSIC_RECORDER_CONFIG& config) {
@@ -100,27 +113,17 @@ NET_LOGIN_SUCCESS_REPLY MakeLoginReply(const CLASSIC_RECORDER_CONFIG& config) {
 }
 
 SIM_BYTES MakeDiskReply(const CLASSIC_RECORDER_CONFIG& config) {
-    SIM_BYTES body;
-    const tuint32 count = config.diskCount;
-    Append(body, RecordBytes(count));
-    for (tuint32 number = 1; number <= count; ++number) {
-        DVR_DISK_INFO disk{};
+    return CountAndRecords<DVR_DISK_INFO>(config.diskCount, [](DVR_DISK_INFO& disk, tuint32 number) {
         PutText(disk.diskname, "disk" + std::to_string(number));
         PutText(disk.mountdir, "/mnt/disk" + std::to_string(number));
         disk.totalSpace = 1907729;  // megabytes
         disk.freeSpace = 1000000 / number;
         disk.partitionNum = 1;
-        Append(body, RecordBytes(disk));
-    }
-    return body;
+    });
 }
 
 SIM_BYTES MakeCameraReply(const CLASSIC_RECORDER_CONFIG& config) {
-    SIM_BYTES body;
-    const tuint32 count = config.cameraCount;
-    Append(body, RecordBytes(count));
-    for (tuint32 number = 1; number <= count; ++number) {
-        NET_IPC_DEVICE_INFO camera{};
+    return CountAndRecords<NET_IPC_DEVICE_INFO>(config.cameraCount, [](NET_IPC_DEVICE_INFO& camera, tuint32 number) {
         camera.deviceID = number;
         camera.channel = static_cast<tuint16>(number - 1);
         camera.status = 1;
@@ -133,9 +136,7 @@ SIM_BYTES MakeCameraReply(const CLASSIC_RECORDER_CONFIG& config) {
         PutText(camera.username, "admin");
         PutText(camera.productModel, "Simulated camera");
         PutText(camera.szChlname, "Camera " + std::to_string(number));
-        Append(body, RecordBytes(camera));
-    }
-    return body;
+    });
 }
 
 std::vector<SIM_BYTES> MakeStatusMessages(const std::optional<CLASSIC_STATUS>& old, const CLASSIC_STATUS& now) {

@@ -1,5 +1,7 @@
 #include "simulator/classic/ClassicRecorder.h"
 
+#include <utility>
+
 #include "simulator/classic/ClassicSession.h"
 
 CClassicRecorder::CClassicRecorder(CLASSIC_RECORDER_CONFIG config) : m_pState(std::make_unique<CLASSIC_STATE>()) {
@@ -29,6 +31,11 @@ bool CClassicRecorder::CheckConfig(std::string& sError) const {
         {config.sCallIn.empty() || CSimCaller::IsTarget(config.sCallIn), "Whom to call is no HOST:PORT."},
         {config.callAgain.count() > 0, "The time between calls must be above 0."},
         {config.rebootDelay.count() >= 0 && config.rebootTime.count() >= 0, "A restart cannot take less than no time."},
+        {config.recordings.days <= 3650, "Recordings go back 3650 days at most."},
+        {config.recordings.fileLength >= 60 && config.recordings.fileLength <= 86400,
+         "A file has 60 to 86400 seconds."},
+        {config.talkDelay.count() >= 0, "An echo cannot come before its sound."},
+        {!config.recordings.firstClips.empty() && !config.recordings.secondClips.empty(), "Recordings need clips."},
         {config.heartbeat.count() > 0, "The time between heartbeats must be above 0."},
         {!config.firstClips.empty() && !config.secondClips.empty(), "Each stream needs a clip."},
     };
@@ -75,6 +82,23 @@ bool CClassicRecorder::LoadSources(std::string& sError) {
     return true;
 }
 
+bool CClassicRecorder::MakeArchive(std::string& sError) {
+    ARCHIVE_CONFIG config = m_pState->config.recordings;
+    if (config.days == 0 || !m_pState->archive.Files().empty()) return true;
+    if (config.end == 0) config.end = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
+    CArchiveMedia::SOURCES sources;
+    std::vector<std::shared_ptr<const CSimClip>> change;
+    if (!LoadClips(config.firstClips, false, sources.first, sError)) return false;
+    if (!LoadClips(config.secondClips, false, sources.second, sError)) return false;
+    if (!config.sChangeClip.empty() && !LoadClips({config.sChangeClip}, false, change, sError)) return false;
+    if (!change.empty()) sources.pChange = change.front();
+    sources.pSound = m_pState->sources.pSound;
+    sources.soundUnits = m_pState->config.soundUnits;
+    m_pState->media = CArchiveMedia(std::move(sources));
+    m_pState->archive = CSimArchive(config, m_pState->config.channels);
+    return true;
+}
+
 bool CClassicRecorder::MakeCaller(std::string& sError) {
     CLASSIC_STATE* pState = m_pState.get();
     if (pState->config.sCallIn.empty()) return true;
@@ -91,7 +115,11 @@ bool CClassicRecorder::MakeCaller(std::string& sError) {
 
 bool CClassicRecorder::Start(std::string& sError) {
     if (Port() != 0) return true;
-    if (!CheckConfig(sError) || !LoadSources(sError) || !MakeCaller(sError)) return false;
+    if (!CheckConfig(sError) || !LoadSources(sError) || !MakeArchive(sError) || !MakeCaller(sError)) return false;
+    if (!m_pState->config.sTalkFile.empty()) {
+        m_pState->pTalkFile = CSimSoundFile::Create(m_pState->config.sTalkFile, sError);
+        if (!m_pState->pTalkFile) return false;
+    }
     m_pState->downFrom = SIM_TIME::max();
     const auto maker = [pState = m_pState.get()](CSimLink& link) {
         return std::make_unique<CClassicSession>(link, *pState);
@@ -99,7 +127,16 @@ bool CClassicRecorder::Start(std::string& sError) {
     return m_server.Start(m_pState->config.sBind, m_pState->config.port, maker, sError);
 }
 
-void CClassicRecorder::Stop() { m_server.Stop(); }
+const CSimArchive& CClassicRecorder::Archive() const { return m_pState->archive; }
+
+ARCHIVE_SEQUENCE CClassicRecorder::RecordedFrames(const ARCHIVE_REQUEST& request) const {
+    return ArchiveFrames(m_pState->archive, m_pState->media, request);
+}
+
+void CClassicRecorder::Stop() {
+    m_server.Stop();
+    m_pState->pTalkFile.reset();
+}
 
 void CClassicRecorder::SetFaults(std::vector<SIM_FAULT> faults) { m_pState->faults.Set(std::move(faults)); }
 
@@ -140,6 +177,12 @@ void CClassicRecorder::StopStreams(unsigned channel) {
     });
 }
 
+void CClassicRecorder::StopRecordings() {
+    m_server.Post([this] {
+        m_server.ForEachSession([](CSimSession& session) { static_cast<CClassicSession&>(session).StopRecordings(); });
+    });
+}
+
 void CClassicRecorder::Reboot() {
     m_server.Post([this] { m_pState->GoDown(SIM_CLOCK::now(), m_pState->config.rebootTime); });
 }
@@ -158,6 +201,11 @@ CClassicControl CClassicRecorder::Control() const {
 std::uint64_t CClassicRecorder::FramesSent() const {
     const std::lock_guard guard(m_pState->lock);
     return m_pState->framesSent;
+}
+
+SIM_BYTES CClassicRecorder::TakeTalkHeard() {
+    const std::lock_guard guard(m_pState->lock);
+    return std::exchange(m_pState->talkHeard, {});
 }
 
 std::vector<CLASSIC_SENT_FRAME> CClassicRecorder::TakeSentFrames() {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "simulator/archive/ArchiveStream.h"
 #include "simulator/classic/ClassicConfig.h"
 #include "simulator/classic/ClassicState.h"
 #include "simulator/SimServer.h"
@@ -35,6 +36,13 @@ public:
     /// The folder that the clips come from; known after Start().
     const std::string& MediaFolder() const { return m_sMediaFolder; }
 
+    /// The recordings; made by the first Start(), and there until the recorder's end. May be asked from any thread.
+    const CSimArchive& Archive() const;
+
+    /// The frames that a stream of recordings has, deleted files left out, the end frame last. They live as long as the
+    /// recorder and what is returned. After the first Start(), with recordings; any thread.
+    ARCHIVE_SEQUENCE RecordedFrames(const ARCHIVE_REQUEST& request) const;
+
     // The following may be called from any thread, but not while Stop() runs.
 
     /// Replaces the faults; what already happened on a link stays.
@@ -59,6 +67,9 @@ public:
     /// Stops one channel's streams on all links, soon, until a client asks for streams anew. Other channels go on.
     void StopStreams(unsigned channel);
 
+    /// Stops playbacks and downloads on all links in the middle, soon, until they are started or sought anew.
+    void StopRecordings();
+
     /// Restarts, soon, as if a client had asked for it: see the config's rebootDelay and rebootTime.
     void Reboot();
 
@@ -74,8 +85,13 @@ public:
     /// Takes over the records of the frames put on links since the last call; the config's bKeepDigests makes them.
     std::vector<CLASSIC_SENT_FRAME> TakeSentFrames();
 
+    /// Takes over the samples, A-law, that were heard in talks since the last call; the config's bKeepDigests keeps
+    /// them.
+    SIM_BYTES TakeTalkHeard();
+
 private:
     bool LoadSources(std::string& sError);
+    bool MakeArchive(std::string& sError);
     bool MakeCaller(std::string& sError);
     bool LoadClips(const std::vector<std::string>& names, bool bSound,
                    std::vector<std::shared_ptr<const CSimClip>>& clips, std::string& sError) const;

@@ -66,6 +66,11 @@ CLASSIC_ACTION ParseFaultWord(WORDS words, unsigned, std::string& sError) {
     return [fault = *fault](CClassicRecorder& recorder) { recorder.AddFault(fault); };
 }
 
+CLASSIC_ACTION ParseRecordingsStop(WORDS words, unsigned, std::string&) {
+    if (words.size() != 1) return {};
+    return [](CClassicRecorder& recorder) { recorder.StopRecordings(); };
+}
+
 CLASSIC_ACTION ParseReboot(WORDS words, unsigned, std::string&) {
     if (words.size() != 1) return {};
     return [](CClassicRecorder& recorder) { recorder.Reboot(); };
@@ -78,6 +83,7 @@ constexpr CLASSIC_WORD_ROW WORD_TABLE[] = {
     {"record", "CAUSE N on|off", "channel N records; CAUSE is manual, schedule, motion or sensor", ParseRecord},
     {"cut", "close|reset|silent", "end all links, or send nothing more on them", ParseCut},
     {"stream-stop", "N", "stop the streams of channel N until streams are asked for anew", ParseStreamStop},
+    {"recordings-stop", "", "stop playbacks and downloads in the middle until they start anew", ParseRecordingsStop},
     {"reboot", "", "restart", ParseReboot},
     {"fault", "FAULT|off", "add a fault to those in force, or take all back", ParseFaultWord},
 };

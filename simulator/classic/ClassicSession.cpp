@@ -27,9 +27,26 @@ const CClassicSession::COMMAND_ROW CClassicSession::COMMANDS[] = {
     {CMD_REQUEST_CFG_ENTER_IPCAM, SIM_PHASE::COMMAND, &CClassicSession::OnEnterCameras},
     {CMD_REQUEST_CFG_LEAVE_IPCAM, SIM_PHASE::COMMAND, &CClassicSession::OnLeaveCameras},
     {CMD_REQUEST_NET_DEVICE_LOG_GET, SIM_PHASE::COMMAND, &CClassicSession::OnGetCameras},
+    {CMD_REQUEST_DATA_SEARCH, SIM_PHASE::SEARCH, &CClassicSession::OnSearch},
+    {CMD_REQUEST_DATA_LOCK, SIM_PHASE::SEARCH, &CClassicSession::OnLock},
+    {CMD_REQUEST_DATA_UNLOCK, SIM_PHASE::SEARCH, &CClassicSession::OnUnlock},
+    {CMD_REQUEST_DATA_DELETE, SIM_PHASE::SEARCH, &CClassicSession::OnDelete},
+    {CMD_REQUEST_DATA_READ, SIM_PHASE::PLAYBACK, &CClassicSession::OnRead},
+    {CMD_REQUEST_DATA_PAUSE, SIM_PHASE::PLAYBACK, &CClassicSession::OnPause},
+    {CMD_REQUEST_DATA_RESUME, SIM_PHASE::PLAYBACK, &CClassicSession::OnResume},
+    {CMD_REQUEST_DATA_FF, SIM_PHASE::PLAYBACK, &CClassicSession::OnFastForward},
+    {CMD_REQUEST_DATA_REW, SIM_PHASE::PLAYBACK, &CClassicSession::OnReverse},
+    {CMD_REQUEST_DATA_STOP, SIM_PHASE::PLAYBACK, &CClassicSession::OnStop},
+    {CMD_REQUEST_DATA_INDEX, SIM_PHASE::PLAYBACK, &CClassicSession::OnIndex},
+    {CMD_REQUEST_CHANGE_AUDIO, SIM_PHASE::PLAYBACK, &CClassicSession::OnChangeAudio},
+    {CMD_REQUEST_LOG_INFO, SIM_PHASE::SEARCH, &CClassicSession::OnLogs},
+    {CMD_REQUEST_EVENT_INFO, SIM_PHASE::SEARCH, &CClassicSession::OnEvents},
     {CMD_REQUEST_JPEG_START, SIM_PHASE::STREAM, &CClassicSession::OnJpegStart},
     {CMD_REQUEST_JPEG_CHANGE, SIM_PHASE::STREAM, &CClassicSession::OnJpegStart},
     {CMD_REQUEST_JPEG_STOP, SIM_PHASE::STREAM, &CClassicSession::OnJpegStop},
+    {CMD_REQUEST_TALK_START, SIM_PHASE::TALK, &CClassicSession::OnTalkStart},
+    {CMD_REQUEST_TALK_STREAM, SIM_PHASE::TALK, &CClassicSession::OnTalkStream},
+    {CMD_REQUEST_TALK_STOP, SIM_PHASE::TALK, &CClassicSession::OnTalkStop},
 };
 
 namespace {
@@ -54,6 +71,8 @@ CClassicSession::CClassicSession(CSimLink& link, CLASSIC_STATE& state)
       m_state(state),
       m_pump(state.sources, state.config.speed, SIM_CLOCK::now()),
       m_sender(link, state),
+      m_talk(state),
+      m_playbacks(link, state, m_sender),
       m_now(SIM_CLOCK::now()),
       m_opened(m_now),
       m_nextHeartbeat(SIM_TIME::max()) {}
@@ -149,19 +168,29 @@ void CClassicSession::OnMessage(SIM_BYTE_VIEW message, SIM_TIME now) {
         return;
     }
     m_state.CountCommand(head->cmdType);
-    Tell(SIM_EVENT_KIND::COMMAND, head->cmdType);
+    // A notified index comes with every few frames.
+    if (head->cmdType != CMD_REQUEST_DATA_INDEX) Tell(SIM_EVENT_KIND::COMMAND, head->cmdType);
 
     const auto row = std::find_if(std::begin(COMMANDS), std::end(COMMANDS),
                                   [&](const COMMAND_ROW& entry) { return entry.cmdType == head->cmdType; });
-    m_phase = row == std::end(COMMANDS) ? SIM_PHASE::COMMAND : row->phase;
+    const auto body = message.subspan(sizeof(PACKCMD), head->dataLen);
+    m_phase = row == std::end(COMMANDS) ? SIM_PHASE::COMMAND : PhaseOf(*row, body);
     if (Interrupted(m_phase)) return;
     if (!m_bLoggedIn && head->cmdType != CMD_REQUEST_LOGIN) {
         Reply(CMD_REPLY_NO_AUTH, {});
     } else if (row == std::end(COMMANDS)) {
         Reply(CMD_REPLY_NO_SUPPORT, {});
     } else {
-        (this->*row->handler)(message.subspan(sizeof(PACKCMD), head->dataLen));
+        (this->*row->handler)(body);
     }
+}
+
+SIM_PHASE CClassicSession::PhaseOf(const COMMAND_ROW& row, SIM_BYTE_VIEW body) {
+    if (row.phase != SIM_PHASE::PLAYBACK) return row.phase;
+    // The id stands first but where a request's number stands before it.
+    const size_t at = row.cmdType == CMD_REQUEST_DATA_READ ? sizeof(tuint32) : 0;
+    const auto streamID = ReadRecord<tuint32>(body.subspan(std::min(at, body.size())));
+    return streamID == DOWNLOAD_STREAM_ID ? SIM_PHASE::DOWNLOAD : SIM_PHASE::PLAYBACK;
 }
 
 tuint32 CClassicSession::LoginRefusal(SIM_BYTE_VIEW body) {
@@ -202,7 +231,11 @@ void CClassicSession::EndSession() {
     m_bLoggedIn = false;
     --m_state.sessions;
     OnLeaveCameras({});
+    OnTalkStop({});
     m_masks = {};
+    m_pages.clear();
+    m_pageBytes = 0;
+    m_playbacks.Clear();
     m_pump.SetMasks({}, m_now);
 }
 
@@ -238,6 +271,7 @@ void CClassicSession::OnKeyFrame(SIM_BYTE_VIEW body) {
 }
 
 void CClassicSession::Reply(tuint32 cmdType, SIM_BYTE_VIEW body) {
+    if (TakeFault(SIM_FAULT_KIND::NO_REPLY, m_phase)) return;
     if (const auto id = TakeFault(SIM_FAULT_KIND::WRONG_REPLY, m_phase)) cmdType = static_cast<tuint32>(*id);
     if (const auto length = TakeFault(SIM_FAULT_KIND::SHORT_REPLY, m_phase)) {
         body = body.first(std::min(body.size(), static_cast<size_t>(std::max<std::int64_t>(*length, 0))));
@@ -288,10 +322,15 @@ void CClassicSession::StopStreams(unsigned channel) {
 void CClassicSession::PumpFrames(SIM_TIME now) {
     StopStreamsByFault();
     CLASSIC_FRAME frame;
-    m_bBlocked = false;
     while (m_link.IsUsable()) {
-        m_bBlocked = m_link.Queued() >= m_state.config.queueLimit;
-        if (m_bBlocked || !m_pump.NextFrame(now, frame)) return;
+        m_bBlocked = m_bBlocked || m_link.Queued() >= m_state.config.queueLimit;
+        if (m_bBlocked) return;
+        // Taking turns, neither live streams nor recordings wait for the others to be through. No frame of a recording
+        // goes ahead of a late answer.
+        const bool bRecordings = m_delayed.empty() && m_playbacks.SendRound();
+        const bool bLive = m_link.IsUsable() && m_pump.NextFrame(now, frame);
+        if (!bRecordings && !bLive) return;
+        if (!bLive) continue;
         frame.info.time += m_state.control.timeOffset;
         m_sender.Send(frame);
     }
@@ -306,11 +345,15 @@ SIM_TIME CClassicSession::OnDue(SIM_TIME now) {
         m_nextHeartbeat = now + m_state.config.heartbeat;
     }
     SendStatus();
+    m_bBlocked = false;
+    SendPages(now);
+    PumpTalk(now);
     PumpFrames(now);
     const SIM_TIME closeDue = m_opened < m_state.downFrom ? std::min(m_closeDue, m_state.downFrom) : m_closeDue;
     if (now >= closeDue) m_link.CutWhenSent(SIM_CUT::CLOSE);
-    SIM_TIME due = std::min({m_nextHeartbeat, m_firstBlockDue, closeDue});
+    SIM_TIME due = std::min({m_nextHeartbeat, m_firstBlockDue, closeDue, m_talk.NextDue()});
     for (const DELAYED& later : m_delayed) due = std::min(due, later.due);
+    if (!m_pages.empty() && m_delayed.empty() && !m_bBlocked) due = std::min(due, m_pages.front().due);
     return m_bBlocked ? due : std::min(due, m_pump.NextDue());
 }
 

@@ -22,7 +22,17 @@ void CLASSIC_STATE::NoteFrame(unsigned link, const CLASSIC_FRAME& frame) {
     CLASSIC_SENT_FRAME note;
     if (config.bKeepDigests) {
         const FRAME_INFO& info = frame.info;
-        note = {link, info.channel, info.frameType, info.frameAttrib, info.frameIndex, info.keyFrame != 0, 0, 0};
+        note = {link,
+                info.channel,
+                info.frameType,
+                info.frameAttrib,
+                info.frameIndex,
+                info.keyFrame != 0,
+                0,
+                0,
+                info.streamID,
+                0};
+        if (info.streamID != LIVE_STREAM_ID) note.time = info.time;
         if (info.frameType == FRAME_TYPE_AUDIO) {
             DigestSound(frame.data, note);
         } else {
@@ -43,6 +53,13 @@ bool CLASSIC_STATE::IsPassword(const std::string& sGiven) {
 std::optional<CLASSIC_STATUS> CLASSIC_STATE::Status() {
     const std::lock_guard guard(lock);
     return status;
+}
+
+void CLASSIC_STATE::HearTalk(SIM_BYTE_VIEW samples) {
+    if (pTalkFile) pTalkFile->Write(samples);
+    if (!config.bKeepDigests) return;
+    const std::lock_guard guard(lock);
+    Append(talkHeard, samples);
 }
 
 void CLASSIC_STATE::GoDown(SIM_TIME now, SIM_TIME::duration downTime) {

@@ -9,8 +9,11 @@ class CFrameSender {
 public:
     CFrameSender(CSimLink& link, CLASSIC_STATE& state) : m_link(link), m_state(state) {}
 
-    /// Queues one frame and notes it.
-    void Send(const CLASSIC_FRAME& frame);
+    /// Queues one frame and notes it. `phase`: that of its stream, for faults.
+    void Send(const CLASSIC_FRAME& frame, SIM_PHASE phase = SIM_PHASE::STREAM);
+
+    /// Queues a talk frame, which is none of a stream.
+    void SendTalk(const CLASSIC_FRAME& frame);
 
 private:
     struct PIECE {
@@ -20,12 +23,14 @@ private:
 
     bool IsTurn(SIM_FAULT_KIND kind, tuint32 count);
     void SendPieces();
-    void SpoilPieces(std::vector<PIECE>& pieces);
+    void SpoilPieces();
     void SendDisturbance();
 
     CSimLink& m_link;
     CLASSIC_STATE& m_state;
-    SIM_BYTES m_message;   // PACKCMD, FRAME_INFO, data
-    tuint32 m_frames = 0;  // sent on this link
-    tuint32 m_packed = 0;  // of them in pieces; also the id of the last
+    SIM_PHASE m_phase = SIM_PHASE::STREAM;  // of the frame that is being sent
+    SIM_BYTES m_message;                    // PACKCMD, FRAME_INFO, data
+    std::vector<PIECE> m_pieces;            // of m_message
+    tuint32 m_frames = 0;                   // sent on this link
+    tuint32 m_packed = 0;                   // of them in pieces; also the id of the last
 };

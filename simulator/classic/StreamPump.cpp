@@ -2,57 +2,14 @@
 
 #include <algorithm>
 
+#include "simulator/FrameFormat.h"
+
 namespace {
 
 /// A track that is later than this does not run after the clock; the clock waits for it.
 constexpr auto MAX_LAG = std::chrono::seconds(1);
 constexpr std::int64_t JPEG_TIME = 200000;  // microseconds from picture to picture
 constexpr std::int64_t BLOCK_TIME = 40000;  // microseconds of sound in a unit
-constexpr tuint8 BLOCK_PREFIX[AUDIO_BLOCK_PREFIX] = {0x00, 0x01, 0x50, 0x00};
-
-/// Head of a picture format, as container files have it.
-#pragma pack(push, 1)
-struct PICTURE_FORMAT {
-    tuint32 biSize;          //  0
-    tint32 biWidth;          //  4
-    tint32 biHeight;         //  8
-    tuint16 biPlanes;        // 12
-    tuint16 biBitCount;      // 14
-    char biCompression[4];   // 16
-    tuint32 biSizeImage;     // 20
-    tint32 biXPelsPerMeter;  // 24
-    tint32 biYPelsPerMeter;  // 28
-    tuint32 biClrUsed;       // 32
-    tuint32 biClrImportant;  // 36
-};
-struct SOUND_FORMAT {
-    tuint16 wFormatTag;       //  0
-    tuint16 nChannels;        //  2
-    tuint32 nSamplesPerSec;   //  4
-    tuint32 nAvgBytesPerSec;  //  8
-    tuint16 nBlockAlign;      // 12
-    tuint16 wBitsPerSample;   // 14
-    tuint16 cbSize;           // 16
-};
-#pragma pack(pop)
-HLX_WIRE_RECORD(PICTURE_FORMAT, 40);
-HLX_WIRE_RECORD(SOUND_FORMAT, 18);
-
-constexpr SOUND_FORMAT ALAW_FORMAT = {6, 1, 8000, 8000, AUDIO_BLOCK_SIZE, 8, 0};
-
-const char* FourCC(SIM_CODEC codec) {
-    switch (codec) {
-        case SIM_CODEC::H264:
-            return "H264";
-        case SIM_CODEC::H265:
-            return "H265";
-        case SIM_CODEC::MJPEG:
-            return "MJPG";
-        case SIM_CODEC::ALAW:
-            break;
-    }
-    return "\0\0\0\0";
-}
 
 std::int64_t WallClock() {
     return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch())
@@ -170,21 +127,10 @@ void CStreamPump::FillInfo(const TRACK& track, CLASSIC_FRAME& frame) const {
 }
 
 void CStreamPump::MakeFormat(const TRACK& track, CLASSIC_FRAME& frame) {
+    const bool bSound = track.kind == SOUND;
+    frame.info.frameType = bSound ? FRAME_TYPE_AUDIO_FORMAT : FRAME_TYPE_VIDEO_FORMAT;
     m_buffer.clear();
-    if (track.kind == SOUND) {
-        frame.info.frameType = FRAME_TYPE_AUDIO_FORMAT;
-        Append(m_buffer, RecordBytes(ALAW_FORMAT));
-    } else {
-        frame.info.frameType = FRAME_TYPE_VIDEO_FORMAT;
-        PICTURE_FORMAT format{};
-        format.biSize = sizeof(format);
-        format.biWidth = static_cast<tint32>(track.pClip->Width());
-        format.biHeight = static_cast<tint32>(track.pClip->Height());
-        format.biPlanes = 1;
-        format.biBitCount = 24;
-        std::memcpy(format.biCompression, FourCC(track.pClip->Codec()), sizeof(format.biCompression));
-        Append(m_buffer, RecordBytes(format));
-    }
+    Append(m_buffer, bSound ? SoundFormat() : PictureFormat(*track.pClip));
     frame.data = m_buffer;
 }
 
@@ -203,7 +149,7 @@ void CStreamPump::MakeSound(TRACK& track, CLASSIC_FRAME& frame) {
     frame.info.frameType = FRAME_TYPE_AUDIO;
     m_buffer.clear();
     for (unsigned unit = 0; unit < m_sources.soundUnits; ++unit) {
-        Append(m_buffer, RecordBytes(BLOCK_PREFIX));
+        Append(m_buffer, SoundPrefix());
         Append(m_buffer, units[track.position].data);
         track.position = (track.position + 1) % units.size();
     }

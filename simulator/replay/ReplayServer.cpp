@@ -8,7 +8,10 @@ namespace {
 class CReplaySession : public CSimSession {
 public:
     CReplaySession(CSimLink& link, const REPLAY_CONFIG& config, const REPLAY_LINK& steps)
-        : m_link(link), m_config(config), m_steps(steps), m_random(config.mutationSeed + link.Id()) {}
+        : m_link(link),
+          m_config(config),
+          m_steps(steps),
+          m_random(config.mutationSeed + config.pieceSeed + link.Id()) {}
 
     void OnOpen(SIM_TIME now) override {
         m_stepTime = now;
@@ -81,7 +84,8 @@ bool CReplaySession::SendPiece(const SIM_BYTES& bytes) {
     m_bBlocked = m_config.pieceSize != 0 && m_link.Queued() > 0;
     if (m_bBlocked) return false;
     const size_t left = bytes.size() - m_sent;
-    const size_t size = m_config.pieceSize == 0 ? left : std::min(left, m_config.pieceSize);
+    size_t size = m_config.pieceSize == 0 ? left : std::min(left, m_config.pieceSize);
+    if (m_config.pieceSeed != 0 && size > 1) size = 1 + m_random() % size;
     const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(m_sent);
     SIM_BYTES piece(begin, begin + static_cast<std::ptrdiff_t>(size));
     Mutate(piece);

@@ -11,6 +11,7 @@ struct REPLAY_CONFIG {
     bool bLoop = false;              // after the last link the first is played again
     double speed = 1;                // pace; 0: without pauses
     size_t pieceSize = 0;            // most bytes sent at once; 0: as many as there are
+    unsigned pieceSeed = 0;          // not 0: pieces are of random sizes up to pieceSize
     unsigned cutLink = 0;            // the connection that is cut, from 1; 0: none
     std::uint64_t cutAfter = 0;      // bytes sent on it before
     SIM_CUT cutHow = SIM_CUT::CLOSE;

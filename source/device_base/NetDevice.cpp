@@ -1,5 +1,6 @@
 #include "device_base/NetDevice.h"
 
+#include "protocol/ClassicProtocol.h"
 #include "sdk_common/WireReader.h"
 
 NET_MESSAGE_CALLBACK CNetDevice::m_pfnMessageCallback = nullptr;
@@ -27,3 +28,5 @@ BOOL CNetDevice::SetDeviceIp(char* sDeviceIP) {
     if (sDeviceIP) CopyText(m_deviceIp, sDeviceIP);
     return 1;
 }
+
+void CNetDevice::FreeTalkBuf(const FRAME_INFO_EX& frame) { delete[] frame.pData; }

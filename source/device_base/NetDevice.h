@@ -100,13 +100,16 @@ public:
 
     // Playback and download
     virtual BOOL PlaybackByTime(LONG* pChannels, LONG lChannelNum, const DD_TIME& start, const DD_TIME& stop,
-                                DWORD dwIndex, BOOL bFirstStream) = 0;
+                                DWORD dwStreamID, BOOL bFirstStream) = 0;
+    /// The frames of the stream up to that index were taken; channel -1: of all channels. This, the next three,
+    /// StopDownLoad and NeedJumpForward come without the lock that keeps requests apart, also while another waits for
+    /// its reply: they send at once or fail, and wait for nothing.
     virtual BOOL NotifyPlayIndex(LONG lStreamID, LONG lFrameIndex, int iChannel) = 0;
-    virtual void NotifyPlayIndex_IPC(LONG, LONG) {}
-    virtual BOOL StopPlayback(DWORD dwIndex) = 0;
-    virtual BOOL PlaybackCtrl(DWORD dwIndex, DWORD dwCommand, DWORD dwValue) = 0;
+    virtual void NotifyPlayIndex_IPC(LONG /*lStreamID*/, LONG /*lFrameIndex*/) {}
+    virtual BOOL StopPlayback(DWORD dwStreamID) = 0;
+    virtual BOOL PlaybackCtrl(DWORD dwStreamID, DWORD dwCommand, DWORD dwValue) = 0;
     virtual BOOL PlaybackSetTime(LONG* pChannels, LONG lChannelNum, const DD_TIME& start, const DD_TIME& stop,
-                                 DWORD dwIndex) = 0;
+                                 DWORD dwStreamID) = 0;
     virtual int GetMaxPlayBackNum() = 0;
     virtual BOOL DownLoadByTime(LONG lChannel, BOOL bFirstStream, const DD_TIME& start, const DD_TIME& stop) = 0;
     virtual BOOL StopDownLoad(LONG lChannel) = 0;
@@ -155,8 +158,11 @@ public:
     virtual BOOL StartTalkback() = 0;
     virtual BOOL StopTalkback() = 0;
     virtual BOOL SendTalkData(unsigned char* pData, unsigned int uLength) = 0;
+    /// The oldest frame that waits, with its data in an array made by new[]; false when there is none. These two come
+    /// from any thread and do not wait for the device. CTalkArrival is told of each frame that is queued.
     virtual BOOL GetTalkFrame(FRAME_INFO_EX& frame) = 0;
     virtual void ReleaseTalkBuf(const FRAME_INFO_EX& frame) = 0;
+    static void FreeTalkBuf(const FRAME_INFO_EX& frame);
 
     // Firmware
     virtual BOOL RequestUpdata(char* sFileName) = 0;

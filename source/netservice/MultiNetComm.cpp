@@ -41,6 +41,7 @@ bool CSWL_MultiNetComm::Init(int sendBufSize, bool) { return Init(sendBufSize); 
 bool CSWL_MultiNetComm::Init(int sendBufSize) {
     if (sendBufSize < MINIMAL_SEND_BUFFER || m_threadId != 0) return false;
     m_scratch.reset(new (std::nothrow) char[SCRATCH_SIZE]);
+    if (!m_scratch) errno = ENOMEM;
     if (!m_scratch || !OpenEventSet()) return false;
     m_roomEvent.CreateWaitEvent();
     m_sendBufSize = sendBufSize;
@@ -57,6 +58,7 @@ bool CSWL_MultiNetComm::OpenEventSet() {
     try {
         m_events.resize(EVENTS_PER_ROUND);
     } catch (const std::bad_alloc&) {
+        errno = ENOMEM;
         return false;
     }
     m_eventSet = SystemCall(SYSTEM_CALL::EPOLL_CREATE, -1, [](size_t) { return epoll_create1(EPOLL_CLOEXEC); });

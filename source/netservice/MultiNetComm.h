@@ -49,7 +49,7 @@ public:
     CSWL_MultiNetComm& operator=(const CSWL_MultiNetComm&) = delete;
 
     /// `sendBufSize`: bytes of each link's send buffer. False if it is below 16, the engine runs already or the system
-    /// refuses.
+    /// refuses; errno is ENOMEM then if memory is short.
     bool Init(int sendBufSize);
     bool Init(int sendBufSize, bool bSendSync) override;
     void Destroy() override;

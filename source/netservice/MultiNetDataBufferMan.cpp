@@ -39,6 +39,7 @@ struct NET_DATA_BUFFER_MAN {
     std::atomic<tint64> lossToldAt{0};      // milliseconds of the monotonic clock
     CWaitEvent dataEvent;
     CWaitEvent releaseEvent;
+    std::shared_ptr<CWaker> pWaker;  // may be null
 
     void LogLoss() {
         const unsigned int lost = pDataBuffer->GetLostFrames();
@@ -110,11 +111,13 @@ CMultiNetDataBufferMan::BufferRef CMultiNetDataBufferMan::FindHolder(unsigned in
     return nullptr;
 }
 
-bool CMultiNetDataBufferMan::AddBuffer(unsigned int bufferID, int size, bool bLive) try {
+bool CMultiNetDataBufferMan::AddBuffer(unsigned int bufferID, int size, bool bLive,
+                                       std::shared_ptr<CWaker> pWaker) try {
     const std::scoped_lock guard(m_bufferArrayLock);
     if (FindLive(bufferID)) return true;
     const BufferRef entry = std::make_shared<NET_DATA_BUFFER_MAN>();
     entry->bufferID = bufferID;
+    entry->pWaker = std::move(pWaker);
     entry->pDataBuffer = std::make_unique<CNetDataBufferMan>();
     entry->pReleaseLock = std::make_unique<CPUB_Lock>();
     entry->dataEvent.CreateWaitEvent();
@@ -156,7 +159,10 @@ bool CMultiNetDataBufferMan::PushData(unsigned int bufferID, const HLX_FRAME_INF
     const BufferRef entry = Find(bufferID);
     if (!entry || entry->bRemoving) return true;
     const bool bStored = entry->pDataBuffer->PushData(frame, pData);
-    if (bStored && entry->pDataBuffer->HasData()) entry->dataEvent.SetEvent();
+    if (bStored && entry->pDataBuffer->HasData()) {
+        entry->dataEvent.SetEvent();
+        if (entry->pWaker) entry->pWaker->Wake();
+    }
     const bool bThrough = entry->pDataBuffer->ProcessPushDataFailed(frame, bStored, pData);
     if (bThrough && !bStored) entry->NoteLoss();
     return bThrough;
@@ -192,6 +198,11 @@ void CMultiNetDataBufferMan::ReleaseDataBuffer(unsigned int bufferID, unsigned c
         --entry->openRuns;
     }
     if (entry->bRemoving) entry->releaseEvent.PulseEvent();
+}
+
+void CMultiNetDataBufferMan::DropData(unsigned int bufferID) {
+    const BufferRef entry = Find(bufferID);
+    if (entry) entry->pDataBuffer->DropData();
 }
 
 int CMultiNetDataBufferMan::GetFreeBufferSize(unsigned int bufferID) {

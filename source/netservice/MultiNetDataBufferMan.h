@@ -8,6 +8,7 @@
 #include "netservice/NetDataBufferMan.h"
 #include "sdk_common/PubLock.h"
 #include "sdk_common/WaitEvent.h"
+#include "sdk_common/Waker.h"
 
 /// Bit 10 of a buffer id tells live rings from playback rings.
 constexpr unsigned int LIVE_BUFFER_FLAG = 0x400;
@@ -34,8 +35,9 @@ public:
     void Quit();
 
     /// Makes a ring of `size` bytes. True also if the id exists already, whose ring then stays as it is; one that is
-    /// being removed does not count. False if memory is short.
-    bool AddBuffer(unsigned int bufferID, int size, bool bLive);
+    /// being removed does not count. `pWaker` (may be null) is woken by each frame that is stored, for a reader of
+    /// several rings. False if memory is short.
+    bool AddBuffer(unsigned int bufferID, int size, bool bLive, std::shared_ptr<CWaker> pWaker = nullptr);
 
     /// Takes a ring away. From the start its id is unknown but to ReleaseDataBuffer. Blocks until the reader has
     /// released every run that it took, so the reader must not call or wait for it.
@@ -51,6 +53,9 @@ public:
 
     /// Gives a run back, in the order of taking. Anything else than the oldest run with its length changes nothing.
     void ReleaseDataBuffer(unsigned int bufferID, unsigned char* pBuffer, int len);
+
+    /// Forgets what waits in a ring; the reader's runs stay valid. Any thread.
+    void DropData(unsigned int bufferID);
 
     /// The following give 0 for an unknown id.
     int GetFreeBufferSize(unsigned int bufferID);

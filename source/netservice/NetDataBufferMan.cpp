@@ -232,6 +232,26 @@ void CNetDataBufferMan::WrapFreeOffset() {
     NoteData();
 }
 
+void CNetDataBufferMan::DropData() {
+    const std::scoped_lock guard(m_lock);
+    NET_DATA_BUFFER_INFO& info = m_dataBufferInfo;
+    m_listChannelStatus.clear();
+    m_endFrameList.clear();
+    m_pPrevDataPos = nullptr;
+    m_tryTimes = 0;
+    if (info.dataLen == 0) return;
+    if (info.writeOffset <= info.readOffset) info.tailOffset = info.bufferSize;  // what waits is what passed the end
+    info.writeOffset = info.readOffset;
+    info.dataLen = 0;
+    info.freeLen = info.bufferSize;
+    if (info.freeOffset == info.readOffset) {
+        info.writeOffset = info.readOffset = info.freeOffset = 0;
+        info.tailOffset = info.bufferSize;
+    }
+    GetFreeBufferSize();
+    NoteData();
+}
+
 int CNetDataBufferMan::GetFreeBufferSize() {
     const std::scoped_lock guard(m_lock);
     NET_DATA_BUFFER_INFO& info = m_dataBufferInfo;

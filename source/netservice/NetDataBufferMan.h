@@ -70,6 +70,10 @@ public:
     /// pointer or a length beyond the ring.
     bool ReleaseDataBuffer(const unsigned char* pBuffer, int len);
 
+    /// Forgets what waits for the reader, end-of-stream frames that were kept too; video begins anew at a key frame.
+    /// Runs that the reader holds stay valid.
+    void DropData();
+
     int GetFreeBufferSize();
     unsigned int GetLastFrameIndex();
     void SetChannelNeedIFrame(LONG lDeviceID, LONG lChannel, DWORD streamAttrib, bool bNeed);

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <limits>
+#include <tuple>
 
 #include "sdk_common/Console.h"
 #include "sdk_common/TimeSource.h"
@@ -41,6 +42,22 @@ tm LocalTime(time_t seconds) {
     tzset();  // localtime_r alone does not see a changed time zone
     localtime_r(&seconds, &local);
     return local;
+}
+
+void CopyFields(const tm& local, DD_TIME& date) {
+    date.second = static_cast<tuint8>(local.tm_sec);
+    date.minute = static_cast<tuint8>(local.tm_min);
+    date.hour = static_cast<tuint8>(local.tm_hour);
+    date.mday = static_cast<tuint8>(local.tm_mday);
+    date.month = static_cast<tuint8>(local.tm_mon);
+    date.year = static_cast<tuint16>(local.tm_year);
+}
+
+bool SameFields(const DD_TIME& left, const DD_TIME& right) {
+    const auto fields = [](const DD_TIME& time) {
+        return std::tie(time.second, time.minute, time.hour, time.mday, time.month, time.year);
+    };
+    return fields(left) == fields(right);
 }
 
 bool SameDay(const tm& left, const tm& right) {
@@ -130,12 +147,28 @@ unsigned int GetZeroTimeOfDate32(unsigned int time) { return static_cast<unsigne
 
 unsigned int GetEndTimeOfDate32(unsigned int time) { return static_cast<unsigned int>(EndOfDay(time)); }
 
-void DVRTimeToDDTime(LONGLONG time, DD_TIME& date) {
-    const tm local = DVRTimeToTm(time);
-    date.second = static_cast<tuint8>(local.tm_sec);
-    date.minute = static_cast<tuint8>(local.tm_min);
-    date.hour = static_cast<tuint8>(local.tm_hour);
-    date.mday = static_cast<tuint8>(local.tm_mday);
-    date.month = static_cast<tuint8>(local.tm_mon);
-    date.year = static_cast<tuint16>(local.tm_year);
+void DVRTimeToDDTime(LONGLONG time, DD_TIME& date) { CopyFields(DVRTimeToTm(time), date); }
+
+DD_TIME DVRTime32ToDDTime(unsigned int time) {
+    const tm local = DVRTime32ToTm(time);
+    DD_TIME date = {};
+    CopyFields(local, date);
+    date.wday = static_cast<tuint8>(local.tm_wday);
+    date.nTotalseconds = static_cast<int>(time);
+    return date;
+}
+
+unsigned int DDTimeToDVRTime32(const DD_TIME& date) {
+    const auto told = static_cast<unsigned int>(date.nTotalseconds);
+    if (SameFields(DVRTime32ToDDTime(told), date)) return told;
+    tm local = {};
+    local.tm_sec = date.second;
+    local.tm_min = date.minute;
+    local.tm_hour = date.hour;
+    local.tm_mday = date.mday;
+    local.tm_mon = date.month;
+    local.tm_year = date.year;
+    local.tm_isdst = -1;
+    constexpr time_t LAST = std::numeric_limits<tuint32>::max();
+    return static_cast<unsigned int>(std::clamp<time_t>(mktime(&local), 0, LAST));
 }

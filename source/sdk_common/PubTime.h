@@ -42,3 +42,10 @@ unsigned int GetEndTimeOfDate32(unsigned int time);
 /// Copies the local broken-down time of `time` (microseconds since 1970) to second, minute, hour, mday, month and year
 /// of `date`, raw as in struct tm; the other members stay as they are.
 void DVRTimeToDDTime(LONGLONG time, DD_TIME& date);
+
+/// The same from seconds, every member: weekday and nTotalseconds too, no microseconds.
+DD_TIME DVRTime32ToDDTime(unsigned int time);
+
+/// Seconds since 1970 of a local time, held inside 32 bits. Members beyond their range are carried as mktime does. In
+/// the hour that a clock shows twice nTotalseconds decides, where it tells the same time.
+unsigned int DDTimeToDVRTime32(const DD_TIME& date);

@@ -1,53 +1,44 @@
 #include "sdk_common/WaitEvent.h"
 
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <climits>
 #include <ctime>
 
-CWaitEvent::CWaitEvent() {
-    pthread_mutex_init(&m_lock, nullptr);
-    // The monotonic clock, so that a jump of the wall clock neither cuts nor stretches a wait.
-    pthread_condattr_t attributes;
-    pthread_condattr_init(&attributes);
-    pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
-    pthread_cond_init(&m_Event, &attributes);
-    pthread_condattr_destroy(&attributes);
-}
+namespace {
 
-CWaitEvent::~CWaitEvent() {
-    Close();
-    pthread_cond_destroy(&m_Event);
-    pthread_mutex_destroy(&m_lock);
-}
+static_assert(sizeof(std::atomic<tuint32>) == sizeof(tuint32) && std::atomic<tuint32>::is_always_lock_free,
+              "the system looks at the counter as at a word");
+
+}  // namespace
 
 bool CWaitEvent::CreateWaitEvent() {
-    Guard guard(*this);
     m_bOpen = true;
     return true;
 }
 
 void CWaitEvent::Close() {
-    Guard guard(*this);
     m_bOpen = false;
-    ++m_generation;
-    pthread_cond_broadcast(&m_Event);
+    Signal(INT_MAX);
 }
 
-void CWaitEvent::SetEvent() {
-    Guard guard(*this);
-    ++m_generation;
-    pthread_cond_signal(&m_Event);
+void CWaitEvent::SetEvent() { Signal(1); }
+
+void CWaitEvent::PulseEvent() { Signal(INT_MAX); }
+
+// A waiter counts itself before it looks at the signals, and a signal is counted before the waiters are: one of the two
+// sees the other.
+void CWaitEvent::Signal(int waiters) {
+    ++m_signals;
+    if (m_waiting > 0) syscall(SYS_futex, &m_signals, FUTEX_WAKE_PRIVATE, waiters, nullptr, nullptr, 0);
 }
 
-void CWaitEvent::PulseEvent() {
-    Guard guard(*this);
-    ++m_generation;
-    pthread_cond_broadcast(&m_Event);
-}
-
-void CWaitEvent::Wait(tint64 microseconds) {
-    timespec until{};
-    clock_gettime(CLOCK_MONOTONIC, &until);
-    const tint64 nanoseconds = until.tv_nsec + microseconds % 1000000 * 1000;
-    until.tv_sec += microseconds / 1000000 + nanoseconds / 1000000000;
-    until.tv_nsec = nanoseconds % 1000000000;
-    pthread_cond_timedwait(&m_Event, &m_lock, &until);
+// The length of the wait goes by the monotonic clock.
+void CWaitEvent::Wait(tuint32 signals, tint64 microseconds) {
+    const timespec length{microseconds / 1000000, microseconds % 1000000 * 1000};
+    ++m_waiting;
+    syscall(SYS_futex, &m_signals, FUTEX_WAIT_PRIVATE, signals, &length, nullptr, 0);
+    --m_waiting;
 }

@@ -1,20 +1,21 @@
 // A condition on which one thread waits for another, without a signalled state.
 #pragma once
 
-#include <pthread.h>
+#include <atomic>
 
 #include "protocol/WireTypes.h"
 #include "sdk_common/TimeSource.h"
 
 /// SetEvent wakes one waiter, PulseEvent all; with nobody waiting both are lost, so callers pair them with a time-out
 /// or give WaitForCond a predicate. Close wakes all waiters and makes further waits return at once, until
-/// CreateWaitEvent is called again; it is safe while threads wait.
+/// CreateWaitEvent is called again; it is safe while threads wait. No lock is taken, so that a signal costs one call of
+/// the system where somebody waits and none elsewhere, and who wakes has nothing left to wait for.
 class CWaitEvent {
 public:
     static constexpr tuint32 WAIT_FOREVER = 0xFFFFFFFF;
 
-    CWaitEvent();
-    ~CWaitEvent();
+    CWaitEvent() = default;
+    ~CWaitEvent() { Close(); }
     CWaitEvent(const CWaitEvent&) = delete;
     CWaitEvent& operator=(const CWaitEvent&) = delete;
 
@@ -29,30 +30,25 @@ public:
         return WaitForCond(ms, [] { return false; });
     }
 
-    /// The same, but does not begin or go on to wait once `ready()` is true. `ready` runs with the event's mutex held:
-    /// what makes it true must happen before SetEvent, and it may take only leaf locks.
+    /// The same, but does not begin or go on to wait once `ready()` is true. What makes it true must happen before
+    /// SetEvent.
     template <class Ready>
     int WaitForCond(tuint32 ms, Ready&& ready) {
-        Guard guard(*this);
-        const tuint64 generation = m_generation;
+        const tuint32 signals = m_signals;
+        const auto isOver = [&] { return !m_bOpen || m_signals != signals || ready(); };
         WaitOnClock(ms == WAIT_FOREVER ? -1 : tint64{ms} * 1000, [&](tint64 slice) {
-            if (!m_bOpen || m_generation != generation || ready()) return true;
-            if (slice > 0) Wait(slice);
-            return !m_bOpen || m_generation != generation || ready();
+            if (isOver()) return true;
+            if (slice > 0) Wait(signals, slice);
+            return isOver();
         });
         return 0;
     }
 
 private:
-    struct Guard {
-        explicit Guard(CWaitEvent& event) : m_event(event) { pthread_mutex_lock(&m_event.m_lock); }
-        ~Guard() { pthread_mutex_unlock(&m_event.m_lock); }
-        CWaitEvent& m_event;
-    };
-    void Wait(tint64 microseconds);  // m_lock held
+    void Wait(tuint32 signals, tint64 microseconds);
+    void Signal(int waiters);
 
-    pthread_mutex_t m_lock;
-    pthread_cond_t m_Event;
-    bool m_bOpen = false;      // guarded by m_lock
-    tuint64 m_generation = 0;  // counts signals; guarded by m_lock
+    std::atomic<bool> m_bOpen{false};
+    std::atomic<tuint32> m_signals{0};  // counts them; the system compares it as it sends a waiter to sleep
+    std::atomic<int> m_waiting{0};
 };

@@ -12,6 +12,9 @@ struct CSession {
         m_recorder.Login();
         m_recorder.m_device.StartLiveChannel(0, true, 0x401, 0);
         m_recorder.m_device.StartLiveChannel(0, false, 0x405, 1);
+        LONG channel = 0;
+        m_recorder.m_device.PlaybackByTime(&channel, 1, {}, {}, 10, true);
+        m_recorder.m_device.DownLoadByTime(channel, true, {}, {});
         m_recorder.m_sent.clear();
     }
     void Drain() {

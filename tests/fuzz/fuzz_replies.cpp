@@ -1,6 +1,7 @@
 // Any bytes as replies of a classic recorder to everything that a session asks of it.
 // Input: bytes that each choose an operation. Each request of it takes an ANSWER and its messages: a byte that chooses the id,
-// two bytes of length and that many bytes of body.
+// two bytes of length and that many bytes of body. Replies about recordings get the request's number ahead of it, unless the
+// first byte has its highest bit set.
 #include "NoWaiting.h"
 #include "sdk_common/WireReader.h"
 #include "unit/classic/TestRecorder.h"
@@ -32,7 +33,13 @@ constexpr tuint32 REPLY_IDS[] = {
     CMD_REPLY_NET_DEVICE_LOG_GET_SUCC,
     CMD_REPLY_DATA_STREAM,
     CMD_REPLY_NET_DEVICE_LOG_GET_FAIL,
+    CMD_REPLY_DATA_INFO,  // from here on about recordings
+    CMD_REPLY_DATA_NULL,
+    CMD_REPLY_LOG_INFO,
+    CMD_REPLY_EVENT_INFO,
+    CMD_REPLY_SYS_STATUS_FAIL,
 };
+constexpr size_t FIRST_NUMBERED = 20;
 
 void Require(bool bHolds) {
     if (!bHolds) __builtin_trap();
@@ -77,15 +84,19 @@ private:
 
     /// What the recorder does with a request.
     void Answer() {
+        const Bytes body = m_recorder.m_sent.back().substr(sizeof(PACKCMD));
         m_recorder.m_sent.clear();
         if (!m_bScripted) return;
         if (!m_script.Left()) return m_recorder.BreakLink();
         const auto answer = m_script.Read<tuint8>();
         m_recorder.m_bSendFails = answer & SEND_FAILS;
         for (int i = answer & MESSAGES; i > 0; --i) {
-            const auto id = REPLY_IDS[m_script.Read<tuint8>() % std::size(REPLY_IDS)];
-            const auto body = m_script.Bytes(std::min<size_t>(m_script.Read<tuint16>(), m_script.Left()));
-            m_recorder.Receive(Message(id, Bytes(reinterpret_cast<const char*>(body.data()), body.size())));
+            const auto choice = m_script.Read<tuint8>();
+            const size_t place = choice % std::size(REPLY_IDS);
+            const auto reply = m_script.Bytes(std::min<size_t>(m_script.Read<tuint16>(), m_script.Left()));
+            const Bytes number = place >= FIRST_NUMBERED && choice < 128 ? body.substr(0, 4) : Bytes();
+            m_recorder.Receive(
+                Message(REPLY_IDS[place], number + Bytes(reinterpret_cast<const char*>(reply.data()), reply.size())));
         }
         if (answer & BREAK_LINK) m_recorder.BreakLink();
     }
@@ -121,6 +132,30 @@ private:
         return m_device.GetVideoColor(lChannel, &values[0], &values[1], &values[2], &values[3]) || bDone;
     }
 
+    bool AskRecordings(LONG lKind) {
+        std::list<DD_DATE> dates;
+        std::list<HLX_REC_FILE> files;
+        std::list<HLX_REC_TIME> times;
+        std::list<HLX_REC_EVENT> recorded;
+        std::list<HLX_LOG> logs;
+        std::list<HLX_EVENT> events;
+        HLX_REC_FILE file{};
+        const std::function<bool()> searches[] = {
+            [&] { return m_device.ShutDownDVR(); },
+            [&] { return m_device.SearchRecDate(dates); },
+            [&] { return m_device.SearchRecFile(-1, 1, m_now, m_now, files); },
+            [&] { return m_device.SearchRecTime(-1, 1, m_now, m_now, times); },
+            [&] { return m_device.SearchRecEvent(-1, 1, m_now, m_now, recorded); },
+            [&] { return m_device.SearchDVRLog(1, m_now, m_now, logs); },
+            [&] { return m_device.SearchDVREvent(1, 1, m_now, m_now, events); },
+            [&] { return m_device.DeleteRecFile(&file, 1); },
+        };
+        const bool bDone = searches[lKind % 8]();
+        Require(bDone || (dates.empty() && files.empty() && times.empty() && logs.empty() && events.empty()));
+        for (const HLX_LOG& log : logs) Require(Ends(log.sNetUser) && Ends(log.sContent));
+        return bDone;
+    }
+
     bool AskStatus(LONG lMaxNum) {
         std::vector<HLX_ALARMINFO> alarms(static_cast<size_t>(lMaxNum));
         std::vector<HLX_RECORD_STATUS_EX> records(static_cast<size_t>(lMaxNum));
@@ -141,7 +176,7 @@ private:
     const std::function<bool(LONG)> m_operations[16] = {
         [this](LONG) { return m_device.RebootDVR(); },
         [this](LONG lMaxNum) { return AskDisks(static_cast<unsigned>(lMaxNum)); },
-        [this](LONG) { return m_device.ShutDownDVR(); },
+        [this](LONG lKind) { return AskRecordings(lKind); },
         [this](LONG lMaxNum) { return AskCameras(lMaxNum); },
         [this](LONG) { return m_device.ChangTime(1'700'000'000); },
         [this](LONG lChannel) { return AskColor(lChannel); },

@@ -8,13 +8,15 @@
 #include <string>
 
 #include "tests/soak/LoadProofs.h"
+#include "tests/soak/Mutations.h"
 #include "tests/soak/Soak.h"
 
 namespace {
 
 constexpr const char* USAGE =
     "usage: hlx_soak [--minutes N] [--seed N]   streams and idle links under faults\n"
-    "       hlx_soak --load [--minutes N]       full loads, N minutes (1) for each of the live ones\n";
+    "       hlx_soak --load [--minutes N]       full loads, N minutes (1) for each of the live ones\n"
+    "       hlx_soak --mutations N              N recorded sessions with wrong bytes\n";
 
 bool RunLoad(int seconds) {
     struct PROOF {
@@ -47,6 +49,7 @@ int main(int argc, char** argv) {
     static constexpr option OPTIONS[] = {{"minutes", required_argument, nullptr, 'm'},
                                          {"seed", required_argument, nullptr, 's'},
                                          {"load", no_argument, nullptr, 'l'},
+                                         {"mutations", required_argument, nullptr, 'x'},
                                          {}};
     SOAK_ORDER order;
     order.seed = static_cast<std::uint32_t>(time(nullptr));
@@ -56,6 +59,7 @@ int main(int argc, char** argv) {
         if (word == 'm') minutes = std::atof(optarg);
         if (word == 's') order.seed = static_cast<std::uint32_t>(std::strtoul(optarg, nullptr, 10));
         if (word == 'l') bLoad = true;
+        if (word == 'x') return RunMutations(static_cast<unsigned>(std::strtoul(optarg, nullptr, 10))) ? 0 : 1;
         if (word == '?') return std::fputs(USAGE, stderr), 2;
     }
     if (bLoad) return RunLoad(static_cast<int>((minutes > 0 ? minutes : 1) * 60)) ? 0 : 1;

@@ -1,11 +1,14 @@
 #include "support/TestSupport.h"
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
 #include <iterator>
 #include <stdexcept>
-#include <string>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -33,6 +36,22 @@ int ThreadCount() {
         return WaitUntil([&] { return !fs::exists("/proc/self/task/" + std::to_string(first)); });
     }();
     return static_cast<int>(std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator()));
+}
+
+int ConnectLoopback(unsigned short port) {
+    const int sock = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0) return sock;
+    close(sock);
+    return -1;
+}
+
+std::string ReadBytes(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 CTempDir::CTempDir() {

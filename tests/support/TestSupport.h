@@ -4,6 +4,7 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <string>
 
 /// Looks at `predicate` every millisecond of real time until it is true (result true) or `timeout` is over (result
 /// false).
@@ -12,8 +13,14 @@ bool WaitUntil(const std::function<bool()>& predicate, std::chrono::milliseconds
 /// Open descriptors of this process, those needed for counting left out.
 int OpenDescriptorCount();
 
+/// A link to that port of this machine, or -1. The caller closes it.
+int ConnectLoopback(unsigned short port);
+
 /// Threads of this process. A joined thread may be counted a moment longer: await the number with WaitUntil.
 int ThreadCount();
+
+/// The whole file; nothing where there is none.
+std::string ReadBytes(const std::filesystem::path& path);
 
 /// A directory of its own, removed with all that is in it.
 class CTempDir {

@@ -3,16 +3,19 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <CLI/CLI.hpp>
 #include <cstring>
+#include <ctime>
 #include <sstream>
 
 #include "Completion.h"
-#include "DateText.h"
 #include "HLX.h"
+#include "Listing.h"
 #include "ManPage.h"
 #include "Output.h"
+#include "TimeText.h"
 
 namespace {
 
@@ -91,20 +94,50 @@ void AddChannel(CLI::App& app, int64_t& lTarget, const std::string& strDescripti
         ->check(CLI::Range(0, 65535).description(""));
 }
 
+int64_t ReadTime(const std::string& strText, DAY_EDGE eEdge) {
+    static const int64_t nNow = time(nullptr);  // one for all times of a command line
+    const auto second = ParseTime(strText, nNow, eEdge);
+    if (!second) throw CLI::ValidationError(fmt::format("{}: {}", strText, TIME_FORMS));
+    return *second;
+}
+
+// --from and --to. A day alone is its begin with the former and its end with the latter.
+CLI::Option* AddSpan(CLI::App& app, TIME_SPAN& span, const std::string& strFrom, const std::string& strTo) {
+    const auto fnFrom = [&span](const std::string& strText) { span.from = ReadTime(strText, DAY_EDGE::BEGIN); };
+    // Read behind --from, wherever it stands.
+    const auto fnTo = [&span](const std::string& strText) {
+        span.to = ReadTime(strText, DAY_EDGE::END);
+        if (span.from && *span.from >= *span.to) throw CLI::ValidationError("--to is not later than --from");
+    };
+    CLI::Option* pFrom =
+        app.add_option_function<std::string>("--from", fnFrom,
+                                             strFrom +
+                                                 ": 14:00, today, 'yesterday 14:00', 2026-11-21T14:00, -2h or now, "
+                                                 "local time here, or with Z or +01:00 behind it another zone's")
+            ->type_name("WHEN");
+    app.add_option_function<std::string>("--to", fnTo, strTo)->type_name("WHEN");
+    return pFrom;
+}
+
 // Two kinds of data cannot go to standard output at once.
 void RefuseJsonBeside(const CONNECT_OPTIONS& connect, const std::string& strOutput) {
-    if (connect.bJson && strOutput == "-") throw CLI::ValidationError("--json and -o - both need standard output");
+    if (connect.bJson && strOutput == "-")
+        throw CLI::ValidationError("--json and a - for the output both need standard output");
+}
+
+void AddStream(CLI::App& app, int64_t& lTarget) {
+    const auto fnStream = [&lTarget](const std::string& strText) {
+        if (strText != "main" && strText != "sub") throw CLI::ValidationError(strText + ": neither main nor sub");
+        lTarget = strText == "sub" ? HLX_SUB_STREAM : HLX_MAIN_STREAM;
+    };
+    app.add_option_function<std::string>("-s,--stream", fnStream, "main or sub stream (main)")->type_name("main|sub");
 }
 
 void DeclareLive(CLI::App& app, OPTIONS& options) {
     DeclareConnect(app, options);
     LIVE_OPTIONS& live = options.live;
-    const auto fnStream = [&live](const std::string& strText) {
-        if (strText != "main" && strText != "sub") throw CLI::ValidationError(strText + ": neither main nor sub");
-        live.lStreamType = strText == "sub" ? HLX_SUB_STREAM : HLX_MAIN_STREAM;
-    };
     AddChannel(app, live.lChannel);
-    app.add_option_function<std::string>("-s,--stream", fnStream, "main or sub stream (main)")->type_name("main|sub");
+    AddStream(app, live.lStreamType);
     app.add_option("-o,--output", live.strOutput,
                    "write the video as a raw elementary stream to FILE, - for standard output; "
                    "without it frames are only counted")
@@ -115,6 +148,58 @@ void DeclareLive(CLI::App& app, OPTIONS& options) {
         ->check(CLI::Range(uint64_t{1}, uint64_t{1} << 40).description(""));
     AddDuration(app, "--stall", live.stall, "give up when no frame comes for this long (10s)");
     app.final_callback([&options] { RefuseJsonBeside(options.connect, options.live.strOutput); });
+}
+
+void DeclareRecord(CLI::App& app, OPTIONS& options) {
+    DeclareConnect(app, options);
+    RECORD_OPTIONS& record = options.record;
+    const auto fnOutput = [&record](const std::string& strText) {
+        RefuseLonger("the file's name", strText, LONGEST_RECORDING);
+        record.strOutput = strText;
+    };
+    AddChannel(app, record.lChannel);
+    AddStream(app, record.lStreamType);
+    app.add_option_function<std::string>("-o,--output", fnOutput, "AVI file to write; one of that name is replaced")
+        ->required()
+        ->type_name("FILE");
+    AddDuration(app, "-d,--duration", record.length, "end when the file has this length; otherwise at SIGINT");
+    AddDuration(app, "--stall", record.stall, "give up when no frame comes for this long (1m)");
+}
+
+// What people call the speeds.
+constexpr std::array<const char*, HLX_RPB_SPEED_32X> SPEED_NAMES = {"1/32", "1/16", "1/8", "1/4", "1/2", "1",
+                                                                    "2",    "4",    "8",   "16",  "32"};
+
+uint32_t ReadSpeed(std::string strText) {
+    if (!strText.empty() && (strText.back() == 'x' || strText.back() == 'X')) strText.pop_back();
+    const auto pName = std::ranges::find(SPEED_NAMES, strText, [](const char* sName) { return std::string(sName); });
+    if (pName == SPEED_NAMES.end()) throw CLI::ValidationError(strText + ": not 1/32, 1/16 and so on to 32");
+    return static_cast<uint32_t>(pName - SPEED_NAMES.begin()) + HLX_RPB_SPEED_1_32X;
+}
+
+void DeclarePlay(CLI::App& app, OPTIONS& options) {
+    DeclareConnect(app, options);
+    PLAY_OPTIONS& play = options.play;
+    AddChannel(app, play.lChannel);
+    AddStream(app, play.lStreamType);
+    app.add_flag_callback(
+        "--sub", [&play] { play.lStreamType = HLX_SUB_STREAM; }, "the same as --stream sub");
+    AddSpan(app, play.span, "begin of what is played", "end of what is played");
+    app.add_option_function<std::string>(
+           "--speed", [&play](const std::string& strText) { play.dwSpeed = ReadSpeed(strText); },
+           "1/32 to 32 (1); from 8 on key frames alone are shown")
+        ->type_name("SPEED");
+    app.add_flag("--reverse", play.bReverse,
+                 "from the end, to which it is wound first, back to the begin; key frames alone, at 8 or 16");
+    app.add_option("-o,--output", play.strOutput,
+                   "write the video as a raw elementary stream to FILE, - for standard output; "
+                   "without it frames are only counted")
+        ->type_name("FILE");
+    AddDuration(app, "--stall", play.stall, "give up when no frame comes for this long (10s)");
+    app.final_callback([&options, &play] {
+        if (!play.span.from || !play.span.to) throw CLI::ValidationError("--from and --to are required");
+        RefuseJsonBeside(options.connect, play.strOutput);
+    });
 }
 
 void DeclareAlarms(CLI::App& app, OPTIONS& options) {
@@ -186,13 +271,11 @@ void DeclareTime(CLI::App& app, OPTIONS& options) {
     TIME_OPTIONS& time = options.time;
     const auto fnSet = [&time](const std::string& strText) {
         time.bSetNow = strText == "now";
-        time.toSeconds = ParseDate(strText);
-        if (!time.bSetNow && !time.toSeconds)
-            throw CLI::ValidationError(strText + ": neither now nor a time like 2026-11-21T10:00 or 2026-11-21T10:00Z");
+        time.toSeconds = ReadTime(strText, DAY_EDGE::BEGIN);
     };
     app.add_option_function<std::string>("--set", fnSet,
-                                         "set the clock: now, or a time like 2026-11-21T10:00, which is local time "
-                                         "here, or with Z or +01:00 behind it another zone's")
+                                         "set the clock: now, or a time like 14:00 or 2026-11-21T10:00, which is local "
+                                         "time here, or with Z or +01:00 behind it another zone's")
         ->type_name("now|WHEN");
     AddChannel(app, time.lChannel, "channel whose frames tell the time, counted from 0 (0)");
 }
@@ -226,6 +309,28 @@ void DeclareColor(CLI::App& app, OPTIONS& options) {
     }
     app.add_flag("--default", color.bDefault, "set the values that are not given to the device's defaults");
     app.add_flag("--save", color.bSave, "have the device keep the values over a restart");
+}
+
+void DeclareTalk(CLI::App& app, OPTIONS& options) {
+    DeclareConnect(app, options);
+    TALK_OPTIONS& talk = options.talk;
+    app.add_option(
+           "-f,--file", talk.strFile,
+           "speak FILE, a sound file of any kind; -: raw PCM on standard input, 16 bits, 8000 samples a second, "
+           "mono")
+        ->type_name("FILE");
+    app.add_option("--save", talk.strSave, "write what is heard to FILE as WAV; -: raw PCM to standard output")
+        ->type_name("FILE");
+    AddDuration(app, "-d,--duration", talk.length,
+                "end this long after the start; else when FILE was spoken, or at SIGINT");
+    AddDuration(app, "--tail", talk.tail, "go on to listen for this long when FILE was spoken (1s)");
+    app.final_callback([&options] {
+        if (options.talk.strFile.empty() && options.talk.strSave.empty())
+            throw CLI::ValidationError("nothing to do: give --file or --save");
+        if (options.talk.strFile == "-" && options.connect.strPasswordFile == "-")
+            throw CLI::ValidationError("password and sound cannot both come from standard input");
+        RefuseJsonBeside(options.connect, options.talk.strSave);
+    });
 }
 
 // The script is made from the parser, so ReadCommandLine prints it.
@@ -276,17 +381,134 @@ void DeclareListen(CLI::App& app, OPTIONS& options) {
     app.add_flag("--json", options.connect.bJson, "write JSON to standard output, one object a line");
 }
 
+void DeclareRepair(CLI::App& app, OPTIONS& options) {
+    app.add_option("FILE", options.repair.files, "recorded AVI files, made whole in place; whole ones are left alone")
+        ->required()
+        ->type_name("FILE...");
+    app.add_flag("--force", options.repair.bForce,
+                 "also a file that was completed, if its index does not agree with its frames");
+    app.add_flag("--json", options.connect.bJson, "write JSON to standard output, one object a line");
+}
+
+constexpr const char* FROM_THE_DAY = "what began or went on then (from the begin of the last day)";
+constexpr const char* TO_NOW = "and before then (now); a day stands for its end";
+
+void DeclareRecordings(CLI::App& app, OPTIONS& options) {
+    DeclareConnect(app, options);
+    FIND_OPTIONS& find = options.find;
+    AddChannel(app, find.lChannel, "spans of this channel, counted from 0 (all)");
+    CLI::Option* pFrom =
+        AddSpan(app, find.span, "what was recorded from then (the first day)", "up to then (the last day)");
+    const auto fnMonth = [&find](const std::string& strText) {
+        find.calendar = ParseMonth(strText, time(nullptr));
+        if (!find.calendar) throw CLI::ValidationError(strText + ": not a month like 2026-11, 11, november or this");
+    };
+    app.add_option_function<std::string>("--calendar", fnMonth,
+                                         "show the calendar of a month with the days that hold recordings, of any "
+                                         "channel, in brackets: 2026-11, 11, november, 'november 2026' or this")
+        ->type_name("MONTH")
+        ->excludes(pFrom)
+        ->excludes(app.get_option("--to"));
+}
+
+void DeclareFiles(CLI::App& app, OPTIONS& options) {
+    DeclareConnect(app, options);
+    FIND_OPTIONS& find = options.find;
+    AddChannel(app, find.lChannel, "channel, counted from 0 (all)");
+    CLI::Option* pFrom = AddSpan(app, find.span, FROM_THE_DAY, TO_NOW);
+    const auto fnAdd = [&](const char* sName, FILE_ACTION eAction, const char* sHelp) {
+        return app
+            .add_flag_callback(
+                sName, [&find, eAction] { find.eAction = eAction; }, sHelp)
+            ->needs(pFrom);
+    };
+    CLI::Option* pLock = fnAdd("--lock", FILE_ACTION::LOCK, "lock all files that are listed against being overwritten");
+    CLI::Option* pUnlock = fnAdd("--unlock", FILE_ACTION::UNLOCK, "take the lock off all files that are listed");
+    CLI::Option* pDelete = fnAdd("--delete", FILE_ACTION::REMOVE,
+                                 "delete all files that are listed, whole, also where they reach beyond the time");
+    pLock->excludes(pUnlock)->excludes(pDelete);
+    pUnlock->excludes(pDelete);
+    app.add_flag("-y,--yes", find.bYes, "do not ask before deleting; needed where there is no terminal");
+}
+
+void DeclareEvents(CLI::App& app, OPTIONS& options) {
+    DeclareConnect(app, options);
+    FIND_OPTIONS& find = options.find;
+    AddChannel(app, find.lChannel, "channel, counted from 0 (all)");
+    AddSpan(app, find.span, FROM_THE_DAY, TO_NOW);
+    const auto fnTypes = [&find](const std::string& strText) {
+        const auto types = ParseEventTypes(strText);
+        if (!types) throw CLI::ValidationError(strText + ": not a list of motion, sensor, video-loss and shelter");
+        find.dwTypes = *types;
+    };
+    CLI::Option* pType = app.add_option_function<std::string>("-t,--type", fnTypes,
+                                                              "only events of these types, with commas between them")
+                             ->type_name("motion|sensor|video-loss|shelter");
+    app.add_flag("--recorded", find.bRecorded, "events that were recorded, by why they were")->excludes(pType);
+}
+
+void DeclareLogs(CLI::App& app, OPTIONS& options) {
+    DeclareConnect(app, options);
+    AddSpan(app, options.find.span, "entries from then (from the begin of the last day)", TO_NOW);
+    app.add_option("-t,--type", options.find.dwTypes, "main type, as the device numbers them (all)")->type_name("N");
+}
+
+void DeclareDownload(CLI::App& app, OPTIONS& options) {
+    DeclareConnect(app, options);
+    DOWNLOAD_OPTIONS& download = options.download;
+    AddChannel(app, download.lChannel);
+    AddSpan(app, download.span, "what was recorded from then", "up to then");
+    for (const char* sName : {"--from", "--to"}) app.get_option(sName)->required();
+    const auto fnOutput = [&download](const std::string& strText) {
+        download.bAvi = strText.ends_with(".avi");
+        if (!download.bAvi && !strText.ends_with(".hlx"))
+            throw CLI::ValidationError(strText + ": the name of the file ends in .avi or .hlx");
+        download.strOutput = strText;
+    };
+    app.add_option_function<std::string>(
+           "-o,--output", fnOutput,
+           "write to FILE: x.avi, with x-2.avi and so on where the picture's size changes, or x.hlx with all frames as "
+           "they came; until it is whole it is x.hlx.part")
+        ->required()
+        ->type_name("FILE");
+    app.add_flag("--sub", download.bSub, "the sub stream of the recording");
+    AddDuration(app, "--stall", download.stall, "give up when no frame comes for this long (30s)");
+}
+
+void DeclareConvert(CLI::App& app, OPTIONS& options) {
+    CONVERT_OPTIONS& convert = options.convert;
+    app.add_option("INPUT", convert.strInput, "file that hlx download has written, also a .part")
+        ->required()
+        ->type_name("FILE");
+    app.add_option("OUTPUT", convert.strOutput,
+                   "AVI file to make, as x.avi; where the picture's size changes it goes on in x-2.avi and so on")
+        ->required()
+        ->type_name("FILE");
+    app.add_flag("--json", options.connect.bJson, "write JSON to standard output, one object a line");
+}
+
 constexpr COMMAND COMMANDS[] = {
     {"info", "log in and print what the device is", DeclareConnect, RunInfo},
     {"live", "receive a channel's live stream, show its figures, write its video", DeclareLive, RunLive},
+    {"record", "save a channel's live stream, with its sound, to an AVI file", DeclareRecord, RunRecord},
+    {"play", "play a channel's recording, show its figures, write its video", DeclarePlay, RunPlay},
     {"alarms", "tell alarms and records that are on, one a line", DeclareAlarms, RunAlarms},
     {"ptz", "turn, zoom or focus a camera, use its presets, cruises and track", DeclarePtz, RunPtz},
     {"snapshot", "take a JPEG picture that the device makes", DeclareSnapshot, RunSnapshot},
     {"color", "show or set a channel's brightness, contrast, saturation and hue", DeclareColor, RunColor},
     {"time", "show or set the device's clock", DeclareTime, RunTime},
+    {"recordings", "tell when there are recordings, or show a month's calendar of them", DeclareRecordings,
+     RunRecordings},
+    {"files", "list recording files; lock, unlock or delete them", DeclareFiles, RunFiles},
+    {"events", "list the events that the device remembers", DeclareEvents, RunEvents},
+    {"logs", "list the entries of the device's log", DeclareLogs, RunLogs},
+    {"download", "write a channel's recording to a file", DeclareDownload, RunDownload},
+    {"convert", "make AVI files out of a file that hlx download has written", DeclareConvert, RunConvert},
     {"reboot", "restart the device", DeclareReboot, RunReboot},
+    {"talk", "speak a sound file to the device, keep what it answers", DeclareTalk, RunTalk},
     {"completion", "print a completion script for a shell", DeclareCompletion, nullptr},
     {"listen", "listen for devices that call in by themselves, tell who comes and goes", DeclareListen, RunListen},
+    {"repair", "make recorded AVI files whole that were cut off", DeclareRepair, RunRepair},
 };
 
 // The parser itself would only say that a command is required.

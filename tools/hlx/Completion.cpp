@@ -24,7 +24,7 @@ Options ShownOptions(const CLI::App& command, bool bPositional) {
 bool HasValue(const CLI::Option& option) { return option.get_items_expected_max() > 0; }
 
 // What an option's value can be is told by the name of its type.
-bool IsFile(const CLI::Option& option) { return option.get_type_name() == "FILE"; }
+bool IsFile(const CLI::Option& option) { return option.get_type_name().starts_with("FILE"); }
 bool IsHost(const CLI::Option& option) { return option.get_type_name().starts_with("HOST"); }
 
 // The allowed words with blanks between them; empty where anything goes. A word in capitals stands for others.

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <ctime>
 
 namespace {
@@ -29,6 +30,25 @@ bool IsSameDay(const tm& a, const tm& b) {
     return a.tm_mday == b.tm_mday && a.tm_mon == b.tm_mon && a.tm_hour == b.tm_hour;
 }
 
+// The second at which the local clock shows this time: the first of two, nothing where the clock jumps over it.
+std::optional<int64_t> LocalSecond(const tm& time) {
+    std::optional<int64_t> second;
+    for (const int nSummer : {0, 1}) {
+        tm made = time;
+        made.tm_isdst = nSummer;
+        const int64_t nSecond = mktime(&made);
+        if (IsSameDay(made, time) && made.tm_min == time.tm_min) second = std::min(second.value_or(nSecond), nSecond);
+    }
+    return second;
+}
+
+std::optional<int64_t> ZoneSecond(tm time, const std::string& strZone) {
+    const auto zone = ParseZone(strZone);
+    const tm asked = time;
+    const int64_t nSecond = timegm(&time);
+    return zone && IsSameDay(time, asked) ? std::optional(nSecond - *zone) : std::nullopt;
+}
+
 std::string Form(const char* sForm, const tm& time) {
     char text[64] = "";
     const size_t nLength = strftime(text, sizeof text, sForm, &time);
@@ -52,13 +72,8 @@ std::optional<int64_t> ParseDate(std::string_view strText) {
     tm time{};
     if (!Take(strRest, "%Y-%m-%dT%H:%M", time)) return {};
     if (!strRest.empty() && strRest[0] == ':' && !Take(strRest, ":%S", time)) return {};
-    tm made = time;
-    made.tm_isdst = -1;
-    const auto zone = strRest.empty() ? std::optional<long>(0) : ParseZone(strRest);
-    if (!zone) return {};
-    const int64_t nSeconds = strRest.empty() ? mktime(&made) : timegm(&made);
-    if (!IsSameDay(made, time) || nSeconds - *zone < 0 || nSeconds - *zone > LAST_SECOND) return {};
-    return nSeconds - *zone;
+    const auto second = strRest.empty() ? LocalSecond(time) : ZoneSecond(time, strRest);
+    return second && *second >= 0 && *second <= LAST_SECOND ? second : std::nullopt;
 }
 
 std::string LocalDateText(int64_t nSeconds) { return Form("%Y-%m-%d %H:%M:%S %z", Local(nSeconds)); }

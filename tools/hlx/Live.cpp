@@ -20,16 +20,6 @@ using Clock = CLiveReceiver::Clock;
 
 constexpr auto DRAIN_AFTER_SIGNAL = 2s;
 
-// A descriptor for the video; -1 after the failure was told. The writer empties the file when the first frame is there.
-int OpenOutput(const OPTIONS& options) {
-    if (options.live.strOutput == "-") return STDOUT_FILENO;
-    const int nFd = open(options.live.strOutput.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-    if (nFd >= 0) return nFd;
-    Fail(options.connect.bJson, fmt::format("cannot write {}: {}", options.live.strOutput, strerror(errno)),
-         EXIT_FAILED);
-    return -1;
-}
-
 LIVE_END EndOfError(int nErrno) { return nErrno == EPIPE ? LIVE_END::READER_GONE : LIVE_END::WRITE_FAILED; }
 
 // One stream from its start to its end.
@@ -141,6 +131,14 @@ EXIT_CODE CLiveRun::Tell(LIVE_END eEnd) const {
 
 }  // namespace
 
+int OpenVideoOutput(bool bJson, const std::string& strOutput) {
+    if (strOutput == "-") return STDOUT_FILENO;
+    const int nFd = open(strOutput.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    if (nFd >= 0) return nFd;
+    Fail(bJson, fmt::format("cannot write {}: {}", strOutput, strerror(errno)), EXIT_FAILED);
+    return -1;
+}
+
 EXIT_CODE RunLive(const OPTIONS& options, CInterrupt& interrupt) {
     CSession session(interrupt);
     if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
@@ -148,7 +146,7 @@ EXIT_CODE RunLive(const OPTIONS& options, CInterrupt& interrupt) {
     if (eChannel != EXIT_OK) return eChannel;
     std::unique_ptr<CFrameWriter> writer;
     if (!options.live.strOutput.empty()) {
-        const int nFd = OpenOutput(options);
+        const int nFd = OpenVideoOutput(options.connect.bJson, options.live.strOutput);
         if (nFd < 0) return EXIT_FAILED;
         writer = std::make_unique<CFrameWriter>(nFd, nFd != STDOUT_FILENO, [&interrupt] { interrupt.Wake(); });
     }

@@ -13,9 +13,9 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 const char* EndName(LIVE_END eEnd) {
-    constexpr const char* NAMES[] = {"none",        "duration", "frames",       "signal",
-                                     "reader gone", "stalled",  "write failed", "no memory"};
-    static_assert(std::size(NAMES) == static_cast<size_t>(LIVE_END::NO_MEMORY) + 1);
+    constexpr const char* NAMES[] = {"none",    "duration",     "frames",    "signal",         "reader gone",
+                                     "stalled", "write failed", "no memory", "format changed", "end of range"};
+    static_assert(std::size(NAMES) == static_cast<size_t>(LIVE_END::RANGE_END) + 1);
     return NAMES[static_cast<size_t>(eEnd)];
 }
 

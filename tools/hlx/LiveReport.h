@@ -7,7 +7,18 @@
 #include "LiveReceiver.h"
 
 // Why a live stream ended.
-enum class LIVE_END { NONE, DURATION, FRAMES, SIGNAL, READER_GONE, STALLED, WRITE_FAILED, NO_MEMORY };
+enum class LIVE_END {
+    NONE,
+    DURATION,
+    FRAMES,
+    SIGNAL,
+    READER_GONE,
+    STALLED,
+    WRITE_FAILED,
+    NO_MEMORY,
+    FORMAT_CHANGED,
+    RANGE_END
+};
 
 // Tells what a live stream does: as JSON records on standard output, or as figures and a closing line on standard
 // error.

@@ -95,7 +95,8 @@ With \fB\-\-json\fR each line is one object whose \fIevent\fR tells its kind:
 .BR time ,
 .BR time-set ,
 .BR reboot ,
-.B back
+.BR back ,
+.B repair
 or
 .BR error .
 .PP
@@ -124,6 +125,7 @@ hlx color 192.0.2.7 \-c 2 \-\-brightness 140 \-\-save
 hlx time 192.0.2.7 \-\-set now
 hlx reboot 192.0.2.7 \-\-yes \-\-wait \-\-log reboot.log
 hlx completion bash > ~/.local/share/bash\-completion/completions/hlx
+hlx repair gate.avi
 hlx listen \-\-port 6040 \-\-device 4711:admin:/etc/hlx/gate.password
 .EE
 .SH SEE ALSO

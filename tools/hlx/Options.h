@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "Calendar.h"
 #include "PtzActions.h"
 #include "Text.h"
 
@@ -19,6 +20,9 @@ inline constexpr size_t LONGEST_PASSWORD = 35;
 inline constexpr size_t LONGEST_LOG_FOLDER = 255;
 inline constexpr size_t LONGEST_LOG_NAME = 63;
 
+// The longest name of a recording that the library takes, in bytes.
+inline constexpr size_t LONGEST_RECORDING = 255;
+
 // What every command that talks to a device is told.
 struct CONNECT_OPTIONS {
     ENDPOINT endpoint;
@@ -30,12 +34,36 @@ struct CONNECT_OPTIONS {
     std::string strTraceFile;  // empty: no record
 };
 
+// A span of time in seconds since 1970; what is not given is up to the command.
+struct TIME_SPAN {
+    std::optional<int64_t> from;
+    std::optional<int64_t> to;  // later than `from`
+};
+
 struct LIVE_OPTIONS {
     int64_t lChannel = 0;
     int64_t lStreamType = 0;              // an HLX_STREAM_TYPE value
     std::string strOutput;                // empty: frames are only counted; "-": standard output
     std::chrono::milliseconds length{0};  // 0: without end
     uint64_t nFrames = 0;                 // 0: without end
+    std::chrono::milliseconds stall{10'000};
+};
+
+struct RECORD_OPTIONS {
+    int64_t lChannel = 0;
+    int64_t lStreamType = 0;  // an HLX_STREAM_TYPE value
+    std::string strOutput;
+    std::chrono::milliseconds length{0};      // 0: without end
+    std::chrono::milliseconds stall{60'000};  // a device may take so long to come back
+};
+
+struct PLAY_OPTIONS {
+    int64_t lChannel = 0;
+    int64_t lStreamType = 0;  // HLX_MAIN_STREAM or HLX_SUB_STREAM
+    TIME_SPAN span;           // both given
+    uint32_t dwSpeed = HLX_RPB_SPEED_1X;
+    bool bReverse = false;
+    std::string strOutput;  // empty: frames are only counted; "-": standard output
     std::chrono::milliseconds stall{10'000};
 };
 
@@ -79,6 +107,19 @@ struct COLOR_OPTIONS {
     bool bSave = false;
 };
 
+enum class FILE_ACTION { LIST, LOCK, UNLOCK, REMOVE };
+
+// What the commands that look for recordings, events and log entries are told.
+struct FIND_OPTIONS {
+    int64_t lChannel = -1;  // -1: all
+    TIME_SPAN span;
+    std::optional<MONTH> calendar;
+    FILE_ACTION eAction = FILE_ACTION::LIST;  // what is done with the files that are found
+    bool bYes = false;
+    bool bRecorded = false;          // recorded events, else the device's list of events
+    uint32_t dwTypes = 0xFFFF'FFFF;  // DD_EVENT_TYPE_* flags, or the type of a log entry
+};
+
 // A device that may call in.
 struct LISTEN_DEVICE {
     uint32_t dwID = 0;  // its register id
@@ -93,9 +134,37 @@ struct LISTEN_OPTIONS {
     uint64_t nCount = 0;                  // calls; 0: without end
 };
 
+struct TALK_OPTIONS {
+    std::string strFile;                  // what is spoken; empty: nothing; "-": standard input
+    std::string strSave;                  // what is heard; empty: it is counted only; "-": standard output
+    std::chrono::milliseconds length{0};  // 0: until the file was spoken, or without end
+    std::chrono::milliseconds tail{1000};
+};
+
+struct REPAIR_OPTIONS {
+    std::vector<std::string> files;
+    bool bForce = false;
+};
+
+struct DOWNLOAD_OPTIONS {
+    int64_t lChannel = 0;
+    TIME_SPAN span;  // both given
+    std::string strOutput;
+    bool bAvi = false;  // else the library's own format
+    bool bSub = false;
+    std::chrono::milliseconds stall{30'000};
+};
+
+struct CONVERT_OPTIONS {
+    std::string strInput;
+    std::string strOutput;
+};
+
 struct OPTIONS {
     CONNECT_OPTIONS connect;
     LIVE_OPTIONS live;
+    RECORD_OPTIONS record;
+    PLAY_OPTIONS play;
     ALARMS_OPTIONS alarms;
     PTZ_OPTIONS ptz;
     TIME_OPTIONS time;
@@ -103,4 +172,9 @@ struct OPTIONS {
     SNAPSHOT_OPTIONS snapshot;
     COLOR_OPTIONS color;
     LISTEN_OPTIONS listen;
+    TALK_OPTIONS talk;
+    REPAIR_OPTIONS repair;
+    FIND_OPTIONS find;
+    DOWNLOAD_OPTIONS download;
+    CONVERT_OPTIONS convert;
 };

@@ -7,6 +7,7 @@
 #include "DateText.h"
 #include "Output.h"
 #include "Session.h"
+#include "TimeText.h"
 
 namespace {
 
@@ -43,15 +44,7 @@ private:
 std::optional<int64_t> ReadOnce(LONG lUserID) {
     DD_TIME told{};
     if (!HLX_GetDeviceTime(lUserID, &told)) return {};
-    tm local{};
-    local.tm_sec = told.second;
-    local.tm_min = told.minute;
-    local.tm_hour = told.hour;
-    local.tm_mday = told.mday;
-    local.tm_mon = told.month;
-    local.tm_year = told.year;
-    local.tm_isdst = -1;
-    return mktime(&local);
+    return SecondsOf(told);
 }
 
 struct READING {

@@ -28,8 +28,9 @@ BOOL HLX_Init(void) try {
 BOOL HLX_Cleanup(void) {
     CThreadState::Instance()->SetLastError(HLX_SUCCESS);
     if (!g_pSdkImpl) return 1;
-    const bool bOnOwnThread =
-        CLiveMan::InFrameCallback() || CDeviceMsgMan::InMessageCallback() || CNetDeviceMan::InCallback();
+    const bool bOnOwnThread = CSDKImpl::InFrameCallback() || CDeviceMsgMan::InMessageCallback() ||
+                              CNetDeviceMan::InCallback() || CTalkTransMan::InTalkCallback() ||
+                              CTalkbackMan::InTalkCallback();
     if (bOnOwnThread) return Failure(HLX_OPER_NOPERMIT);
     // Once cleanup has run, the last error reads as not initialised.
     CThreadState::Instance()->SetLastError(HLX_NOINIT);

@@ -14,10 +14,10 @@ constexpr size_t PICTURE_SIZE = 2097152;            // bytes: no JPEG picture of
 constexpr DWORD NO_VALUE = static_cast<DWORD>(-1);  // the value of a PTZ command that takes none
 
 /// Runs `action` under the live lock. From inside a frame callback it is refused before any lock: the thread that holds
-/// the lock may be waiting for that callback to end.
+/// the lock may be waiting for that callback to end, or for one that waits for the download's.
 template <class Result, class Action>
 Result WithLiveLock(CPUB_Lock& lock, Result failure, Action&& action) {
-    if (CLiveMan::InFrameCallback()) return Failure(HLX_OPER_NOPERMIT, failure);
+    if (CSDKImpl::InFrameCallback()) return Failure(HLX_OPER_NOPERMIT, failure);
     try {
         std::lock_guard guard(lock);
         return action();

@@ -11,6 +11,13 @@ bool GivenFiles(const HLX_REC_FILE* pFiles, LONG fileNum) {
     return Given(pFiles) && (fileNum > 0 || Failure(HLX_PARAMETER_ERROR));
 }
 
+/// What a playback's frame callback may not do: the thread that it runs on would wait for itself. Nor may that of a
+/// download, which a callback of a playback may be waiting for.
+bool OutsidePlayback() {
+    const bool bInside = CPlaybackMan::InFrameCallback() || CDownloadMan::InDataCallback();
+    return !bInside || Failure(HLX_OPER_NOPERMIT);
+}
+
 }  // namespace
 
 POINTERHANDLE CSDKImpl::FindRecDate(LONG lUserID) { return m_dataSearchMan.FindRecDate(lUserID); }
@@ -80,25 +87,27 @@ BOOL CSDKImpl::DeleteRecFile(LONG lUserID, const HLX_REC_FILE* pFileToDelete, LO
 
 POINTERHANDLE CSDKImpl::PlayBackByTime(LONG lUserID, const LONG* pChannels, LONG channelNum, const DD_TIME* lpStartTime,
                                        const DD_TIME* lpStopTime, const HWND* hWnds, BOOL bFirstStream) {
-    if (!Given(pChannels, lpStartTime, lpStopTime)) return NO_HANDLE;
+    if (!Given(pChannels, lpStartTime, lpStopTime) || !OutsidePlayback()) return NO_HANDLE;
     return m_playbackMan.PlayBackByTimeAsync(lUserID, pChannels, channelNum, lpStartTime, lpStopTime, hWnds,
                                              bFirstStream);
 }
 POINTERHANDLE CSDKImpl::PlayBackByTimeSync(LONG lUserID, const LONG* pChannels, LONG channelNum,
                                            const DD_TIME* lpStartTime, const DD_TIME* lpStopTime, const HWND* hWnds,
                                            BOOL bFirstStream) {
-    if (!Given(pChannels, lpStartTime, lpStopTime)) return 0;
+    if (!Given(pChannels, lpStartTime, lpStopTime) || !OutsidePlayback()) return 0;
     return m_playbackMan.PlayBackByTimeSync(lUserID, pChannels, channelNum, lpStartTime, lpStopTime, hWnds,
                                             bFirstStream);
 }
 BOOL CSDKImpl::PlayBackControl(POINTERHANDLE lPlayHandle, DWORD dwControlCode, DWORD dwInValue, LPDWORD lpOutValue) {
-    return m_playbackMan.PlayBackControl(lPlayHandle, dwControlCode, dwInValue, lpOutValue);
+    return OutsidePlayback() && m_playbackMan.PlayBackControl(lPlayHandle, dwControlCode, dwInValue, lpOutValue);
 }
 BOOL CSDKImpl::PlayBackControlSync(DWORD dwControlCode, DWORD dwInValue, LPDWORD lpOutValue) {
-    return m_playbackMan.PlayBackControlSync(dwControlCode, dwInValue, lpOutValue);
+    return OutsidePlayback() && m_playbackMan.PlayBackControlSync(dwControlCode, dwInValue, lpOutValue);
 }
-BOOL CSDKImpl::StopPlayBack(POINTERHANDLE lPlayHandle) { return m_playbackMan.StopPlayBack(lPlayHandle); }
-BOOL CSDKImpl::StopPlayBackSync() { return m_playbackMan.StopPlayBackSync(); }
+BOOL CSDKImpl::StopPlayBack(POINTERHANDLE lPlayHandle) {
+    return OutsidePlayback() && m_playbackMan.StopPlayBack(lPlayHandle);
+}
+BOOL CSDKImpl::StopPlayBackSync() { return OutsidePlayback() && m_playbackMan.StopPlayBackSync(); }
 BOOL CSDKImpl::SetPlayDataCallBack(POINTERHANDLE lPlayHandle, PLAY_DATA_CALLBACK fPlayDataCallBack, void* pUser) {
     return m_playbackMan.SetPlayDataCallBack(lPlayHandle, fPlayDataCallBack, pUser);
 }
@@ -119,9 +128,6 @@ POINTERHANDLE CSDKImpl::GetFileByTime(LONG lUserID, LONG lChannel, const DD_TIME
                                       const DD_TIME* lpStopTime, const char* sSavedFileName, int recFormat,
                                       BOOL bUseCallBack, BACKUP_DATA_CALLBACK fBackupDataCallBack, void* pUser,
                                       BOOL bFirstStream) {
-    if (!Given(lpStartTime, lpStopTime)) return NO_HANDLE;
-    const bool bFileNeeded = !bUseCallBack || recFormat <= 0;
-    if (bFileNeeded && !Given(sSavedFileName)) return NO_HANDLE;
     return m_downloadMan.GetFileByTime(lUserID, lChannel, lpStartTime, lpStopTime, sSavedFileName, recFormat,
                                        bUseCallBack, fBackupDataCallBack, pUser, bFirstStream);
 }

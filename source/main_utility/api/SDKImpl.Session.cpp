@@ -28,12 +28,13 @@ LONG CSDKImpl::Login(const char* sDVRIP, WORD wDVRPort, const char* sUserName, c
 /// Streams are torn down before the link goes. Those of a device that called in may have outlived its session.
 BOOL CSDKImpl::Logout(LONG lUserID) {
     if (lUserID < 1) return 0;
-    if (CLiveMan::InFrameCallback()) return Failure(HLX_OPER_NOPERMIT);
+    if (CSDKImpl::InFrameCallback()) return Failure(HLX_OPER_NOPERMIT);
     m_playbackMan.RemoveDevice(lUserID);
     const BOOL bStreams = m_liveMan.RemoveDevice(lUserID);
     m_downloadMan.RemoveDevice(lUserID);
     const BOOL bDone = m_pDeviceMan->RemoveDevice(lUserID) || bStreams;
     m_liveMan.RemoveDevice(lUserID);  // a stream that was opened meanwhile by another thread
+    m_downloadMan.RemoveDevice(lUserID);
     m_pThreadState->SetLastError(bDone ? HLX_SUCCESS : HLX_PARAMETER_ERROR);
     return bDone;
 }

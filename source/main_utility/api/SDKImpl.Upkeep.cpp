@@ -7,7 +7,7 @@
 namespace {
 
 /// False on a stream's or the listener's thread inside a callback: a message callback may be waiting for that thread.
-bool MayWaitForMessages() { return !CLiveMan::InFrameCallback() && !CNetDeviceMan::InRegisterCallback(); }
+bool MayWaitForMessages() { return !CSDKImpl::InFrameCallback() && !CNetDeviceMan::InRegisterCallback(); }
 
 }  // namespace
 
@@ -85,11 +85,12 @@ BOOL CSDKImpl::VoiceComSendData(POINTERHANDLE lVoiceComHandle, const char* pSend
 BOOL CSDKImpl::GetAudioInfo(POINTERHANDLE lVoiceComHandle, LPVOID pAudioInfo, LONG infoLen) {
     if (!Given(pAudioInfo)) return 0;
     if (infoLen < LONG{sizeof(WAVEFORMATEX)}) return Failure(HLX_PARAMETER_ERROR);
-    return m_talkbackMan.GetAudioInfo(lVoiceComHandle, pAudioInfo, infoLen) ||
-           m_talkTransMan.GetAudioInfo(lVoiceComHandle, pAudioInfo, infoLen);
+    return m_talkbackMan.Knows(lVoiceComHandle) ? m_talkbackMan.GetAudioInfo(lVoiceComHandle, pAudioInfo, infoLen)
+                                                : m_talkTransMan.GetAudioInfo(lVoiceComHandle, pAudioInfo, infoLen);
 }
 BOOL CSDKImpl::StopVoiceCom(POINTERHANDLE lVoiceComHandle) {
-    return m_talkbackMan.StopTalk(lVoiceComHandle) || m_talkTransMan.Stop(lVoiceComHandle);
+    return m_talkbackMan.Knows(lVoiceComHandle) ? m_talkbackMan.StopTalk(lVoiceComHandle)
+                                                : m_talkTransMan.Stop(lVoiceComHandle);
 }
 
 LONG CSDKImpl::EnterDVRConfig(LONG lUserID) { return m_configMan.EnterDVRConfig(lUserID); }

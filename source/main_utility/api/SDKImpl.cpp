@@ -23,10 +23,7 @@ CSDKImpl* g_pSdkImpl = nullptr;
 namespace {
 
 constexpr DWORD SDK_VERSION = 0x00010002;
-constexpr int NO_STEP = -1;
 constexpr int LOG_FILE_SIZE = 0x7FFFFFFE;  // bytes
-
-std::atomic<int> s_failStep{NO_STEP};
 
 /// The record of what goes over the links, for a supporter.
 void StartTrace() {
@@ -67,9 +64,6 @@ const CSDKImpl::INIT_STEP CSDKImpl::INIT_STEPS[] = {
     }},
 };
 
-size_t CSDKImpl::InitStepCount() { return std::size(INIT_STEPS); }
-void CSDKImpl::FailInitStep(int step) { s_failStep = step; }
-
 CSDKImpl::CSDKImpl(YLog4C* pLog)
     : m_pThreadState(CThreadState::Instance()),
       m_pDeviceMan(CNetDeviceMan::Instance()),
@@ -90,16 +84,15 @@ void CSDKImpl::SwitchLogOff() {
 bool CSDKImpl::Init() {
     SWL_Init();
     StartTrace();
-    for (int step = 0; const INIT_STEP& entry : INIT_STEPS) {
-        if (RunInitStep(entry, step++)) continue;
+    for (const INIT_STEP& entry : INIT_STEPS) {
+        if (RunInitStep(entry)) continue;
         Rollback();
         return false;
     }
     return true;
 }
 
-bool CSDKImpl::RunInitStep(const INIT_STEP& entry, int step) {
-    if (step == s_failStep) return Failure(HLX_PROGRAM_EXCEPTION);
+bool CSDKImpl::RunInitStep(const INIT_STEP& entry) {
     try {
         return entry.fStep(*this);
     } catch (const std::bad_alloc&) {

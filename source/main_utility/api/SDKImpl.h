@@ -45,15 +45,15 @@ public:
     bool Init();
     void Quit();
 
-    /// Number of steps that Init takes.
-    static size_t InitStepCount();
-    /// From now on step `step` of Init fails with HLX_PROGRAM_EXCEPTION in place of its work; -1 for none. For tests.
-    static void FailInitStep(int step);
-
     // Procedures that the device manager calls, with the root as user value.
     static void OnReconnect(LONG lLoginID, void* pUser, BOOL bIsK7KChannel, LONG channel, WORD videoInputNum);
     static void AcceptRegisterProc(LONG lUserID, LONG lRegisterID, LPHLX_DEVICEINFO pDeviceInfo, void* pUser);
     static void AcceptUnRegisterProc(LONG lUserID, LONG lRegisterID, LPHLX_DEVICEINFO pDeviceInfo, void* pUser);
+
+    /// True on a thread that is inside a frame callback of a live stream, a playback or a download.
+    static bool InFrameCallback() {
+        return CLiveMan::InFrameCallback() || CPlaybackMan::InFrameCallback() || CDownloadMan::InDataCallback();
+    }
 
     /// The playback manager with its entry per device.
     CPlaybackMan& Playback() { return m_playbackMan; }
@@ -281,7 +281,7 @@ private:
     struct INIT_STEP;
     static const INIT_STEP INIT_STEPS[];
 
-    bool RunInitStep(const INIT_STEP& entry, int step);
+    bool RunInitStep(const INIT_STEP& entry);
     bool StartMonitor();
     void Rollback();
     void QuitManagers();

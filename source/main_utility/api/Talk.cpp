@@ -23,23 +23,21 @@ BOOL HLX_GetAudioInfo(POINTERHANDLE lVoiceComHandle, LPVOID pAudioInfo, LONG inf
 BOOL HLX_StopVoiceCom(POINTERHANDLE lVoiceComHandle) {
     return FullWrapper(__func__, BOOL{0}, &CSDKImpl::StopVoiceCom, lVoiceComHandle);
 }
-POINTERHANDLE HLX_InitAudioDecoder(LPVOID pAudioInfo, LONG infoLen) {
+POINTERHANDLE HLX_InitAudioDecoder(const void* pAudioInfo, LONG infoLen) {
     return CodecWrapper(POINTERHANDLE{-1}, &CAudioCodecMan::OpenAudioCodec, pAudioInfo, infoLen);
 }
-BOOL HLX_DecodeAudioFrame(POINTERHANDLE lAudioHandle, BYTE* pInData, LONG inLen, BYTE* pOutData, LONG* pOutLen) {
-    return CodecWrapper(BOOL{0}, &CAudioCodecMan::DecodeAudioFrame, lAudioHandle, pInData, inLen, pOutData, pOutLen);
+BOOL HLX_DecodeAudioFrame(POINTERHANDLE lAudioHandle, const BYTE* pInBuf, LONG inLen, BYTE* pOutBuf, LONG* pOutLen) {
+    return CodecWrapper(BOOL{0}, &CAudioCodecMan::DecodeAudioFrame, lAudioHandle, pInBuf, inLen, pOutBuf, pOutLen);
 }
-void HLX_ReleaseAudioDecoder(POINTERHANDLE lAudioHandle) {
-    CThreadState::Instance()->SetLastError(HLX_SUCCESS);
-    CAudioCodecMan::Instance()->CloseAudioCodec(lAudioHandle);
+BOOL HLX_ReleaseAudioDecoder(POINTERHANDLE lAudioHandle) {
+    return CodecWrapper(BOOL{0}, &CAudioCodecMan::CloseAudioCodec, lAudioHandle);
 }
-POINTERHANDLE HLX_InitAudioEncoder(LPVOID pAudioInfo, LONG infoLen) {
+POINTERHANDLE HLX_InitAudioEncoder(const void* pAudioInfo, LONG infoLen) {
     return CodecWrapper(POINTERHANDLE{-1}, &CAudioCodecMan::OpenAudioCodec, pAudioInfo, infoLen);
 }
-BOOL HLX_EncodeAudioFrame(POINTERHANDLE lAudioHandle, BYTE* pInData, LONG inLen, BYTE* pOutData, LONG* pOutLen) {
-    return CodecWrapper(BOOL{0}, &CAudioCodecMan::EncodeAudioFrame, lAudioHandle, pInData, inLen, pOutData, pOutLen);
+BOOL HLX_EncodeAudioFrame(POINTERHANDLE lAudioHandle, const BYTE* pInBuf, LONG inLen, BYTE* pOutBuf, LONG* pOutLen) {
+    return CodecWrapper(BOOL{0}, &CAudioCodecMan::EncodeAudioFrame, lAudioHandle, pInBuf, inLen, pOutBuf, pOutLen);
 }
-void HLX_ReleaseAudioEncoder(POINTERHANDLE lAudioHandle) {
-    CThreadState::Instance()->SetLastError(HLX_SUCCESS);
-    CAudioCodecMan::Instance()->CloseAudioCodec(lAudioHandle);
+BOOL HLX_ReleaseAudioEncoder(POINTERHANDLE lAudioHandle) {
+    return CodecWrapper(BOOL{0}, &CAudioCodecMan::CloseAudioCodec, lAudioHandle);
 }

@@ -86,32 +86,35 @@ public:
         return Forward(BOOL{0}, &CNetDevice::UnlockRecFile, lUserID, pFiles, lFileNum);
     }
     BOOL PlaybackByTime(LONG lUserID, LONG* pChannels, LONG lChannelNum, const DD_TIME& start, const DD_TIME& stop,
-                        DWORD dwIndex, BOOL bFirstStream) {
-        return Forward(BOOL{0}, &CNetDevice::PlaybackByTime, lUserID, pChannels, lChannelNum, start, stop, dwIndex,
+                        DWORD dwStreamID, BOOL bFirstStream) {
+        return Forward(BOOL{0}, &CNetDevice::PlaybackByTime, lUserID, pChannels, lChannelNum, start, stop, dwStreamID,
                        bFirstStream);
     }
     BOOL NotifyPlayIndex(LONG lUserID, LONG lStreamID, LONG lFrameIndex, int iChannel) {
-        return Forward(BOOL{0}, &CNetDevice::NotifyPlayIndex, lUserID, lStreamID, lFrameIndex, iChannel);
+        return ForwardAtOnce(BOOL{0}, &CNetDevice::NotifyPlayIndex, lUserID, lStreamID, lFrameIndex, iChannel);
     }
     void NotifyPlayIndex_IPC(LONG lUserID, LONG lStreamID, LONG lFrameIndex) {
-        ForwardVoid(&CNetDevice::NotifyPlayIndex_IPC, lUserID, lStreamID, lFrameIndex);
+        if (const auto session = m_table.Pin(lUserID)) session->pNetDevice->NotifyPlayIndex_IPC(lStreamID, lFrameIndex);
     }
-    BOOL StopPlayback(LONG lUserID, DWORD dwIndex) {
-        return Forward(BOOL{0}, &CNetDevice::StopPlayback, lUserID, dwIndex);
+    BOOL StopPlayback(LONG lUserID, DWORD dwStreamID) {
+        return ForwardAtOnce(BOOL{0}, &CNetDevice::StopPlayback, lUserID, dwStreamID);
     }
-    BOOL PlaybackCtrl(LONG lUserID, DWORD dwIndex, DWORD dwCommand, DWORD dwValue) {
-        return Forward(BOOL{0}, &CNetDevice::PlaybackCtrl, lUserID, dwIndex, dwCommand, dwValue);
+    BOOL PlaybackCtrl(LONG lUserID, DWORD dwStreamID, DWORD dwCommand, DWORD dwValue) {
+        return ForwardAtOnce(BOOL{0}, &CNetDevice::PlaybackCtrl, lUserID, dwStreamID, dwCommand, dwValue);
     }
     BOOL PlaybackSetTime(LONG lUserID, LONG* pChannels, LONG lChannelNum, const DD_TIME& start, const DD_TIME& stop,
-                         DWORD dwIndex) {
-        return Forward(BOOL{0}, &CNetDevice::PlaybackSetTime, lUserID, pChannels, lChannelNum, start, stop, dwIndex);
+                         DWORD dwStreamID) {
+        return Forward(BOOL{0}, &CNetDevice::PlaybackSetTime, lUserID, pChannels, lChannelNum, start, stop, dwStreamID);
     }
-    int GetMaxPlayBackNum(LONG lUserID) { return Forward(int{1}, &CNetDevice::GetMaxPlayBackNum, lUserID); }
+    void NeedJumpForward(LONG lUserID) {
+        if (const auto session = m_table.Pin(lUserID)) session->pNetDevice->NeedJumpForward();
+    }
+    int GetMaxPlayBackNum(LONG lUserID) { return ForwardAtOnce(int{1}, &CNetDevice::GetMaxPlayBackNum, lUserID); }
     BOOL DownLoadByTime(LONG lUserID, LONG lChannel, BOOL bFirstStream, const DD_TIME& start, const DD_TIME& stop) {
         return Forward(BOOL{0}, &CNetDevice::DownLoadByTime, lUserID, lChannel, bFirstStream, start, stop);
     }
     BOOL StopDownLoad(LONG lUserID, LONG lChannel) {
-        return Forward(BOOL{0}, &CNetDevice::StopDownLoad, lUserID, lChannel);
+        return ForwardAtOnce(BOOL{0}, &CNetDevice::StopDownLoad, lUserID, lChannel);
     }
     BOOL SaveFileToUsbByTime(LONG lUserID, HLX_REC_FILE* pFile, USB_BACKUP_FORMAT eFormat) {
         return Forward(BOOL{0}, &CNetDevice::SaveFileToUsbByTime, lUserID, pFile, eFormat);
@@ -209,11 +212,16 @@ public:
     BOOL SendTalkData(LONG lUserID, unsigned char* pData, unsigned int uLength) {
         return Forward(BOOL{0}, &CNetDevice::SendTalkData, lUserID, pData, uLength);
     }
+    /// These two ask nothing of the device and do not wait for requests of others: sound is not held up by a device
+    /// that does not answer.
     BOOL GetTalkFrame(LONG lUserID, FRAME_INFO_EX& frame) {
-        return Forward(BOOL{0}, &CNetDevice::GetTalkFrame, lUserID, frame);
+        const CDeviceTable::Session session = m_table.Pin(lUserID);
+        return session && session->pNetDevice->GetTalkFrame(frame);
     }
+    /// A frame may outlive its session.
     void ReleaseTalkBuf(LONG lUserID, const FRAME_INFO_EX& frame) {
-        ForwardVoid(&CNetDevice::ReleaseTalkBuf, lUserID, frame);
+        const CDeviceTable::Session session = m_table.Pin(lUserID);
+        session ? session->pNetDevice->ReleaseTalkBuf(frame) : CNetDevice::FreeTalkBuf(frame);
     }
     BOOL RequestUpdata(LONG lUserID, char* sFileName) {
         return Forward(BOOL{0}, &CNetDevice::RequestUpdata, lUserID, sFileName);
@@ -300,6 +308,12 @@ protected:
     template <class Result, class... Params, class... Args>
     Result Forward(Result failure, Result (CNetDevice::*operation)(Params...), LONG lUserID, Args&&... args) {
         std::lock_guard guard(m_table.m_deviceCommLock);
+        return ForwardAtOnce(failure, operation, lUserID, std::forward<Args>(args)...);
+    }
+
+    /// Without m_deviceCommLock, for operations that wait for nothing: one device's slow request does not hold them up.
+    template <class Result, class... Params, class... Args>
+    Result ForwardAtOnce(Result failure, Result (CNetDevice::*operation)(Params...), LONG lUserID, Args&&... args) {
         const CDeviceTable::Session session = m_table.Pin(lUserID);
         if (!session) return Failure(HLX_PARAMETER_ERROR, failure);
         try {

@@ -1,6 +1,7 @@
 #include "main_utility/device/NetDeviceMan.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -30,7 +31,8 @@ CNetDeviceMan* CNetDeviceMan::Instance() {
 
 bool CNetDeviceMan::Initial() {
     m_connector.Interrupt(false);
-    return m_multiNetComm.Init(LINK_SEND_BUFFER) || Failure(HLX_PROGRAM_EXCEPTION);
+    if (m_multiNetComm.Init(LINK_SEND_BUFFER)) return true;
+    return Failure(errno == ENOMEM ? HLX_ALLOC_RESOURCE_ERROR : HLX_PROGRAM_EXCEPTION);
 }
 
 bool CNetDeviceMan::Start() {

@@ -62,6 +62,13 @@ LIVE_STREAM_INFO* CLiveMan::Find(POINTERHANDLE lLiveHandle) const {
     return nullptr;
 }
 
+CLiveMan::Stream CLiveMan::FindShared(POINTERHANDLE lLiveHandle) {
+    std::lock_guard guard(m_streamLock);
+    for (const Stream& stream : m_streamInfoArray)
+        if (stream->lLiveHandle == lLiveHandle && !stream->bEnding) return stream;
+    return nullptr;
+}
+
 unsigned int CLiveMan::FreeStreamID(LONG lUserID, LONG lChannel) const {
     unsigned int streamID = 1;
     const auto taken = [&](const Stream& stream) {
@@ -233,6 +240,7 @@ BOOL CLiveMan::StopLivePlay(POINTERHANDLE lLiveHandle) {
 void CLiveMan::FinishStream(const Stream& stream) {
     CloseSession(*stream);
     EndStream(*stream);
+    EndSave(*stream);
     std::lock_guard guard(m_streamLock);
     std::erase(m_streamInfoArray, stream);
 }
@@ -317,8 +325,6 @@ BOOL CLiveMan::CloseSound() {
 
 BOOL CLiveMan::Volume(POINTERHANDLE lLiveHandle, WORD) { return RefreshPlay(lLiveHandle); }
 
-BOOL CLiveMan::SaveLiveData(POINTERHANDLE, const char*) { return Failure(HLX_NOSUPPORT); }
-BOOL CLiveMan::StopSaveLiveData(POINTERHANDLE) { return Failure(HLX_NOSUPPORT); }
 BOOL CLiveMan::CapturePicture(POINTERHANDLE, const char*) { return Failure(HLX_NOSUPPORT); }
 
 BOOL CLiveMan::MakeKeyFrame(LONG lUserID, LONG lChannel) {

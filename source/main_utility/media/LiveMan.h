@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "HLX.h"
+#include "main_utility/media/AVISave.h"
 #include "sdk_common/PubLock.h"
 #include "sdk_common/PubThread.h"
 #include "sdk_common/WaitEvent.h"
@@ -34,6 +35,15 @@ struct LIVE_CAPTURE {
     CWaitEvent captured;
 };
 
+/// The file that a stream is saved to. Written by the stream's thread; the lock is held while it writes or completes the
+/// file.
+struct LIVE_SAVEDATA {
+    CPUB_Lock lock;  // leaf but for the codecs; guards all below
+    std::unique_ptr<CAVISave> pSave;
+    bool bNeedVFormat = false;  // the file does not know the stream's last format
+    bool bNeedAFormat = false;
+};
+
 /// One stream. Its address is the application's handle.
 struct LIVE_STREAM_INFO {
     POINTERHANDLE lLiveHandle = 0;
@@ -57,10 +67,11 @@ struct LIVE_STREAM_INFO {
     bool bAFormatArrived = false;
     BITMAPINFOHEADER bmpInfo{};  // last video format; biSize 40 means valid
     WAVEFORMATEX waveInfo{};     // last audio format; bytes a second not 0 means valid
-    unsigned int streamID = 0;   // lowest free number from 1 among the streams of that user id and channel
-    unsigned int bufferID = 0;   // the ring
-    bool bExtraStream = false;   // the stream has a session of its own
-    bool bEnding = false;        // being stopped: nobody finds it, but its ring is still in use; m_streamLock
+    LIVE_SAVEDATA DataInfo;
+    unsigned int streamID = 0;  // lowest free number from 1 among the streams of that user id and channel
+    unsigned int bufferID = 0;  // the ring
+    bool bExtraStream = false;  // the stream has a session of its own
+    bool bEnding = false;       // being stopped: nobody finds it, but its ring is still in use; m_streamLock
     PUB_thread_t hThreadCallBackData = 0;
     bool bProcessing = false;                    // run flag of the thread
     std::atomic<time_t> tStreamDataLastTime{0};  // MonotonicSeconds() of the stream's last frame
@@ -89,7 +100,7 @@ inline time_t MonotonicSeconds() { return static_cast<time_t>(TimeSource().Monot
 /// All live streams of the process.
 ///
 /// Lock order: m_liveLock of the session root, m_streamLock, a stream's captureLock, a capture's lock; the device
-/// manager's locks come behind m_streamLock. Application callbacks run on the stream's own thread with no lock held.
+/// manager's locks come behind m_streamLock. A stream's DataInfo.lock is taken with none of these held. Application callbacks run on the stream's own thread with no lock held.
 /// That thread is not joined under m_streamLock, which a callback may want; a stream made for a capture calls no
 /// application.
 class CLiveMan {
@@ -125,7 +136,14 @@ public:
     BOOL OpenSound(POINTERHANDLE lLiveHandle);
     BOOL CloseSound();
     BOOL Volume(POINTERHANDLE lLiveHandle, WORD wVolume);
+
+    /// Saves the stream from the next key frame on to an AVI file; a name of more than 255 bytes is refused. A file that
+    /// is being saved is completed first. The file is made when its first frame comes: what fails then stands in the log
+    /// only, and the stream goes on. The stream's thread writes, across a reconnect as well. Waits for a write or
+    /// completion that is under way; may be called in the stream's own callback, and then begins or ends with that
+    /// frame.
     BOOL SaveLiveData(POINTERHANDLE lLiveHandle, const char* sFileName);
+    /// Completes the file, as StopLivePlay does. True for a known stream that is not saved, too.
     BOOL StopSaveLiveData(POINTERHANDLE lLiveHandle);
 
     /// No picture can be taken from a live stream: nothing decodes here.
@@ -158,6 +176,7 @@ private:
 
     // m_streamLock held
     LIVE_STREAM_INFO* Find(POINTERHANDLE lLiveHandle) const;
+    Stream FindShared(POINTERHANDLE lLiveHandle);  // takes m_streamLock
     unsigned int FreeStreamID(LONG lUserID, LONG lChannel) const;
     bool IsOpen(const LIVE_STREAM_INFO& wanted, bool bSameTypeOnly) const;
     void StopDeviceSide(const LIVE_STREAM_INFO& stream);
@@ -204,11 +223,17 @@ private:
     bool StartAgain(const Stream& stream);
     std::vector<Stream> Choose(const std::function<bool(const LIVE_STREAM_INFO&)>& wanted);
 
+    // Saving (LiveSave.cpp)
+    static void EndSave(LIVE_STREAM_INFO& stream);
+    static void SaveNewFormat(LIVE_STREAM_INFO& stream, bool bVideo);
+    static void SaveFrame(LIVE_STREAM_INFO& stream, const HLX_FRAME_INFO& frame, const unsigned char* pData);
+
     // Stream's thread
     static void* LiveDataProcThread(void* pParam);
     void LiveDataProc(LIVE_STREAM_INFO& stream);
     void WalkRun(LIVE_STREAM_INFO& stream, const unsigned char* pRun, size_t length);
     void ProcessFrame(LIVE_STREAM_INFO& stream, const HLX_FRAME_INFO& frame, const unsigned char* pRecord);
+    void CallApplication(LIVE_STREAM_INFO& stream, const HLX_FRAME_INFO& frame, const unsigned char* pRecord);
     void DeliverFormats(LIVE_STREAM_INFO& stream, const LIVE_CALLBACKS& callbacks, const HLX_FRAME_INFO& frame);
     static void Deliver(const LIVE_STREAM_INFO& stream, const LIVE_CALLBACKS& callbacks, const HLX_FRAME_INFO& frame,
                         const unsigned char* pRecord);

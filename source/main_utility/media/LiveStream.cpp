@@ -80,14 +80,20 @@ void CLiveMan::WalkRun(LIVE_STREAM_INFO& stream, const unsigned char* pRun, size
 void CLiveMan::ProcessFrame(LIVE_STREAM_INFO& stream, const HLX_FRAME_INFO& frame, const unsigned char* pRecord) {
     const unsigned char* pData = pRecord + FRAME_HEAD;
     if (frame.frameType == DD_FRAME_TYPE_VIDEO_FORMAT) {
-        if (KeepFormat(stream.bmpInfo, frame, pData)) stream.bVFormatArrived = false;
-        return;
+        if (!KeepFormat(stream.bmpInfo, frame, pData)) return;
+        stream.bVFormatArrived = false;
+        return SaveNewFormat(stream, true);
     }
     if (frame.frameType == DD_FRAME_TYPE_AUDIO_FORMAT) {
-        KeepFormat(stream.waveInfo, frame, pData);
+        if (KeepFormat(stream.waveInfo, frame, pData)) SaveNewFormat(stream, false);
         return;
     }
     if (frame.frameType == DD_FRAME_TYPE_JPEG) return TakePicture(stream, pData, frame.length);
+    CallApplication(stream, frame, pRecord);
+    SaveFrame(stream, frame, pData);
+}
+
+void CLiveMan::CallApplication(LIVE_STREAM_INFO& stream, const HLX_FRAME_INFO& frame, const unsigned char* pRecord) {
     LIVE_CALLBACKS callbacks;
     {
         std::lock_guard guard(stream.callbackLock);

@@ -77,17 +77,6 @@ TEST(CliListen, EachDeviceHasItsPassword) {
     EXPECT_EQ(listening.Output().find("secret"), std::string::npos);
 }
 
-TEST(CliListen, ATextForAPerson) {
-    CProcess listening({HLX_TOOL, "listen", "-p", "0", "-n", "1"}, WITH_PASSWORD);
-    ASSERT_TRUE(listening.ReadErrorsUntil("\n"));
-    const std::string strPort = listening.Errors().substr(std::string("listening on port ").size());
-    CProcess caller({HLX_SIMULATOR, "classic", "--call-in", "127.0.0.1:" + std::to_string(std::stoi(strPort)),
-                     "--register-id", "77"},
-                    WITH_PASSWORD);
-    EXPECT_EQ(listening.Wait(), 0);
-    EXPECT_EQ(listening.Output(), "unknown          77  from 127.0.0.1\n");
-}
-
 TEST(CliListen, WhatCannotBeListenedForIsAFailure) {
     CListening first({});
     const std::string strPort = first.Address().substr(first.Address().find(':') + 1);

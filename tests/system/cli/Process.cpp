@@ -118,7 +118,6 @@ bool CProcess::PumpUntil(const std::string& strHeard, const std::string& strText
 }
 
 bool CProcess::ReadUntil(const std::string& strText) { return PumpUntil(m_strOutput, strText); }
-bool CProcess::ReadErrorsUntil(const std::string& strText) { return PumpUntil(m_strErrors, strText); }
 
 void CProcess::CloseOutput() {
     close(m_nOutput);

@@ -32,7 +32,6 @@ public:
 
     // Takes output until it holds the text; false when the program ended before.
     bool ReadUntil(const std::string& strText);
-    bool ReadErrorsUntil(const std::string& strText);
 
     void CloseOutput();
     void Type(const std::string& strText);  // on its terminal

@@ -6,8 +6,10 @@
 #include <ctime>
 #include <tuple>
 
+#include "hlx/Calendar.h"
 #include "hlx/DateText.h"
 #include "hlx/Picture.h"
+#include "hlx/TimeText.h"
 
 namespace {
 
@@ -54,18 +56,6 @@ TEST(Text, FieldThatDoesNotEndOrHidesControls) {
     EXPECT_EQ(FieldText("ab\0cd", 5), "ab");
 }
 
-TEST(Text, StationForms) {
-    const std::tuple<const char*, uint32_t, unsigned> rows[] = {{"3", 3, 5}, {"0:1m", 0, 60}, {"255:10s", 255, 10}};
-    for (const auto& [sText, nPreset, nSeconds] : rows) {
-        const auto station = ParseStation(sText);
-        ASSERT_TRUE(station) << sText;
-        EXPECT_EQ(station->nPreset, nPreset) << sText;
-        EXPECT_EQ(station->nSeconds, nSeconds) << sText;
-    }
-    for (const char* sWrong : {"256", "", ":5s", "3:", "3x", "3:500ms", "-1", "3:0"})
-        EXPECT_FALSE(ParseStation(sWrong)) << sWrong;
-}
-
 // The time zone of a scope, with summer time as in central Europe.
 class CZone {
 public:
@@ -97,16 +87,53 @@ TEST(DateText, DatesInAndOut) {
     EXPECT_EQ(UtcIsoText(1782900000), "2026-07-01T10:00:00Z");
 }
 
-TEST(DateText, Differences) {
-    const std::pair<int64_t, const char*> rows[] = {{0, "none (below 0.2 s)"},
-                                                    {-199, "none (below 0.2 s)"},
-                                                    {-1234, "1.2 s behind this machine"},
-                                                    {59'960, "1 min 0.0 s ahead of this machine"},
-                                                    {3'603'200, "1 h 0 min 3.2 s ahead of this machine"},
-                                                    {90'000'000, "1 d 1 h 0 min 0.0 s ahead of this machine"}};
-    for (const auto& [nMilliseconds, sText] : rows) {
-        EXPECT_EQ(DifferenceText(std::chrono::milliseconds(nMilliseconds)), sText);
+TEST(TimeText, AsPeopleWriteThem) {
+    const CZone zone;
+    // On 29 March the clock goes from 2 to 3, on 25 October from 3 to 2. The last is meant where a day's end is; null: refused.
+    const std::tuple<const char*, const char*, const char*, const char*> rows[] = {
+        {"2026-11-21T00:30:05", "now", "2026-11-20T23:30:05Z", ""},
+        {"2026-11-21T00:30:05", "-1.5m", "2026-11-21T00:28:35", ""},
+        {"2026-11-21T00:30:05", "-3d", "2026-11-18T00:30:05", ""},
+        {"2026-11-21T00:30:05", "14:00", "2026-11-21T14:00", ""},
+        {"2026-11-21T00:30:05", "14:00Z", "2026-11-20T14:00Z", ""},  // there it is the day before still
+        {"2026-11-21T00:30:05", "yesterday 02:30:05+03:00", "2026-11-20T02:30:05+03:00", ""},
+        {"2026-11-21T00:30:05", "2026-11-21 10:00:05", "2026-11-21T10:00:05", ""},
+        {"2026-11-21T00:30:05", "2026-12-31", "2026-12-31T00:00", "2027-01-01T00:00"},
+        {"2026-03-29T12:00", "today", "2026-03-28T23:00Z", "2026-03-29T22:00Z"},
+        {"2026-03-29T12:00", "02:30", "", ""},
+        {"2026-03-29T12:00", "yesterday 02:30", "2026-03-28T01:30Z", ""},
+        {"2026-10-25T12:00", "yesterday", "2026-10-23T22:00Z", "2026-10-24T22:00Z"},
+        {"2026-10-25T12:00", "02:30", "2026-10-25T00:30Z", ""}};
+    for (const auto& [sNow, sText, sMeant, sEnd] : rows) {
+        EXPECT_EQ(ParseTime(sText, *ParseDate(sNow)), ParseDate(sMeant)) << sText;
+        EXPECT_EQ(ParseTime(sText, *ParseDate(sNow), DAY_EDGE::END), ParseDate(*sEnd ? sEnd : sMeant)) << sText;
     }
+    for (const char* sWrong :
+         {"", "-", "-500ms", "-x", "-40000d", "24:00x", "9:00", "today ", "todayT14:00", "2026-02-30"})
+        EXPECT_FALSE(ParseTime(sWrong, 1'795'251'600)) << sWrong;
+    EXPECT_EQ(SecondsOf(LibraryTime(1795251607)), 1795251607);
+}
+
+TEST(Calendar, MonthsAndTheirPages) {
+    const CZone zone;
+    const int64_t nNow = ParseDate("2026-11-21T00:30").value();
+    const std::pair<const char*, const char*> rows[] = {
+        {"this", "2026-11"}, {"2026-02", "2026-02"}, {"11", "2026-11"},
+        {"12", "2025-12"},   {"NOV", "2026-11"},     {"may 2031", "2031-05"},
+        {"13", ""},          {"2026-13", ""},        {"ma", ""},
+        {"may ", ""},        {"2026-1x", ""}};
+    for (const auto& [sText, sMeant] : rows) {
+        const auto month = ParseMonth(sText, nNow);
+        EXPECT_EQ(month ? MonthText(*month) : "", sMeant) << sText;
+    }
+    EXPECT_EQ(CalendarText({2024, 2}, 1u << 1 | 1u << 4 | 1u << 29),
+              "       February 2024\n"
+              " Mo  Tu  We  Th  Fr  Sa  Su\n"
+              "             [1]  2   3  [4]\n"
+              "  5   6   7   8   9  10  11\n"
+              " 12  13  14  15  16  17  18\n"
+              " 19  20  21  22  23  24  25\n"
+              " 26  27  28 [29]\n");
 }
 
 TEST(Picture, WholeJpegsOnly) {

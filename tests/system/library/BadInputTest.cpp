@@ -5,33 +5,7 @@ namespace {
 
 class BadInput : public CSystemTest {};
 
-constexpr POINTERHANDLE WRONG_HANDLES[] = {0, -1, 1, 0x7FFFFFFFFFFFFFFF,
-                                           static_cast<POINTERHANDLE>(0x8000000000000000ULL)};
 constexpr LONG WRONG_IDS[] = {0, -1, 99, 2097145, 1LL << 33, 0x7FFFFFFFFFFFFFFF};
-
-TEST_F(BadInput, UnknownHandles) {
-    StartRecorder(Fast(1));
-    const LONG id = Login();
-    CReceiver receiver;
-    const POINTERHANDLE good = receiver.Play(id, 0);
-    for (const POINTERHANDLE handle : WRONG_HANDLES) {
-        EXPECT_FALSE(HLX_StopLivePlay(handle));
-        EXPECT_EQ(DWORD{HLX_PARAMETER_ERROR}, HLX_GetLastError());
-        EXPECT_FALSE(HLX_SetLiveDataCallBack(handle, nullptr, nullptr));
-        EXPECT_FALSE(HLX_SetLiveDataCallBackEx(handle, nullptr, nullptr));
-        EXPECT_FALSE(HLX_SetYUVCallBack(handle, nullptr, nullptr));
-        EXPECT_FALSE(HLX_OpenSound(handle));
-        EXPECT_FALSE(HLX_RefreshPlay(handle));
-        EXPECT_FALSE(HLX_RegisterDrawFun(handle, nullptr, nullptr));
-        EXPECT_FALSE(HLX_PTZControl(handle, 0, 0));
-        EXPECT_FALSE(HLX_PTZSetCruise(handle, 0, nullptr, 0));
-        EXPECT_FALSE(HLX_CapturePicture(handle, nullptr));
-    }
-    EXPECT_TRUE(HLX_RefreshPlay(good));
-    EXPECT_TRUE(HLX_OpenSound(good));
-    EXPECT_TRUE(HLX_StopLivePlay(good));
-    EXPECT_FALSE(HLX_RefreshPlay(good)) << "a handle is worth nothing after its stop";
-}
 
 TEST_F(BadInput, UnknownUserIds) {
     char text[256] = {};

@@ -140,60 +140,51 @@ TEST_P(Callbacks, AllowWhatTheyShouldAndNeverHang) {
     EXPECT_NE(bGone, HLX_Logout(GetParam().bSession ? m_told.load() : m_first) == 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Kinds, Callbacks,
-    testing::Values(CALLBACK_ROW{"frame",
-                                 [](Callbacks& test) {
-                                     HLX_CLIENTINFO client{};
-                                     test.m_live = HLX_LivePlay(
-                                         test.m_first, &client,
-                                         [](POINTERHANDLE, HLX_FRAME_INFO frame, BYTE*, void* pUser) {
-                                             static_cast<Callbacks*>(pUser)->Called(static_cast<LONG>(frame.deviceID));
-                                         },
-                                         &test);
-                                 },
-                                 true},
-                    CALLBACK_ROW{"frame Ex",
-                                 [](Callbacks& test) {
-                                     HLX_CLIENTINFO client{};
-                                     test.m_live = HLX_LivePlayEx(
-                                         test.m_first, &client,
-                                         [](POINTERHANDLE, UINT, BYTE*, UINT, void* pUser) {
-                                             auto& self = *static_cast<Callbacks*>(pUser);
-                                             self.Called(self.m_first);
-                                         },
-                                         &test);
-                                 },
-                                 true},
-                    CALLBACK_ROW{"break",
-                                 [](Callbacks& test) {
-                                     test.SetExceptionCallback(NETWORK_DISCONNECT);
-                                     test.Cut();
-                                 }},
-                    CALLBACK_ROW{"return",
-                                 [](Callbacks& test) {
-                                     test.SetExceptionCallback(NETWORK_RECONNECT);
-                                     test.Cut();
-                                 }},
-                    CALLBACK_ROW{"message",
-                                 [](Callbacks& test) {
-                                     HLX_SetDVRMessageCallBack(Callbacks::OnMessage, &test);
-                                     HLX_SetupAlarmChan(test.m_first);
-                                 }},
-                    CALLBACK_ROW{"message Ex",
-                                 [](Callbacks& test) {
-                                     HLX_SetDVRMessageCallBackEx(Callbacks::OnMessage, &test);
-                                     HLX_SetupAlarmChan(test.m_first);
-                                 }},
-                    CALLBACK_ROW{"register", [](Callbacks& test) { test.CallIn(true); }},
-                    CALLBACK_ROW{"unregister", [](Callbacks& test) { test.CallIn(false); }, false, false},
-                    CALLBACK_ROW{"subscription", [](Callbacks& test) {
-                                     HLX_SetSubscribCallBack(
-                                         [](LONG id, DWORD, char*, DWORD, void* pUser) {
-                                             static_cast<Callbacks*>(pUser)->Called(id);
-                                         },
-                                         &test);
-                                     CSubscribedDevice::s_bHasMessage = true;  // what came before goes to nobody
-                                 }}));
+void PlayFrames(Callbacks& test) {
+    HLX_CLIENTINFO client{};
+    const auto onFrame = [](POINTERHANDLE, HLX_FRAME_INFO frame, BYTE*, void* pUser) {
+        static_cast<Callbacks*>(pUser)->Called(static_cast<LONG>(frame.deviceID));
+    };
+    test.m_live = HLX_LivePlay(test.m_first, &client, onFrame, &test);
+}
+void PlayBlocks(Callbacks& test) {
+    HLX_CLIENTINFO client{};
+    const auto onBlock = [](POINTERHANDLE, UINT, BYTE*, UINT, void* pUser) {
+        static_cast<Callbacks*>(pUser)->Called(static_cast<Callbacks*>(pUser)->m_first);
+    };
+    test.m_live = HLX_LivePlayEx(test.m_first, &client, onBlock, &test);
+}
+template <DWORD TYPE>
+void Break(Callbacks& test) {
+    test.SetExceptionCallback(TYPE);
+    test.Cut();
+}
+template <auto SET>
+void SetUpAlarms(Callbacks& test) {
+    SET(Callbacks::OnMessage, &test);
+    HLX_SetupAlarmChan(test.m_first);
+}
+void Subscribe(Callbacks& test) {
+    const auto onMessage = [](LONG id, DWORD, char*, DWORD, void* pUser) {
+        static_cast<Callbacks*>(pUser)->Called(id);
+    };
+    HLX_SetSubscribCallBack(onMessage, &test);
+    CSubscribedDevice::s_bHasMessage = true;  // what came before goes to nobody
+}
+template <bool KNOWN>
+void CallIn(Callbacks& test) {
+    test.CallIn(KNOWN);
+}
+
+const CALLBACK_ROW ROWS[] = {{"frame", PlayFrames, true},
+                             {"frame Ex", PlayBlocks, true},
+                             {"break", Break<NETWORK_DISCONNECT>},
+                             {"return", Break<NETWORK_RECONNECT>},
+                             {"message", SetUpAlarms<HLX_SetDVRMessageCallBack>},
+                             {"message Ex", SetUpAlarms<HLX_SetDVRMessageCallBackEx>},
+                             {"register", CallIn<true>},
+                             {"unregister", CallIn<false>, false, false},
+                             {"subscription", Subscribe}};
+INSTANTIATE_TEST_SUITE_P(Kinds, Callbacks, testing::ValuesIn(ROWS));
 
 }  // namespace

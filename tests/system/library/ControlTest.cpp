@@ -44,28 +44,6 @@ TEST_F(ControlTest, RecordingAlarmsCamerasAndClock) {
     EXPECT_TRUE(told >= NEW_TIME - 1 && told < NEW_TIME + 30) << told;
 }
 
-TEST_F(ControlTest, RebootDropsEveryLinkAndComesBackWithTheSavedColour) {
-    CLASSIC_RECORDER_CONFIG config = Fast(4);
-    config.rebootTime = std::chrono::milliseconds(300);
-    LogIn(config);
-    const LONG other = Login();
-    EXPECT_TRUE(HLX_SaveVideoEffect(m_user, 3, 1, 2, 3, 4));
-    EXPECT_TRUE(HLX_SetVideoEffect(m_user, 3, 11, 12, 13, 14));
-    DWORD b = 0, c = 0, s = 0, h = 0;
-    EXPECT_TRUE(HLX_GetVideoEffect(m_user, 3, &b, &c, &s, &h));
-    EXPECT_TRUE(b == 11 && c == 12 && s == 13 && h == 14);
-    EXPECT_TRUE(HLX_RebootDVR(m_user));
-    EXPECT_TRUE(m_events.WaitFor(SIM_EVENT_KIND::CLOSED, 2, std::chrono::seconds(5)));
-    EXPECT_TRUE(WaitUntil([&] {
-        return !HLX_GetVideoEffect(other, 0, &b, &c, &s, &h) && HLX_GetLastError() == HLX_NETWORK_NOT_CONNECT;
-    }));
-    HLX_Logout(m_user);
-    HLX_Logout(other);
-    ASSERT_TRUE(WaitUntil([&] { return (m_user = Login()) > 0; }));
-    EXPECT_TRUE(HLX_GetVideoEffect(m_user, 3, &b, &c, &s, &h));
-    EXPECT_TRUE(b == 1 && c == 2 && s == 3 && h == 4) << "the saved one";
-}
-
 class CaptureTest : public ControlTest {
 protected:
     void SetUp() override {

@@ -75,41 +75,6 @@ TEST_F(Healing, CutsOfEachKindAreToldOnceAndStreamsRunAgain) {
     EXPECT_TRUE(HLX_Logout(id));
 }
 
-/// One recorder of five is gone, half of them with the port closed, the others accept and say nothing.
-TEST_F(Healing, DeadRecordersHoldUpNoOther) {
-    using std::chrono::steady_clock;
-    const auto dead = static_cast<size_t>(Rounds(4));
-    const size_t recorders = 5 * dead;
-    ASSERT_TRUE(HLX_SetConnectTime(60000, 1));  // each dead one that is waited for would cost a minute
-    std::vector<LONG> ids;
-    for (size_t at = 0; at < recorders; ++at) {
-        CLASSIC_RECORDER_CONFIG config = Beating(1);
-        config.firstClips = config.secondClips;  // smaller, for so many
-        StartRecorder(config);
-        ids.push_back(Login());
-    }
-    const auto loginsAreQuick = [&] {
-        for (size_t at = dead; at + 1 < recorders; ++at) {
-            const auto start = steady_clock::now();
-            EXPECT_TRUE(HLX_Logout(ids[at]));
-            HLX_DEVICEINFO info{};
-            ids[at] = HLX_Login("127.0.0.1", m_recorders[at]->Port(), "admin", "secret", &info);
-            EXPECT_GT(ids[at], 0);
-            EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(10));
-        }
-    };
-    for (size_t at = 0; at < dead; ++at) {
-        if (at % 2) m_recorders[at]->SetFaults({{SIM_FAULT_KIND::SILENT, SIM_PHASE::CONNECT}});
-        if (at % 2) m_recorders[at]->CutLinks(SIM_CUT::RESET);
-        if (at % 2 == 0) m_recorders[at]->Stop();
-    }
-    ASSERT_TRUE(WaitUntil([&] { return m_breaks == static_cast<int>(dead); }));
-    loginsAreQuick();
-    m_recorders.back()->CutLinks(SIM_CUT::RESET);  // the last in the table
-    EXPECT_TRUE(WaitUntil([&] { return m_returns == 1; }, std::chrono::seconds(20)));
-    HLX_SetConnectTime(5000, 1);
-}
-
 TEST_F(Healing, SixtyFourChannelsAreBackSoonAndEachFrameArrivesOnce) {
     CLASSIC_RECORDER_CONFIG config = Beating(64);
     config.speed = 2;  // the number of streams counts, not their rate

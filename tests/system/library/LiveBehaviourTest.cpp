@@ -160,23 +160,6 @@ TEST_F(Live, StopLogoutAndCleanupAreQuickWhileFramesPour) {
     EXPECT_TRUE(HLX_Init());
 }
 
-TEST_F(Live, AStuckCallbackHoldsUpItsOwnStreamOnly) {
-    StartRecorder(Fast(2, 4));
-    const LONG id = Login();
-    CReceiver stuck;
-    CReceiver free;
-    std::atomic<bool> bGo{false};
-    stuck.m_inCallback = [&](POINTERHANDLE, const HLX_FRAME_INFO&) { WaitUntil([&] { return bGo.load(); }); };
-    const POINTERHANDLE stuckHandle = stuck.Play(id, 0);
-    const POINTERHANDLE freeHandle = free.Play(id, 1);
-    EXPECT_TRUE(free.WaitForFrames(100));
-    EXPECT_EQ(0U, stuck.Count(DD_FRAME_TYPE_VIDEO));
-    std::thread stopping([&] { EXPECT_TRUE(HLX_StopLivePlay(stuckHandle)); });
-    EXPECT_TRUE(HLX_SetLiveDataCallBack(freeHandle, nullptr, nullptr)) << "other calls do not wait for the stop";
-    bGo = true;
-    stopping.join();
-}
-
 /// Whichever comes first, no stream outlives its session. That no thread and no link is left is seen behind the test.
 TEST_F(Live, APlayBesideALogoutLeavesNoStream) {
     CClassicRecorder& recorder = StartRecorder(Fast(4, 20));

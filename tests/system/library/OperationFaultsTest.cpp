@@ -33,6 +33,7 @@ std::ostream& operator<<(std::ostream& out, const OPERATION_FAULT& row) { return
 
 constexpr LONG CHANNEL = 1;
 const DD_CRUISE_POINT_INFO POINTS[] = {{0, 1, 2, 3}};
+const DD_TIME FIRST{}, LAST{0, 0, 0, 0, 1, 0, 205, 0, 0};
 
 POINTERHANDLE Play(LONG lUserID, LONG lStreamType, bool bEx) {
     HLX_CLIENTINFO info{};
@@ -83,6 +84,8 @@ const OPERATION OPERATIONS[] = {
          DWORD size = 0;
          return HLX_CaptureJPEGPicture(id, CHANNEL, nullptr, picture, sizeof(picture), &size);
      }},
+    {"FindTime", TALK::READS, [](LONG id, auto) { return HLX_FindTime(id, -1, &FIRST, &LAST) != -1; }},
+    {"FindDVRLog", TALK::READS, [](LONG id, auto) { return HLX_FindDVRLog(id, ~0u, &FIRST, &LAST) != -1; }},
     {"RebootDVR", TALK::REBOOTS, [](LONG id, auto) { return HLX_RebootDVR(id); }},  // last
 };
 
@@ -95,6 +98,8 @@ protected:
         config.heartbeat = std::chrono::milliseconds(20);  // often enough for the fastest clock
         config.rebootDelay = std::chrono::milliseconds(50);
         config.rebootTime = std::chrono::milliseconds(1);
+        config.recordings.days = 1;
+        config.recordings.logCount = 100;  // one message, so that no other stands in for it
         m_pRecorder = &StartRecorder(config);
     }
     void TearDown() override {

@@ -1,167 +1,117 @@
 // The record of a session, and what becomes of the session when it is played back whole, cut and maltreated.
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 
-#include "simulator/replay/ReplayServer.h"
 #include "System.h"
+#include "tests/soak/TracedSession.h"
 
 namespace {
 
-/// What the application was told by one run of the scenario.
-struct OUTCOME {
-    struct CALL {
-        bool bDone = false;
-        DWORD error = 0;
-        std::vector<DWORD> values;
-    };
-    std::vector<CALL> calls;
-    std::vector<std::uint64_t> frames;  // digests
-};
-
 class Trace : public CSystemTest {
 protected:
-    static constexpr size_t FRAMES = 4;
-
-    /// Login, requests of each kind, and with `bLive` a stream. Ends at the first login that fails.
-    static OUTCOME Run(std::uint16_t port, bool bLive) {
-        OUTCOME outcome;
-        const auto note = [&](bool bDone, std::vector<DWORD> values = {}) {
-            outcome.calls.push_back(
-                {bDone, bDone ? 0 : HLX_GetLastError(), bDone ? std::move(values) : std::vector<DWORD>{}});
-            return bDone;
-        };
-        HLX_DEVICEINFO info{};
-        const LONG id = HLX_Login("127.0.0.1", port, "admin", "secret", &info);
-        if (!note(id > 0, {info.videoInputNum, info.sensorInputNum, info.buildDate})) return outcome;
-        DWORD effect[4] = {};
-        const bool bEffect = HLX_GetVideoEffect(id, 1, &effect[0], &effect[1], &effect[2], &effect[3]);
-        note(bEffect, {effect, effect + 4});
-        note(HLX_PTZControl_Other(id, 1, PTZ_CMD_UP, 0));
-        note(HLX_ChangTime(id, 1700000000));
-        if (bLive) PlayLive(id, outcome, note);
-        HLX_Logout(id);
-        return outcome;
-    }
-    template <class Note>
-    static void PlayLive(LONG id, OUTCOME& outcome, const Note& note) {
-        CReceiver receiver;
-        if (!note(receiver.Play(id, 0) > 0)) return;
-        WaitUntil([&] { return receiver.Count(DD_FRAME_TYPE_VIDEO) >= FRAMES; }, std::chrono::milliseconds(300));
-        for (const RECEIVED_FRAME& frame : receiver.Frames())
-            if (frame.info.frameType == DD_FRAME_TYPE_VIDEO) outcome.frames.push_back(frame.digest);
+    void SetUp() override {
+        CSystemTest::SetUp();
+        m_record = RecordTraced({});
+        ASSERT_EQ("", m_record.sError);
+        ASSERT_EQ(2U, m_record.config.links.size()) << "a probe and the session";
+        ASSERT_TRUE(Whole().AllDone());
+        ASSERT_GE(Whole().pictures.size(), TRACED_ORDER::PICTURES);
     }
 
-    /// Records the scenario against a simulated recorder.
-    OUTCOME Record(bool bLive) {
-        HLX_Cleanup();
-        const std::string sFile = m_dir.File("trace");
-        setenv("HLX_TRACE", sFile.c_str(), 1);
-        EXPECT_TRUE(HLX_Init());
-        const OUTCOME outcome = Run(StartRecorder(Fast(2)).Port(), bLive);
-        HLX_Cleanup();
-        unsetenv("HLX_TRACE");
-        EXPECT_TRUE(HLX_Init());
-        std::ifstream file(sFile);
-        std::stringstream text;
-        text << file.rdbuf();
-        m_sText = text.str();
-        std::string sError;
-        auto links = ReadTrace(text, sError);
-        EXPECT_TRUE(links) << sError;
-        if (links) m_config.links = std::move(*links);
-        m_config.speed = 0;
-        return outcome;
-    }
-    OUTCOME Replay(const REPLAY_CONFIG& config, bool bLive) {
-        CReplayServer server(config);
-        std::string sError;
-        EXPECT_TRUE(server.Start(sError)) << sError;
-        return Run(server.Port(), bLive);
-    }
+    const TRACED_OUTCOME& Whole() const { return m_record.outcome; }
     size_t BytesSent(size_t link) const {
         size_t bytes = 0;
-        for (const REPLAY_STEP& step : m_config.links.at(link)) bytes += step.bytes.size();
+        for (const REPLAY_STEP& step : m_record.config.links.at(link)) bytes += step.bytes.size();
         return bytes;
     }
 
-    /// Each call as in `whole`, or failed with a number of a link that is gone.
-    static void ExpectWholeOrTold(const OUTCOME& whole, const OUTCOME& cut) {
+    /// Each call as in the whole session, or, from one on, failed with a number of a link that is gone.
+    void ExpectWholeOrTold(const TRACED_OUTCOME& cut) const {
+        bool bGone = false;
         for (size_t at = 0; at < cut.calls.size(); ++at) {
-            const OUTCOME::CALL& call = cut.calls[at];
+            const TRACED_OUTCOME::CALL& call = cut.calls[at];
+            EXPECT_FALSE(bGone && call.bDone) << "call " << at;
+            bGone = !call.bDone;
             if (call.bDone) {
-                EXPECT_EQ(whole.calls[at].values, call.values) << "call " << at;
+                EXPECT_EQ(Whole().calls[at].values, call.values) << "call " << at;
                 continue;
             }
             const DWORD other = at == 0 ? HLX_NETWORK_FAIL_CONNECT : HLX_NETWORK_SEND_ERROR;
             EXPECT_TRUE(call.error == HLX_NETWORK_NOT_CONNECT || call.error == other)
                 << "call " << at << ": " << call.error;
         }
-        ASSERT_LE(cut.frames.size(), whole.frames.size() + 1000);
-        for (size_t at = 0; at < std::min(cut.frames.size(), whole.frames.size()); ++at)
-            EXPECT_EQ(whole.frames[at], cut.frames[at]) << "frame " << at;
+        for (size_t at = 0; at < std::min(cut.pictures.size(), Whole().pictures.size()); ++at)
+            EXPECT_EQ(Whole().pictures[at], cut.pictures[at]) << "picture " << at;
+    }
+    void ExpectCut(size_t at, SIM_CUT how) {
+        SCOPED_TRACE(std::to_string(at) + (how == SIM_CUT::CLOSE ? " FIN" : " RST") + ", pieces of " +
+                     std::to_string(m_record.config.pieceSize));
+        m_record.config.cutLink = 2;
+        m_record.config.cutAfter = at;
+        m_record.config.cutHow = how;
+        // What a reset overtakes is lost, and only that.
+        const size_t sent = std::min(PicturesWithin(m_record.config.links[1], at), TRACED_ORDER::PICTURES);
+        const TRACED_OUTCOME cut = RunReplayed(m_record.config, {.pictures = how == SIM_CUT::CLOSE ? sent : 0});
+        ExpectWholeOrTold(cut);
+        EXPECT_LE(cut.pictures.size(), PicturesWithin(m_record.config.links[1], at));
+        const bool bPlayed = cut.calls.size() == Whole().calls.size();
+        EXPECT_GE(cut.pictures.size(), how == SIM_CUT::CLOSE && bPlayed ? sent : 0);
     }
 
-    CTempDir m_dir;
-    std::string m_sText;
-    REPLAY_CONFIG m_config;
+    TRACED_RECORD m_record;
 };
 
 TEST_F(Trace, TellsEverythingButSecrets) {
-    const OUTCOME told = Record(true);
-    for (const OUTCOME::CALL& call : told.calls) EXPECT_TRUE(call.bDone) << call.error;
-    EXPECT_EQ(std::string::npos, m_sText.find("736563726574")) << "the password";
-    EXPECT_NE(std::string::npos, m_sText.find("61646d696e")) << "the user";
-    EXPECT_NE(std::string::npos, m_sText.find(" open 127.0.0.1:"));
-    ASSERT_EQ(2U, m_config.links.size()) << "a probe and the session";
+    EXPECT_EQ(std::string::npos, m_record.sText.find("736563726574")) << "the password";
+    EXPECT_NE(std::string::npos, m_record.sText.find("61646d696e")) << "the user";
+    EXPECT_NE(std::string::npos, m_record.sText.find(" open 127.0.0.1:"));
     EXPECT_EQ(0U, BytesSent(0));
     size_t expected = 0;
-    for (const REPLAY_STEP& step : m_config.links[1]) expected += step.kind == REPLAY_STEP_KIND::EXPECT;
-    EXPECT_EQ(9U, expected) << "login, disks, colour, PTZ, time, stream, its answer, stop, logout";
-
-    const OUTCOME again = Replay(m_config, true);
-    EXPECT_EQ(told.calls.size(), again.calls.size());
-    ExpectWholeOrTold(told, again);
-    for (const OUTCOME::CALL& call : again.calls) EXPECT_TRUE(call.bDone) << call.error;
-    EXPECT_GE(again.frames.size(), FRAMES);
+    for (const REPLAY_STEP& step : m_record.config.links[1]) expected += step.kind == REPLAY_STEP_KIND::EXPECT;
+    EXPECT_EQ(10U, expected) << "login, disks, colour, PTZ, time, stream, its answer, colour, stop, logout";
 }
 
+/// A stream in packed messages included. HLX_TEST_ALL_SITES: at every byte, given whole, in single bytes and in random pieces.
 TEST_F(Trace, CutAtEachByteGivesTheResultOrANumber) {
-    const OUTCOME whole = Record(false);
+    constexpr size_t PIECES[] = {0, 1, 1400};
     const size_t bytes = BytesSent(1);
-    ASSERT_GT(bytes, 500U);
-    m_config.cutLink = 2;
-    const size_t step = std::getenv("HLX_TEST_ALL_SITES") ? 1 : 17;
-    for (const SIM_CUT how : {SIM_CUT::CLOSE, SIM_CUT::RESET}) {
-        m_config.cutHow = how;
-        for (m_config.cutAfter = 0; m_config.cutAfter < bytes; m_config.cutAfter += step) {
-            SCOPED_TRACE(std::to_string(m_config.cutAfter) + (how == SIM_CUT::CLOSE ? " FIN" : " RST"));
-            ExpectWholeOrTold(whole, Replay(m_config, false));
+    ASSERT_GT(PicturesWithin(m_record.config.links[1], bytes), 3U);
+    const bool bAll = std::getenv("HLX_TEST_ALL_SITES");
+    const size_t step = bAll ? 1 : 2 + bytes / 80;
+    size_t run = 0;
+    for (size_t at = 0; at <= bytes; at += step) {
+        for (const SIM_CUT how : {SIM_CUT::CLOSE, SIM_CUT::RESET}) {
+            for (const size_t size : PIECES) {
+                // Single bytes take as many turns of the peer as there are.
+                if (bAll ? size == 1 && at % 16 != 0 : ++run % 5 != 0) continue;
+                m_record.config.pieceSize = size;
+                m_record.config.pieceSeed = size > 1 ? static_cast<unsigned>(at + 1) : 0;
+                ExpectCut(at, how);
+            }
         }
+        if (HasFailure()) break;
     }
 }
 
 TEST_F(Trace, PiecesOfAnySizeGiveTheSame) {
-    const OUTCOME whole = Record(true);
-    for (const size_t size : {1, 2, 7, 1399}) {
-        SCOPED_TRACE(size);
-        m_config.pieceSize = size;
-        const OUTCOME again = Replay(m_config, size > 2);
-        ExpectWholeOrTold(whole, again);
-        for (const OUTCOME::CALL& call : again.calls) EXPECT_TRUE(call.bDone) << call.error;
+    for (const size_t size : {0, 1, 2, 7, 700, 1399}) {
+        for (const unsigned seed : {0, 1, 2}) {
+            if (seed > 0 && size < 7) continue;
+            SCOPED_TRACE(std::to_string(size) + ", seed " + std::to_string(seed));
+            m_record.config.pieceSize = size;
+            m_record.config.pieceSeed = seed;
+            const TRACED_OUTCOME again = RunReplayed(m_record.config, {});
+            ExpectWholeOrTold(again);
+            EXPECT_TRUE(again.AllDone());
+            EXPECT_EQ(Whole().calls.size(), again.calls.size());
+            EXPECT_GE(again.pictures.size(), TRACED_ORDER::PICTURES);
+        }
     }
 }
 
 TEST_F(Trace, MutatedSessionsAreBorne) {
-    Record(true);
     const CFastTime fast(1000);  // what is waited for need not come
     const int rounds = Rounds(8);
-    for (int round = 1; round <= rounds; ++round) {
-        m_config.mutationSeed = static_cast<unsigned>(round);
-        m_config.mutationRate = 20U << round % 8;
-        Replay(m_config, round % 2 == 0);
-    }
-    m_config.mutationSeed = 0;
+    for (int round = 1; round <= rounds; ++round) RunMutated(m_record.config, static_cast<unsigned>(round));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstring>
 #include <mutex>
 #include <sstream>
 #include <string>
@@ -41,7 +42,30 @@ public:
         return Note("SetCruise", a, int{b}, c[d - 1].dwPresetIdx, d);
     }
 
+    /// Records that each search finds, numbered in their first byte; below 0: it fails with HLX_NETWORK_RECV_TIMEOUT.
+    static inline int s_found = 0;
+    BOOL SearchRecDate(std::list<DD_DATE>& list) override { return Find(list); }
+    BOOL SearchRecTime(LONG, DWORD type, const DD_TIME&, const DD_TIME&, std::list<HLX_REC_TIME>& list) override {
+        return type == DD_RECORD_TYPE_ALL && Find(list);
+    }
+    BOOL SearchRecFile(LONG, DWORD type, const DD_TIME&, const DD_TIME&, std::list<HLX_REC_FILE>& list) override {
+        return type == DD_RECORD_TYPE_ALL && Find(list);
+    }
+    BOOL SearchRecEvent(LONG, DWORD, const DD_TIME&, const DD_TIME&, std::list<HLX_REC_EVENT>& list) override {
+        return Find(list);
+    }
+    BOOL SearchDVRLog(DWORD, const DD_TIME&, const DD_TIME&, std::list<HLX_LOG>& list) override { return Find(list); }
+    BOOL SearchDVREvent(DWORD, ULONGLONG, const DD_TIME&, const DD_TIME&, std::list<HLX_EVENT>& list) override {
+        return Find(list);
+    }
+
 private:
+    template <class Record>
+    static bool Find(std::list<Record>& list) {
+        if (s_found < 0) return Failure(HLX_NETWORK_RECV_TIMEOUT);
+        for (char i = 0; i < s_found; ++i) std::memcpy(&list.emplace_back(), &i, 1);
+        return true;
+    }
     template <class... Args>
     static bool Note(const char* pName, const Args&... args) {
         std::ostringstream note;

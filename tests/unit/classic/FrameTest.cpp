@@ -76,6 +76,12 @@ TEST_F(FrameTest, StreamIdsOfRecordings) {
     for (const auto& [streamID, ring] : rows) {
         CTestRing named(ring ? ring : 0x100000);
         CTestRing ofAnother(8 * 2048 + 120);
+        if (ring) {
+            m_recorder.Receive(TEST_FRAME{.streamID = streamID});
+            EXPECT_EQ(named.Drain().size(), 0u) << "nobody asked for it";
+            LONG channel = 0;
+            EXPECT_TRUE(m_device.PlaybackByTime(&channel, 1, {}, {}, streamID, true));
+        }
         m_recorder.Receive(TEST_FRAME{.streamID = streamID});
         m_recorder.Receive(TEST_FRAME{.type = 2, .streamID = streamID});
         EXPECT_EQ(m_first.Drain().size(), ring ? 0u : 2u) << streamID;

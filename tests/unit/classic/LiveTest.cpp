@@ -61,15 +61,6 @@ TEST_F(LiveTest, MasksOfEachStep) {
     }
 }
 
-TEST_F(LiveTest, RefusedArguments) {
-    for (const LONG lChannel : {LONG{70}, LONG{64}, LONG{-1}, LONG{1} << 40}) {
-        EXPECT_TRUE(FailedWith(HLX_CHANNEL_ERROR, Start(lChannel, true)));
-        EXPECT_FALSE(Stop(lChannel, true) || m_device.RequestKeyFrame(lChannel, true, 0));
-    }
-    EXPECT_TRUE(FailedWith(HLX_PARAMETER_ERROR, Start(0, true, 0)));
-    EXPECT_TRUE(m_recorder.m_sent.empty());
-}
-
 TEST_F(LiveTest, KeyFrameRequests) {
     ASSERT_TRUE(m_device.RequestKeyFrame(3, true, 0) && m_device.RequestKeyFrame(63, false, 1));
     const Bytes head = Word(516) + Word(0) + Word(4) + Word(36) + Word(0);
@@ -92,19 +83,6 @@ TEST_F(LiveTest, FailedSendLeavesNothingOpen) {
 TEST_F(LiveTest, QuestionThatDoesNotGoOutOpensNothing) {
     m_recorder.m_onSend = [&](tuint32 command) { m_recorder.m_bSendFails = command == 0x50C; };
     EXPECT_TRUE(FailedWith(HLX_NETWORK_SEND_ERROR, Start(1, true)));
-}
-
-TEST_F(LiveTest, RecorderWithoutRoom) {
-    CTestRing ring(RING);
-    ASSERT_TRUE(Start(0, true, RING_2));
-    m_recorder.m_sent.clear();
-    m_recorder.m_answers[0x50C] = Message(0x50003, Word(1002));
-    EXPECT_TRUE(FailedWith(HLX_DVR_NORESOURCE, Start(1, false)));
-    ASSERT_EQ(m_recorder.m_sent.size(), 3u);
-    EXPECT_EQ(m_recorder.m_sent[2],
-              Word(CHANGE) + Word(0) + Word(4) + Word(36) + Word(0) + Mask(1) + Mask(0) + Mask(0) + Mask(1));
-    m_recorder.Receive(TEST_FRAME{.type = 2, .channel = 1});
-    EXPECT_TRUE(ring.Drain().empty());
 }
 
 TEST_F(LiveTest, AnswersThatAreNoRefusal) {

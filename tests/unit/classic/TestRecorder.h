@@ -67,15 +67,18 @@ public:
 
     int SendData(int deviceID, const void* pBuf, int iLen, bool bBlock, bool bRawData) override {
         const Bytes request(static_cast<const char*>(pBuf), static_cast<size_t>(iLen));
-        const bool bGoodbye = NumberAt(request, 0) == 0x102;  // waits for no room
-        if (deviceID != USER_ID || bBlock == bGoodbye || bRawData) return -2;
+        const auto command = static_cast<tuint32>(NumberAt(request, 0));
+        // Goodbyes, talk sound and what steers a stream of recordings wait for no room.
+        const bool bAtOnce = command == 0x102 || command == 0xB02 || (command >= 0x503 && command <= 0x507) ||
+                             command == 0x50B || command == 0x50D;
+        if (deviceID != USER_ID || bBlock == bAtOnce || bRawData) return -2;
         {
             std::lock_guard guard(m_lock);
             m_sent.push_back(request);
         }
-        const auto command = static_cast<tuint32>(NumberAt(request, 0));
         if (m_onSend) m_onSend(command);
         if (m_bSendFails) return -1;
+        if (command == 0x502 && m_streamAnswer) Receive(m_streamAnswer(Word(NumberAt(request, 16))));
         if (m_answers.contains(command)) Receive(m_answers[command]);
         return 0;
     }
@@ -116,6 +119,10 @@ public:
 
     std::map<tuint32, Bytes> m_answers;     // whole messages by the request's id; none: silence
     std::function<void(tuint32)> m_onSend;  // before the answer
+    /// Answer to the start of a stream by the bytes of its number.
+    std::function<Bytes(const Bytes&)> m_streamAnswer = [](const Bytes& number) {
+        return ::Message(0x50001, number + Word(6) + Word(0) + Word(0));
+    };
     bool m_bSendFails = false;
     std::vector<Bytes> m_sent;  // guarded by m_lock while another thread sends
     HLX_DEVICEINFO m_info = {};

@@ -5,18 +5,6 @@
 
 namespace {
 
-TEST_F(NetDeviceMan, TellsTheFamilyAndRefusesTheOthers) {
-    struct {
-        tuint32 dwDevType, dwProtocolVer;
-    } const refused[] = {{0, 4000000001U}, {0, 0xFFFFFFFF}, {1, 3}, {2, 3}, {2, 4}, {3, 0}, {4, 4}, {0xFFFFFFFF, 4}};
-    for (const auto& row : refused) {
-        m_block = FirstBlock(row.dwDevType, row.dwProtocolVer);
-        EXPECT_EQ(-1, Login()) << row.dwDevType;
-        EXPECT_EQ(DWORD{HLX_VERSION_NOMATCH}, LastError()) << row.dwDevType << " " << row.dwProtocolVer;
-    }
-    EXPECT_TRUE(WaitUntil([&] { return m_links == 0; }));
-}
-
 TEST_F(NetDeviceMan, CountsUserIdsUpAndWraps) {
     m_man.SetNextDeviceID(2097144);
     const LONG last = Login();
@@ -29,33 +17,6 @@ TEST_F(NetDeviceMan, CountsUserIdsUpAndWraps) {
     EXPECT_EQ(m_peer.Port(), info.devicePort);
     m_man.SetNextDeviceID(2097144);
     EXPECT_EQ(3, Login()) << "an id in use is not given again";
-}
-
-TEST_F(NetDeviceMan, ForwardingToAnUnknownIdFailsWithItsOwnValue) {
-    EXPECT_EQ(-1, m_man.GetAlarmInfo(5, nullptr, 0));
-    EXPECT_EQ(-4, m_man.EnterDVRConfig(5));
-    EXPECT_EQ(1, m_man.GetMaxPlayBackNum(5));
-    EXPECT_EQ(NET_DEVICE_STATUS_DISCONNECT, m_man.GetDeviceStatus(5));
-    EXPECT_EQ(HLX_DEVICE_FIRMWARE_OTHER, m_man.GetDeviceFirmwareType(5));
-    char url[300] = {};
-    const LONG id = Login();
-    EXPECT_TRUE(m_man.GetRtspUrl(id, 0, 0, url));
-    EXPECT_STREQ("rtsp://127.0.0.1:554/chID=0&streamType=main", url);
-    EXPECT_EQ(HLX_DEVICE_FIRMWARE_QOSM_V1, m_man.GetDeviceFirmwareType(id));
-}
-
-TEST_F(NetDeviceMan, LogoutTakesTheFurtherSessionsAlong) {
-    const LONG parent = Login();
-    const LONG other = Login();
-    const LONG extras[] = {Login(HLX_CONNECT_TCP, parent), Login(HLX_CONNECT_TCP, parent)};
-    EXPECT_EQ(4, CTestDevice::s_alive);
-    EXPECT_TRUE(m_man.RemoveDevice(parent));
-    EXPECT_EQ(3, CTestDevice::s_logouts);
-    EXPECT_EQ(1, CTestDevice::s_alive);
-    for (const LONG extra : extras) EXPECT_EQ(nullptr, m_man.GetDeviceResByUserID(extra));
-    EXPECT_NE(nullptr, m_man.GetDeviceResByUserID(other));
-    EXPECT_EQ(-1, Login(HLX_CONNECT_TCP, parent));  // no further session for a parent that is gone
-    EXPECT_TRUE(WaitUntil([&] { return m_links == 1; }));
 }
 
 TEST_F(NetDeviceMan, ALoginWhoseParentLeavesOrWithoutMemoryLeavesNothing) {

@@ -90,15 +90,3 @@ inline std::string FirstBlock(tuint32 dwDevType, tuint32 dwProtocolVer, tint16 w
 }
 
 inline void SendAll(int sock, const std::string& bytes) { (void)!send(sock, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
-
-/// A link to that port of this machine, or -1.
-inline int ConnectLoopback(unsigned short port) {
-    const int sock = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0) return sock;
-    close(sock);
-    return -1;
-}

@@ -55,13 +55,6 @@ private:
     std::vector<SWL_socket_t> m_sockets;
 };
 
-SWL_socket_t ConnectTo(const char* pAddress, unsigned short port, int timeOut = 2000) {
-    CSWL_ConnectProcEx* pConnect = CSWL_ConnectProcEx::NewConnectProc(pAddress, port);
-    const SWL_socket_t sock = pConnect->ConnectSynEx(timeOut);
-    pConnect->Destroy();
-    return sock;
-}
-
 }  // namespace
 
 TEST(Connect, WaitIsBoundedAndEndedByDestroy) {
@@ -70,7 +63,9 @@ TEST(Connect, WaitIsBoundedAndEndedByDestroy) {
         CMovedTime time;
         time.SetRate(20);
         const tint64 start = TimeSource().MonotonicMicroseconds();
-        EXPECT_EQ(ConnectTo("127.0.0.1", peer.Port(), 2500), SWL_INVALID_SOCKET);
+        CSWL_ConnectProcEx* pConnect = CSWL_ConnectProcEx::NewConnectProc("127.0.0.1", peer.Port());
+        EXPECT_EQ(pConnect->ConnectSynEx(2500), SWL_INVALID_SOCKET);
+        pConnect->Destroy();
         const tint64 waited = (TimeSource().MonotonicMicroseconds() - start) / 1000;
         EXPECT_GE(waited, 2500);
         EXPECT_LT(waited, 4000);
@@ -182,7 +177,7 @@ TEST(Listen, CallbackMayStopRestartAndDestroy) {
     ASSERT_EQ(listener->StartListen(0), CSWL_ListenProcEx::LISTEN_OK);
     port = listener->GetListenPort();
     for (int i = 1; i <= 2; ++i) {
-        SWL_CloseSocket(ConnectTo("127.0.0.1", port));
+        SWL_CloseSocket(ConnectLoopback(port));
         ASSERT_TRUE(WaitUntil([&] { return calls == i; }));
     }
     EXPECT_TRUE(WaitUntil([&] { return OpenDescriptorCount() == descriptors; })) << "both runs have ended";
@@ -229,7 +224,7 @@ TEST(Listen, AStopInsideTheCallbackLeavesTheThreadToBeJoined) {
     };
     state.listener = std::make_unique<CSWL_ListenProcEx>(onAccept, &state);
     ASSERT_EQ(state.listener->StartListen(0), CSWL_ListenProcEx::LISTEN_OK);
-    SWL_CloseSocket(ConnectTo("127.0.0.1", state.listener->GetListenPort()));
+    SWL_CloseSocket(ConnectLoopback(state.listener->GetListenPort()));
     EXPECT_TRUE(WaitUntil([&] { return state.bStopped.load(); }));
     auto ended = std::async(std::launch::async, [&] {
         state.listener->StopListen();
@@ -270,7 +265,7 @@ TEST(Listen, OnlyCallersThatSpokeAreTold) {
     std::vector<SWL_socket_t> silent;
     const int descriptors = OpenDescriptorCount();
     for (int caller = 1; caller <= 65; ++caller) {
-        silent.push_back(ConnectTo("127.0.0.1", listener.GetListenPort()));
+        silent.push_back(ConnectLoopback(listener.GetListenPort()));
         EXPECT_TRUE(WaitUntil([&] { return OpenDescriptorCount() == descriptors + caller + std::min(caller, 64); }));
     }
     EXPECT_TRUE(isClosed(silent[0])) << "64 may wait, and the oldest goes";
@@ -286,7 +281,7 @@ TEST(Listen, OnlyCallersThatSpokeAreTold) {
 
     time.Advance(WAIT);
     EXPECT_TRUE(isClosed(silent[4]));
-    const SWL_socket_t next = ConnectTo("127.0.0.1", listener.GetListenPort());
+    const SWL_socket_t next = ConnectLoopback(listener.GetListenPort());
     SWL_Send(next, "abcdefgh", 8);
     EXPECT_TRUE(awaitTold(4, "abcdefgh"));
     SWL_CloseSocket(next);

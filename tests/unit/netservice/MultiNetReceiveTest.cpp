@@ -1,24 +1,9 @@
-#include <fcntl.h>
-#include <sys/resource.h>
-
 #include <random>
 #include <thread>
 
 #include "EngineFixture.h"
 
 using MultiNetReceive = EngineFixture;
-
-TEST_F(MultiNetReceive, DeliversMessagesWholeAndInOrder) {
-    const int peer = AddManual();
-    m_engine.SetRecvMode(LINK, true);  // without a receiver messages wait
-    const std::vector<std::string> sent = {"a", Noise(100000), "PACK" + PackedBody("body", 4), Noise(600000, 2), "z"};
-    Write(peer, Framed(sent[0]));
-    EXPECT_EQ(m_engine.SetAutoRecvCallback(LINK, CReceiver::OnData, &m_receiver), 0);
-    Write(peer, Framed(sent[1]) + Framed("") + PackedFrame("body") + Framed(sent[3]) + Framed(sent[4]));
-    ASSERT_TRUE(m_receiver.AwaitMessages(5));
-    EXPECT_EQ(m_receiver.Messages(), sent);
-    EXPECT_EQ(m_receiver.BrokenCount(), 0u);
-}
 
 TEST_F(MultiNetReceive, ServesEveryLinkWhileOneHasMuchToSay) {
     const int loud = AddAutomatic(1);
@@ -156,28 +141,6 @@ TEST_F(MultiNetReceive, AnIdHasOneLinkAndCanBeUsedAgainAtOnce) {
     EXPECT_TRUE(m_receiver.AwaitMessages(1));
     EXPECT_EQ(m_engine.AddNewComm(12345, SWL_socket_t{-1}), -1);
     EXPECT_EQ(m_engine.SetAutoRecvCallback(12345, CReceiver::OnData, &m_receiver), -1);
-}
-
-TEST_F(MultiNetReceive, ServesSocketNumbersAbove1023) {
-    rlimit old{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &old), 0);
-    if (old.rlim_max < 2100) GTEST_SKIP() << "no such descriptors allowed here";
-    const rlimit many{2100, old.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &many), 0);
-    int pair[2];
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
-    m_peers = {pair[0], pair[1]};
-    const int high = fcntl(pair[0], F_DUPFD_CLOEXEC, 2000);
-    ASSERT_EQ(m_engine.AddNewComm(LINK, SWL_socket_t{high}), 0);
-    char raw[3] = {};
-    Write(pair[1], "raw");
-    EXPECT_EQ(m_engine.RecvData(LINK, raw, 3, true, 5), 3);
-    MakeAutomatic();
-    Write(pair[1], Framed("ping"));
-    EXPECT_TRUE(m_receiver.AwaitMessages(1));
-    EXPECT_EQ(m_engine.SendData(LINK, "pong", 4, false, true), 0);
-    EXPECT_EQ(Read(pair[1], 4), "pong");
-    setrlimit(RLIMIT_NOFILE, &old);
 }
 
 TEST_F(MultiNetReceive, RandomComingAndGoingFromManyThreads) {

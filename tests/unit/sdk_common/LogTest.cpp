@@ -24,11 +24,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string Content(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 size_t FileCount(const fs::path& directory) {
     return static_cast<size_t>(std::distance(fs::directory_iterator(directory), fs::directory_iterator()));
 }
@@ -92,7 +87,7 @@ protected:
         m_log.Info("first");
         ASSERT_TRUE(WaitUntil([&] { return gate.bHolds.load(); }));
     }
-    std::string Written(const char* pName = "app.log") { return Content(m_dir.Path() / pName); }
+    std::string Written(const char* pName = "app.log") { return ReadBytes(m_dir.Path() / pName); }
 
     CTempDir m_dir;
     YLog4C& m_log = *YLog4C::GetInstance();
@@ -110,22 +105,6 @@ TEST_F(Log, SettingsOutsideTheirBoundsChangeNothing) {
     EXPECT_EQ(YLog4C::Log4COpenLog(nullptr), m_dir.File("app.log"));
     EXPECT_TRUE(m_log.SetLogAppname(std::string(63, 'a').c_str()) && m_log.SetLogDir(longest.c_str()));
     EXPECT_EQ(YLog4C::Log4COpenLog(""), longest + "/" + std::string(63, 'a') + ".log");
-}
-
-TEST(LogModule, ComesFromTheProgramsPath) {
-    const CTempDir dir;
-    const std::string odd = dir.File("app (deleted)");  // a file that is called so
-    std::ofstream(odd) << "there";
-    const struct {
-        std::string path, directory, name;
-    } rows[] = {{"/app", "/", "app"},
-                {"/no/such/app (deleted)", "/no/such", "app"},
-                {odd, dir.Path(), "app (deleted)"},
-                {"", ".", "HLX"}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(ModuleOf(row.path).directory, row.directory) << row.path;
-        EXPECT_EQ(ModuleOf(row.path).name, row.name) << row.path;
-    }
 }
 
 TEST_F(Log, APlaceIsADirectoryOrAFile) {
@@ -256,20 +235,6 @@ TEST_F(Log, AConsoleThatNobodyReadsHoldsUpNobody) {
     EXPECT_EQ(lost + static_cast<size_t>(std::count(seen.begin(), seen.end(), '\n')), LINES + dumpLines + 2);
 }
 
-TEST_F(Log, WhatWaitsStillGoesToTheOldDirectory) {
-    GATE gate;
-    HoldWriter(gate);
-    m_log.Info("second");
-    const auto setting = std::async(std::launch::async, [&] { m_log.SetLogDir(m_dir.File("new").c_str()); });
-    IsDone(setting, std::chrono::milliseconds(50));
-    gate.bGo = true;
-    setting.wait();
-    m_log.Info("third");
-    m_log.FlushLog();
-    EXPECT_TRUE(Holds(Written(), " second\n"));
-    EXPECT_FALSE(Holds(Written(), " third\n"));
-}
-
 TEST_F(Log, NobodyWaitsForAWriterThatEnds) {
     GATE gate;
     HoldWriter(gate);
@@ -357,7 +322,7 @@ TEST_F(Log, RotationStaysWithinBothLimitsAtAnyTime) {
         m_log.SetLogDir(dir.Path().c_str());
         m_log.SetLogMaxsize(row.maxSize);
         m_log.SetLogFileMaxcnt(row.maxCount);
-        const auto written = [&] { return Content(dir.File("app.log")); };
+        const auto written = [&] { return ReadBytes(dir.File("app.log")); };
         for (const char* pForeign :
              {"app.txt", "app.log.1.gz", "apple.log", "app_2026.log", "app.log.x", "app.2.log", "app.2.log.1"})
             std::ofstream(dir.Path() / pForeign) << "foreign";
@@ -495,7 +460,7 @@ TEST_F(Log, ManyThreadsAndChangingSettings) {
     m_log.SetLog2File(true);
     m_log.Info("last");
     m_log.CloseLog();
-    EXPECT_TRUE(Holds(Content(YLog4C::Log4COpenLog(nullptr)), " last\n"));
+    EXPECT_TRUE(Holds(ReadBytes(YLog4C::Log4COpenLog(nullptr)), " last\n"));
 }
 
 }  // namespace

@@ -15,43 +15,6 @@ protected:
     CWireListener m_listener;
 };
 
-TEST_F(CallIn, TheLinkIsLikeAnAcceptedOne) {
-    StartRecorder();
-    CWireClient client(m_listener);
-    const BYTES block = client.Read(64);
-    ASSERT_EQ(block.size(), 64u);
-    EXPECT_EQ(Word(block, 0), 0x64616568u);
-    EXPECT_EQ(Word(block, 4), 0u);
-    EXPECT_EQ(Word(block, 20), 0x80000007u);
-    client.Command(257, LoginBody("admin", "secret"));
-    EXPECT_TRUE(client.Next(0x10001));
-    client.StartStreams(1, 0, 0);
-    EXPECT_TRUE(client.Next(0xA000001));
-    CWireClient other(m_pRecorder->Port());  // and it still listens
-    EXPECT_TRUE(other.Login());
-    EXPECT_EQ(m_log.Count(SIM_EVENT_KIND::CALLED), 1u);
-}
-
-TEST_F(CallIn, ItCallsAgainHoweverTheLinkEnds) {
-    StartRecorder();
-    for (const SIM_CUT how : {SIM_CUT::CLOSE, SIM_CUT::RESET}) {
-        CWireClient client(m_listener);
-        ASSERT_EQ(client.Read(64).size(), 64u);
-        m_pRecorder->CutLinks(how);
-        EXPECT_TRUE(client.ReadsEnd());
-    }
-    for (int n = 0; n < 2; ++n) {
-        CWireClient client(m_listener);
-        EXPECT_EQ(client.Read(64).size(), 64u);  // then the client ends it, without a word
-    }
-    CWireClient client(m_listener);
-    ASSERT_TRUE(client.Login());
-    client.Command(258);
-    EXPECT_TRUE(client.ReadsEnd());
-    EXPECT_TRUE(CWireClient(m_listener).IsOpen());
-    EXPECT_TRUE(m_log.WaitFor(SIM_EVENT_KIND::CLOSED, 5, PATIENCE));
-}
-
 TEST_F(CallIn, ARestartEndsTheLinkAndTheNextCallComesBehindIt) {
     m_config.rebootDelay = 1ms;
     m_config.rebootTime = 400ms;
@@ -64,19 +27,6 @@ TEST_F(CallIn, ARestartEndsTheLinkAndTheNextCallComesBehindIt) {
     CWireClient again(m_listener);
     EXPECT_EQ(again.Read(64).size(), 64u);
     EXPECT_GE(SIM_CLOCK::now() - start, 401ms);
-}
-
-TEST_F(CallIn, NobodyThereIsToldAndTriedAgainAndLeavesNothingBehind) {
-    m_listener.Close();
-    const int threads = ThreadCount();
-    const int descriptors = OpenDescriptorCount();
-    StartRecorder();
-    EXPECT_TRUE(m_log.WaitFor(SIM_EVENT_KIND::VAIN_CALL, 3, PATIENCE));
-    EXPECT_NE(m_log.Events().front().sText.find(m_config.sCallIn), std::string::npos);
-    m_pRecorder.reset();
-    EXPECT_TRUE(WaitUntil([&] { return ThreadCount() == threads; }));
-    EXPECT_EQ(OpenDescriptorCount(), descriptors);
-    EXPECT_EQ(m_log.Count(SIM_EVENT_KIND::CALLED), 0u);
 }
 
 TEST_F(CallIn, AConnectIsBounded) {

@@ -1,21 +1,9 @@
-// Script and control lines: their form, their times, and what they have a recorder do.
+// Script and control lines: their form, and what they have a recorder do.
 #include "RecorderFixture.h"
 #include "simulator/classic/ClassicScript.h"
 #include "simulator/SimScript.h"
 
 namespace {
-
-using namespace std::chrono_literals;
-
-TEST(SimTime, IsReadWithItsUnit) {
-    // 0: no time
-    const std::pair<const char*, std::int64_t> cases[] = {
-        {"500ms", 500},       {"2s", 2000}, {"1.5m", 90000}, {"1h", 3600000}, {"3", 3000}, {"0", 0},   {"0.5ms", 0},
-        {"-1s", 0},           {"1x", 0},    {"", 0},         {"s", 0},        {"1 s", 0},  {"nan", 0}, {"721h", 0},
-        {"720h", 2592000000}, {"2s ", 0},   {"0x10ms", 0},   {"1e3", 0},      {"1ss", 0}};
-    for (const auto& [pText, milliseconds] : cases)
-        EXPECT_EQ(ParseSimTime(pText).value_or(0ms).count(), milliseconds) << pText;
-}
 
 struct LINE_CASE {
     const char* pText;
@@ -52,29 +40,6 @@ TEST(SimScript, LineIsTimeAndWords) {
         EXPECT_EQ(line.every.count(), row.every) << row.pText;
         EXPECT_EQ(line.words, row.words) << row.pText;
     }
-}
-
-TEST(SimSchedule, RunsInOrderAndRepeatsWithoutABurst) {
-    CSimSchedule schedule;
-    std::string sDone;
-    const SIM_TIME start = SIM_CLOCK::now();
-    const auto add = [&](std::chrono::milliseconds at, std::chrono::milliseconds every, char letter) {
-        schedule.Add(start, {at, every, {}}, [&sDone, letter] { sDone += letter; });
-    };
-    EXPECT_EQ(schedule.NextDue(), SIM_TIME::max());
-    add(20ms, 0ms, 'b');
-    add(10ms, 10ms, 'e');
-    add(20ms, 0ms, 'c');
-    add(0ms, 0ms, 'a');
-    schedule.RunDue(start - 1ms);
-    EXPECT_EQ(sDone, "");
-    schedule.RunDue(start + 10ms);
-    EXPECT_EQ(sDone, "ae");
-    schedule.RunDue(start + 20ms);
-    EXPECT_EQ(sDone, "aebce");
-    schedule.RunDue(start + 75ms);  // 30 to 70 at once
-    EXPECT_EQ(sDone, "aebcee");
-    EXPECT_EQ(schedule.NextDue(), start + 80ms);
 }
 
 TEST(ClassicScript, WrongWordsGiveASentence) {
@@ -132,52 +97,6 @@ TEST_F(ClassicScriptTest, StatusWordsAreToldToClients) {
         if (!std::exchange(bFirst, false)) continue;
         EXPECT_TRUE(client.Next(0x9000004));  // with the first status all of it is told
     }
-}
-
-TEST_F(ClassicScriptTest, StreamStopLeavesTheOthersAlone) {
-    m_config.speed = 10;
-    const std::uint16_t port = StartRecorder();
-    CWireClient first(port), second(port);
-    for (CWireClient* pClient : {&first, &second}) {
-        ASSERT_TRUE(pClient->Login());
-        pClient->StartStreams(0, 0x6, 0x6);
-        ASSERT_TRUE(pClient->NextFrame(1, 2));
-    }
-    Do("stream-stop 2");
-    ASSERT_TRUE(m_log.WaitFor(SIM_EVENT_KIND::STREAMS, 4, PATIENCE));
-    const auto events = m_log.Events();
-    for (auto it = events.end() - 2; it != events.end(); ++it) {
-        EXPECT_EQ(it->secondMask, 0x2u);
-        EXPECT_EQ(it->soundMask, 0x2u);
-    }
-    first.StartStreams(0, 0x6, 0x6, 514);
-    EXPECT_TRUE(first.NextFrame(1, 2));
-}
-
-TEST_F(ClassicScriptTest, CutRebootAndFaultsAct) {
-    m_config.rebootDelay = 1ms;
-    m_config.rebootTime = 200ms;
-    const std::uint16_t port = StartRecorder();
-    const auto start = SIM_CLOCK::now();
-    for (const char* pLine : {"cut close", "cut reset", "reboot"}) {
-        CWireClient client(port);
-        ASSERT_TRUE(client.Login());
-        Do(pLine);
-        EXPECT_TRUE(client.ReadsEnd()) << pLine;
-    }
-    ASSERT_TRUE(WaitUntil([&] { return CWireClient(port).Read(64).size() == 64; }));
-    EXPECT_GE(SIM_CLOCK::now() - start, m_config.rebootTime);
-
-    Do("fault refuse@login=3*1");
-    Do("fault close-every=20");
-    CWireClient client(port);
-    EXPECT_EQ(client.Login()->Id(), 0x10002u);
-    EXPECT_TRUE(client.ReadsEnd());  // close-every
-    Do("fault off");
-    CWireClient healthy(port);
-    EXPECT_EQ(healthy.Login()->Id(), 0x10001u);
-    healthy.Command(2049);
-    EXPECT_TRUE(healthy.Next(0x80001));
 }
 
 }  // namespace

@@ -8,12 +8,13 @@
 #include <algorithm>
 #include <chrono>
 
+#include "support/TestSupport.h"
+
 std::uint64_t Number(const BYTES& bytes, size_t at, size_t size) {
     std::uint64_t number = 0;
     for (size_t n = 0; n < size; ++n) number |= std::uint64_t{bytes.at(at + n)} << (8 * n);
     return number;
 }
-std::uint16_t Short(const BYTES& bytes, size_t at) { return static_cast<std::uint16_t>(Number(bytes, at, 2)); }
 std::uint32_t Word(const BYTES& bytes, size_t at) { return static_cast<std::uint32_t>(Number(bytes, at, 4)); }
 std::uint64_t Long(const BYTES& bytes, size_t at) { return Number(bytes, at, 8); }
 std::string Text(const BYTES& bytes, size_t at) { return reinterpret_cast<const char*>(bytes.data() + at); }
@@ -27,43 +28,27 @@ static void BePatient(int sock) {
     setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
 }
 
-static sockaddr_in Loopback(std::uint16_t port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return address;
-}
-
 CWireListener::CWireListener() : m_sock(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     BePatient(m_sock);
-    sockaddr_in address = Loopback(0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t length = sizeof(address);
     bind(m_sock, reinterpret_cast<sockaddr*>(&address), length);
     listen(m_sock, 16);
     if (getsockname(m_sock, reinterpret_cast<sockaddr*>(&address), &length) == 0) m_port = ntohs(address.sin_port);
 }
 
-void CWireListener::Close() {
-    if (m_sock >= 0) close(m_sock);
-    m_sock = -1;
-}
+CWireListener::~CWireListener() { close(m_sock); }
 
 CWireClient::CWireClient(const CWireListener& listener)
     : m_sock(accept4(listener.Socket(), nullptr, nullptr, SOCK_CLOEXEC)) {
     BePatient(m_sock);
 }
 
-CWireClient::CWireClient(std::uint16_t port) : m_sock(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    BePatient(m_sock);
-    const sockaddr_in address = Loopback(port);
-    if (connect(m_sock, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) Close();
-}
+CWireClient::CWireClient(std::uint16_t port) : m_sock(ConnectLoopback(port)) { BePatient(m_sock); }
 
-void CWireClient::Close() {
-    if (m_sock >= 0) close(m_sock);
-    m_sock = -1;
-}
+CWireClient::~CWireClient() { close(m_sock); }
 
 BYTES CWireClient::Read(size_t length) {
     BYTES bytes(length);

@@ -11,7 +11,6 @@ using BYTES = std::vector<std::uint8_t>;
 
 std::uint32_t Word(const BYTES& bytes, size_t at);
 std::uint64_t Long(const BYTES& bytes, size_t at);
-std::uint16_t Short(const BYTES& bytes, size_t at);
 std::string Text(const BYTES& bytes, size_t at);
 
 /// One link frame as it came: packed pieces have a negative length and their 24-byte head in `payload`.
@@ -27,11 +26,9 @@ public:
     explicit CWireClient(std::uint16_t port);
     /// Takes the next caller of a listening socket; none within 5 s leaves it closed.
     explicit CWireClient(const class CWireListener& listener);
-    ~CWireClient() { Close(); }
+    ~CWireClient();
     CWireClient(const CWireClient&) = delete;
     CWireClient& operator=(const CWireClient&) = delete;
-
-    void Close();
 
     /// Up to `length` bytes; fewer when the link ended or the time is over.
     BYTES Read(size_t length);
@@ -52,8 +49,6 @@ public:
     /// Reads the first block and logs in; gives the reply.
     std::optional<WIRE_MESSAGE> Login(const std::string& sUser = "admin", const std::string& sPassword = "secret");
 
-    bool IsOpen() const { return m_sock >= 0; }
-
 private:
     int m_sock;
 };
@@ -62,11 +57,10 @@ private:
 class CWireListener {
 public:
     CWireListener();
-    ~CWireListener() { Close(); }
+    ~CWireListener();
     CWireListener(const CWireListener&) = delete;
     CWireListener& operator=(const CWireListener&) = delete;
 
-    void Close();
     int Socket() const { return m_sock; }
     std::uint16_t Port() const { return m_port; }
 

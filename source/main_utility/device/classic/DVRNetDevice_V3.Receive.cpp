@@ -17,9 +17,8 @@ static_assert(STATUS_MASK_OFFSET == 20);
 
 constexpr unsigned int FULL_RING_PAUSE_MS = 1;
 
-bool IsPlaybackStream(tuint32 streamID) {
-    return streamID >= PLAYBACK_STREAM_ID_FIRST && streamID <= PLAYBACK_STREAM_ID_LAST;
-}
+bool IsRecorded(tuint32 streamID) { return streamID >= PLAYBACK_STREAM_ID_FIRST && streamID <= DOWNLOAD_STREAM_ID; }
+static_assert(PLAYBACK_STREAM_ID_LAST + 1 == DOWNLOAD_STREAM_ID);
 
 }  // namespace
 
@@ -67,7 +66,9 @@ void CDVRNetDevice_V3::OnMessage(Body message) {
     if (head.cmdType > CMD_BASENUM_REPLY_STATUS && head.cmdType < CMD_END_REPLY_STATUS)
         return OnStatus(head.cmdType, message);
     if (head.cmdType == CMD_REPLY_DATA_STREAM) return OnStreamMessage(reader.Rest());
-    m_replies.OnReply(head.cmdType, reader.Bytes(std::min<size_t>(head.dataLen, reader.Left())));
+    const Body body = reader.Bytes(std::min<size_t>(head.dataLen, reader.Left()));
+    NoteStreamAnswer(head.cmdType, body);
+    m_replies.OnReply(head.cmdType, body);
 }
 
 void CDVRNetDevice_V3::OnStatus(tuint32 cmdType, Body message) {
@@ -118,12 +119,9 @@ void CDVRNetDevice_V3::OnWholePackedMessage(Body message) {
 void CDVRNetDevice_V3::DeliverFrame(const FRAME_INFO& wire, Body data) {
     if (!ConvertFrameInfo(wire, m_sdkFrameInfo)) return;
     m_sdkFrameInfo.deviceID = static_cast<tuint32>(m_deviceID);
-    NoteTimes(wire);
     const auto* pData = reinterpret_cast<const unsigned char*>(data.data());
-    if (wire.streamID == DOWNLOAD_STREAM_ID) return (void)PushFrame(DOWNLOAD_STREAM_ID, pData);
-    if (IsPlaybackStream(wire.streamID)) {
-        return (void)PushFrame(PLAYBACK_BUFFER_ID(m_deviceID, wire.streamID - PLAYBACK_STREAM_ID_FIRST), pData);
-    }
+    if (IsRecorded(wire.streamID)) return PushRecorded(wire.streamID, pData);
+    NoteTimes(wire);
     // Any other stream id is live. It never names a ring: a recorder must not reach the rings of another.
     CollectReceivers();
     for (size_t i = 0; i < m_receiverCount; ++i)

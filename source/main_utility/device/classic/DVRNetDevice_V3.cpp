@@ -231,6 +231,7 @@ void CDVRNetDevice_V3::ClearStreams() {
     m_ullFirstStream = 0;
     m_ullSecondStream = 0;
     m_ullJpegStream = 0;
+    for (RECORD_STREAM& stream : m_recordStreams) Forget(stream);
     std::lock_guard guard(m_ChanelTaskInfoLock);
     m_ChanelTaskInfo.clear();
 }
@@ -267,14 +268,37 @@ bool CDVRNetDevice_V3::SendRequestCmd(tuint32 dwCmdType, Body body) {
 
 HLX_ERROR CDVRNetDevice_V3::AskQuietly(tuint32 dwCmdType, Body body, std::initializer_list<tuint32> accepted,
                                        REPLY_CMD_DATA& reply) {
+    const auto take = [&reply](REPLY_CMD_DATA& first) {
+        reply = std::move(first);
+        return REPLY_DONE;
+    };
+    return AskEachQuietly(dwCmdType, body, accepted, std::cref(take));  // by reference: needs no memory
+}
+
+HLX_ERROR CDVRNetDevice_V3::AskEachQuietly(tuint32 dwCmdType, Body body, std::initializer_list<tuint32> accepted,
+                                           const CReplyWaiter::TAKE_REPLY& take) {
     // A request of the application does not wait behind a login: until that is through the session is not there.
     const std::thread::id loginThread = m_loginThread;
     const auto send = [&] { return SendConnected(dwCmdType, body); };
     HLX_ERROR error = HLX_NETWORK_NOT_CONNECT;
     if (loginThread == std::thread::id{} || loginThread == std::this_thread::get_id())
-        error = m_replies.Ask(std::cref(send), {accepted.begin(), accepted.size()},
-                              reply);  // by reference: needs no memory
+        error = m_replies.AskEach(std::cref(send), {accepted.begin(), accepted.size()}, take);
     return error == HLX_SUCCESS ? HLX_SUCCESS : LogRefusal(dwCmdType, error);
+}
+
+HLX_ERROR CDVRNetDevice_V3::AskNumbered(tuint32 dwCmdType, Body body, std::initializer_list<tuint32> accepted,
+                                        const CReplyWaiter::TAKE_REPLY& take) {
+    const auto requestID = CWireReader(body).Read<tuint32>();
+    HLX_ERROR wrong = HLX_SUCCESS;
+    const auto takeOwn = [&](REPLY_CMD_DATA& reply) {
+        CWireReader reader(reply.cmdParam);
+        const auto number = reader.Read<tuint32>();
+        if (!reader.Good()) wrong = LogRefusal(dwCmdType, HLX_NETWORK_ERRORDATA);
+        if (!reader.Good()) return REPLY_DONE;
+        return number == requestID ? take(reply) : REPLY_NOT_MINE;
+    };
+    const HLX_ERROR error = AskEachQuietly(dwCmdType, body, accepted, std::cref(takeOwn));
+    return error == HLX_SUCCESS ? wrong : error;
 }
 
 std::optional<REPLY_CMD_DATA> CDVRNetDevice_V3::Ask(tuint32 dwCmdType, Body body, tuint32 yes,

@@ -15,6 +15,7 @@
 #include "netservice/MultiNet.h"
 #include "netservice/MultiNetDataBufferMan.h"
 #include "protocol/ClassicProtocol.h"
+#include "protocol/ClassicRecordings.h"
 #include "sdk_common/PubLock.h"
 #include "sdk_common/ThreadState.h"
 
@@ -123,7 +124,57 @@ public:
     /// them, 13 for a reply that is too short.
     BOOL GetDeviceIPCInfo(HLX_IPC_DEVICE_INFO* pInfo, LONG lMaxNum, LONG* pNum) override;
 
-    // Talk frames that came
+    // Searches. Each waits 10 s at most for the first message of the result and for each further one, 60 s in all; what
+    // it finds goes behind what is in the list, which stays as it was on a failure. 86 when nothing is found or the
+    // recorder refuses, 13 for replies that make no sense and for more than 1,048,576 records; 9, 10, 12 as the link
+    // does. Channel -1 stands for all. 4 for any other channel that the recorder has not, 20 for a span that ends before
+    // it starts.
+    BOOL SearchRecDate(std::list<DD_DATE>& dateList) override;
+    BOOL SearchRecTime(LONG lChannel, DWORD dwType, const DD_TIME& start, const DD_TIME& stop,
+                       std::list<HLX_REC_TIME>& timeList) override;
+    BOOL SearchRecFile(LONG lChannel, DWORD dwType, const DD_TIME& start, const DD_TIME& stop,
+                       std::list<HLX_REC_FILE>& fileList) override;
+    BOOL SearchRecEvent(LONG lChannel, DWORD dwType, const DD_TIME& start, const DD_TIME& stop,
+                        std::list<HLX_REC_EVENT>& eventList) override;
+    BOOL SearchDVRLog(DWORD dwType, const DD_TIME& start, const DD_TIME& stop, std::list<HLX_LOG>& logList) override;
+    BOOL SearchDVREvent(DWORD dwType, ULONGLONG ullChannels, const DD_TIME& start, const DD_TIME& stop,
+                        std::list<HLX_EVENT>& eventList) override;
+
+    // Files, 1 to MAX_FILE_LIST, else 20; all of them or, with the numbers of a search, none.
+    BOOL DeleteRecFile(HLX_REC_FILE* pFiles, LONG lFileNum) override;
+    BOOL LockRecFile(HLX_REC_FILE* pFiles, LONG lFileNum) override;
+    BOOL UnlockRecFile(HLX_REC_FILE* pFiles, LONG lFileNum) override;
+
+    // Playback and download; streams have the ids 10 to 99 and 100. What a recorder sends of a stream before it has
+    // answered its start or seek, after it refused one, or when nobody asked for the stream, reaches no ring.
+    /// Starts a stream of 1 to 8 channels; frames come behind the answer, for which it waits 10 s at most. Fails with
+    /// 31 (the recorder serves as many as it can), 86 (no recordings then), 32 (refused), 4, 9, 10, 12, 13 (an answer
+    /// that makes no sense), 20.
+    BOOL PlaybackByTime(LONG* pChannels, LONG lChannelNum, const DD_TIME& start, const DD_TIME& stop, DWORD dwStreamID,
+                        BOOL bFirstStream) override;
+    /// Takes a stream to another time; as PlaybackByTime, 20 for a stream that was not started. Once the answer is
+    /// there the ring holds nothing of the run before. A stream whose seek fails brings nothing until the next.
+    BOOL PlaybackSetTime(LONG* pChannels, LONG lChannelNum, const DD_TIME& start, const DD_TIME& stop,
+                         DWORD dwStreamID) override;
+    // Those below only send, and fail with 10 at once when the link takes nothing.
+    /// Codes without a command here succeed and send nothing. Sound on is the sound of all channels of the stream.
+    BOOL PlaybackCtrl(DWORD dwStreamID, DWORD dwCommand, DWORD dwValue) override;
+    BOOL StopPlayback(DWORD dwStreamID) override;
+    BOOL NotifyPlayIndex(LONG lStreamID, LONG lFrameIndex, int iChannel) override;
+    BOOL ChangeAudioChannel(ULONGLONG ullChannels, unsigned int uStreamID) override;
+    /// As PlaybackByTime of one channel, stream 100.
+    BOOL DownLoadByTime(LONG lChannel, BOOL bFirstStream, const DD_TIME& start, const DD_TIME& stop) override;
+    BOOL StopDownLoad(LONG lChannel) override;
+
+    // Talk
+    /// Forgets what came of an earlier talk. 34 while somebody else talks with the recorder; waits 10 s at most. A
+    /// broken link ends the talk.
+    BOOL StartTalkback() override;
+    /// Sends only.
+    BOOL StopTalkback() override;
+    /// Coded sound of any length, in pieces that fit the send buffer; in units as the recorder's own sound, where what
+    /// does not fill one goes with the next call. Does not wait: 10 when the link takes no more.
+    BOOL SendTalkData(unsigned char* pData, unsigned int uLength) override;
     BOOL GetTalkFrame(FRAME_INFO_EX& frame) override { return m_talkFrames.Pop(frame); }
     void ReleaseTalkBuf(const FRAME_INFO_EX& frame) override { CTalkFrameQueue::Release(frame); }
 
@@ -133,38 +184,10 @@ public:
     BOOL SearchPictures(HLX_IMAGE_SREACH, LONG, HLX_IMAGE*, LONG*) override { return Refuse(); }
     BOOL RemoteSnap(int) override { return Refuse(); }
     BOOL ViewPicture(const char*, HLX_IMAGE, HLX_IMAGE_INFO*, char*, unsigned int) override { return Refuse(); }
-    BOOL SearchRecDate(std::list<DD_DATE>&) override { return Refuse(); }
-    BOOL SearchRecTime(LONG, DWORD, const DD_TIME&, const DD_TIME&, std::list<HLX_REC_TIME>&) override {
-        return Refuse();
-    }
-    BOOL SearchRecFile(LONG, DWORD, const DD_TIME&, const DD_TIME&, std::list<HLX_REC_FILE>&) override {
-        return Refuse();
-    }
-    BOOL SearchRecEvent(LONG, DWORD, const DD_TIME&, const DD_TIME&, std::list<HLX_REC_EVENT>&) override {
-        return Refuse();
-    }
-    BOOL SearchDVRLog(DWORD, const DD_TIME&, const DD_TIME&, std::list<HLX_LOG>&) override { return Refuse(); }
-    BOOL SearchDVREvent(DWORD, ULONGLONG, const DD_TIME&, const DD_TIME&, std::list<HLX_EVENT>&) override {
-        return Refuse();
-    }
-    BOOL DeleteRecFile(HLX_REC_FILE*, LONG) override { return Refuse(); }
-    BOOL LockRecFile(HLX_REC_FILE*, LONG) override { return Refuse(); }
-    BOOL UnlockRecFile(HLX_REC_FILE*, LONG) override { return Refuse(); }
-    BOOL PlaybackByTime(LONG*, LONG, const DD_TIME&, const DD_TIME&, DWORD, BOOL) override { return Refuse(); }
-    BOOL NotifyPlayIndex(LONG, LONG, int) override { return Refuse(); }
-    BOOL StopPlayback(DWORD) override { return Refuse(); }
-    BOOL PlaybackCtrl(DWORD, DWORD, DWORD) override { return Refuse(); }
-    BOOL PlaybackSetTime(LONG*, LONG, const DD_TIME&, const DD_TIME&, DWORD) override { return Refuse(); }
-    BOOL DownLoadByTime(LONG, BOOL, const DD_TIME&, const DD_TIME&) override { return Refuse(); }
-    BOOL StopDownLoad(LONG) override { return Refuse(); }
     BOOL ChangeDiskProperty(DVR_DISK_INFO*) override { return Refuse(); }
     LONG FormatDisk(DVR_DISK_INFO*) override { return Refuse(LONG{-1}); }
     BOOL GetFormatProgress(LONG*, LONG*) override { return Refuse(); }
     BOOL CloseFomatHandle() override { return Refuse(); }
-    BOOL ChangeAudioChannel(ULONGLONG, unsigned int) override { return Refuse(); }
-    BOOL StartTalkback() override { return Refuse(); }
-    BOOL StopTalkback() override { return Refuse(); }
-    BOOL SendTalkData(unsigned char*, unsigned int) override { return Refuse(); }
     BOOL RequestUpdata(char*) override { return Refuse(); }
     LONG SendUpdataData(void*, unsigned int) override { return Refuse(LONG{-1}); }
     BOOL CloseUpgrade() override { return Refuse(); }
@@ -220,6 +243,14 @@ private:
     HLX_ERROR SendConnected(tuint32 dwCmdType, Body body);
     HLX_ERROR SendFrame(tuint32 dwCmdType, Body body, bool bWaitForRoom = true);
     HLX_ERROR AskQuietly(tuint32 dwCmdType, Body body, std::initializer_list<tuint32> accepted, REPLY_CMD_DATA& reply);
+    HLX_ERROR AskEachQuietly(tuint32 dwCmdType, Body body, std::initializer_list<tuint32> accepted,
+                             const CReplyWaiter::TAKE_REPLY& take);
+    /// A number for the next request about recordings.
+    tuint32 NextRequestID() { return ++m_lastRequestID; }
+    /// Asks about recordings: `body` begins with a requestID, and of the replies only those that begin with the same
+    /// come to `take`. Fails with HLX_NETWORK_ERRORDATA on a reply without that number.
+    HLX_ERROR AskNumbered(tuint32 dwCmdType, Body body, std::initializer_list<tuint32> accepted,
+                          const CReplyWaiter::TAKE_REPLY& take);
 
     /// A reply of failure, and the number that it sets.
     struct REFUSAL {
@@ -234,6 +265,18 @@ private:
     /// The reply to `dwCmdType` makes no sense. False, with HLX_NETWORK_ERRORDATA.
     bool WrongReply(tuint32 dwCmdType) { return Failure(LogRefusal(dwCmdType, HLX_NETWORK_ERRORDATA)); }
 
+    // Searches
+    struct SEARCH_COMMANDS {
+        tuint32 request, yes, no;
+        tuint32 kind;  // that replies must tell
+    };
+    template <class Record>
+    bool Search(const SEARCH_COMMANDS& commands, Body body, std::list<Record>& records);
+    template <class Record>
+    bool SearchData(tuint32 kind, LONG lChannel, DWORD dwType, const DD_TIME& start, const DD_TIME& stop,
+                    std::list<Record>& records);
+    bool ChangeFiles(tuint32 dwCmdType, const HLX_REC_FILE* pFiles, LONG lFileNum);
+
     // Control
     std::optional<NET_COLOR_INFO> ColorInfo(LONG lChannel, DWORD dwBrightness, DWORD dwContrast, DWORD dwSaturation,
                                             DWORD dwHue);
@@ -241,6 +284,10 @@ private:
     bool SendManualRecord(LONG lChannel, bool bStart, LONG lRecordType);
     bool AskPTZ(Body body);
     bool AskIPCInfo(HLX_IPC_DEVICE_INFO* pInfo, LONG lMaxNum, LONG* pNum);
+
+    // Talk
+    HLX_ERROR SendTalkPieces(Body sound);
+    HLX_ERROR SendTalkUnits(Body sound);
 
     // Login
     HLX_ERROR LoginOnLink(const char* sUserName, const char* sPassword);
@@ -269,6 +316,29 @@ private:
     void CollectReceivers();
     bool PushFrame(unsigned int bufferID, const unsigned char* pData);
 
+    // Playback and download
+    static constexpr tuint64 STREAM_OPEN = 0;
+    static constexpr tuint64 STREAM_SHUT = tuint64{1} << 32;
+    static constexpr tuint64 STREAM_AWAITED = tuint64{1} << 33;  // with the requestID of the start or seek
+    struct RECORD_STREAM {
+        bool bKnown = false;  // started and not stopped
+        bool bFirstStream = false;
+        tuint64 channels = 0;                     // bit n for channel n
+        std::atomic<tuint64> gate = STREAM_SHUT;  // changed under the lock; frames look at it without
+    };
+    RECORD_STREAM* RecordStream(DWORD dwStreamID);  // null for an id that no such stream can have
+    bool IsKnown(const RECORD_STREAM& stream);
+    void Forget(RECORD_STREAM& stream);
+    tuint32 IsFirstStreamOf(DWORD dwStreamID);
+    std::optional<NET_DATA_READ_INFO> ReadInfo(const LONG* pChannels, LONG lChannelNum, const DD_TIME& start,
+                                               const DD_TIME& stop);
+    bool AskForStream(NET_DATA_READ_INFO& info, RECORD_STREAM& stream);
+    static HLX_ERROR StreamAnswer(tuint32 cmdType, Body body);
+    bool SendAtOnce(tuint32 dwCmdType, Body body);
+    bool SendStreamCtrl(tuint32 dwCmdType, DWORD dwStreamID, DWORD dwValue);
+    void NoteStreamAnswer(tuint32 cmdType, Body body);                // engine's thread
+    void PushRecorded(DWORD dwStreamID, const unsigned char* pData);  // engine's thread
+
     // Live
     bool OpenStream(LONG lChannel, BOOL bFirstStream, unsigned int bufid);
     bool AddTask(LONG lChannel, BOOL bFirstStream, unsigned int bufid);
@@ -283,6 +353,7 @@ private:
     std::atomic<NET_DEVICE_STATUS> m_deviceStatus{NET_DEVICE_STATUS_DISCONNECT};
     CReplyWaiter m_replies;
     std::atomic<unsigned int> m_diskNum{0};
+    std::atomic<tuint32> m_lastRequestID{0};
 
     CPUB_Lock m_loginLock;
     bool m_bLogining = false;                      // guarded by m_loginLock
@@ -299,9 +370,16 @@ private:
     std::vector<DVR_CHANEL_TASKINFO>
         m_ChanelTaskInfo;  // guarded by m_ChanelTaskInfoLock; one entry a channel and stream
 
+    CPUB_Lock m_recordStreamLock;  // before the locks of the rings; guards the next
+    std::array<RECORD_STREAM, DOWNLOAD_STREAM_ID - PLAYBACK_STREAM_ID_FIRST + 1> m_recordStreams;  // by stream id
+
     // The recorder's clock as the last frame told it.
     std::atomic<bool> m_bGetDvrTime{false};
     std::atomic<LONGLONG> m_dvrCurrentTime{0};
+
+    // Sound on its way to the recorder; requests come one at a time, and only they touch it.
+    std::array<std::byte, TALK_SEND_SIZE> m_sendAudioBuf;
+    size_t m_sendAudioLength = 0;  // of a unit that is not full yet
 
     // The engine's thread alone touches these.
     CPackedCombiner m_combiner;

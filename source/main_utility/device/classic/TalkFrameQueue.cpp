@@ -1,5 +1,6 @@
 #include "main_utility/device/classic/TalkFrameQueue.h"
 
+#include "device_base/TalkArrival.h"
 #include "main_utility/device/classic/ClassicFrame.h"
 #include "sdk_common/WireReader.h"
 
@@ -8,7 +9,7 @@ void CTalkFrameQueue::Push(const FRAME_INFO& info, std::span<const std::byte> da
     TALK_FRAME frame(info, std::make_unique<unsigned char[]>(data.size()));
     const std::span target(reinterpret_cast<std::byte*>(frame.second.get()), data.size());
     const bool bFormat = info.frameType == FRAME_TYPE_TALK_AUDIO_FORMAT;
-    const bool bBlocked = !bFormat && IsBlockedAudio(data.size());
+    const bool bBlocked = !bFormat && !data.empty() && IsBlockedAudio(data.size());
     CWireReader reader(data);
     const auto format = bFormat ? reader.Read<WAVEFORMATEX>() : WAVEFORMATEX{};
     if (!reader.Good()) return;
@@ -18,11 +19,14 @@ void CTalkFrameQueue::Push(const FRAME_INFO& info, std::span<const std::byte> da
         std::memcpy(target.data(), data.data(), data.size());
     }
 
-    std::lock_guard guard(m_talkFrameLock);
-    if (bFormat) m_talkWaveFormat = format;
-    if (bBlocked) m_talkWaveFormat.nBlockAlign = AUDIO_BLOCK_SIZE;
-    if (m_talkFrameList.size() >= MAX_TALK_FRAMES) m_talkFrameList.pop_front();
-    m_talkFrameList.push_back(std::move(frame));
+    {
+        std::lock_guard guard(m_talkFrameLock);
+        if (bFormat) m_talkWaveFormat = format;
+        if (bBlocked) m_talkWaveFormat.nBlockAlign = AUDIO_BLOCK_SIZE;
+        if (m_talkFrameList.size() >= MAX_TALK_FRAMES) m_talkFrameList.pop_front();
+        m_talkFrameList.push_back(std::move(frame));
+    }
+    CTalkArrival::Instance().Tell();
 }
 
 bool CTalkFrameQueue::Pop(FRAME_INFO_EX& frame) {
@@ -45,4 +49,5 @@ WAVEFORMATEX CTalkFrameQueue::WaveFormat() {
 void CTalkFrameQueue::Clear() {
     std::lock_guard guard(m_talkFrameLock);
     m_talkFrameList.clear();
+    m_talkWaveFormat = {};
 }

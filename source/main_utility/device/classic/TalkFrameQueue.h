@@ -27,6 +27,7 @@ public:
 
     /// The format told last; nBlockAlign is 324 once a frame came in blocks.
     WAVEFORMATEX WaveFormat();
+    /// Forgets frames and format.
     void Clear();
 
 private:
