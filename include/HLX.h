@@ -1630,7 +1630,7 @@ HLX_API POINTERHANDLE HLX_GetFileByTime(LONG lUserID, LONG lChannel, const DD_TI
 /// As HLX_GetFileByTime to the library's own format (`bCustomFormat` 1) or AVI (0). With `bUseCallBack` the callback,
 /// which must not be null, gets the frames: instead of a file of the library's own format, where `sSavedFileName` may
 /// be null, or besides the AVI file. Frames of 4194285 bytes or more do not come to the callback. The name of an AVI
-/// file has 1 to 255 bytes, else HLX_PARAMETER_ERROR (20). An AVI file is made when the first key frame comes and begins
+/// file has 1 to 255 bytes, else HLX_PARAMETER_ERROR (20); without a name (null) no AVI file is made. An AVI file is made when the first key frame comes and begins
 /// with it; it has sound of 8000 Hz, 16 bits, mono, pauses of more than 10 s become 10 s, and another picture size
 /// starts it anew: what came before is lost then. An AVI file that cannot be made or written is told in the log once.
 /// Does not reset the last error. Request.
@@ -1653,7 +1653,7 @@ HLX_API POINTERHANDLE HLX_GetFileByTimeExV2(LONG lUserID, LONG lChannel, const D
 HLX_API BOOL HLX_StopGetFile(POINTERHANDLE lFileHandle);
 
 /// How far a download is: 0 to 99 percent of the time asked for, by the last video frame; 100 the recording has come to
-/// its end; 101 no download runs, or the handle is 0 or -1; 102 the recording ended more than a second before the stop
+/// its end; 101 no download runs, or the handle is 0 or -1; 102 the last picture is more than a second before the stop
 /// time; 200 the device went offline, for a moment only perhaps: the download has been stopped, and the last error is
 /// HLX_NETWORK_FAIL_CONNECT (8). Frames at the stop time or behind it without an end are waited for: the call then
 /// takes 5 s, stops the download and gives 100; HLX_StopGetFile and HLX_Cleanup end that wait. Errors, with the result

@@ -180,15 +180,14 @@ HLX_WIRE_RECORD(NET_EVENT_INFO, 12);
 // all the same.
 //
 // Flow control: the recorder sends at most PLAYBACK_WINDOW_FRAMES frames and PLAYBACK_WINDOW_BYTES bytes of data beyond
-// the index notified last, but always the least number of frames that a client needs to notify one: of a playback it
-// notifies each index but 0, of a download each seventh. Nothing counts as notified at the start of a stream. An index
-// that was not sent yet, or is behind the one notified last, is ignored.
+// the index notified last, but always one frame. Nothing counts as notified at the start of a stream, and frame 0, which
+// is never notified, does not keep frame 1 back. The client has room for all of that when it notifies: of a playback
+// each index, of a download the seventh, sooner where frames are large, and the last that it took when no more comes. An
+// index that was not sent yet, or is behind the one notified last, is ignored.
 
 constexpr tuint32 MAX_STREAM_CHANNELS = 8;
 constexpr tuint32 PLAYBACK_WINDOW_FRAMES = 14;
 constexpr tuint32 PLAYBACK_WINDOW_BYTES = 1u << 20;
-constexpr tuint32 PLAYBACK_WINDOW_LEAST = 2;
-constexpr tuint32 DOWNLOAD_WINDOW_LEAST = 8;
 
 /// Body of CMD_REQUEST_DATA_READ: starts a stream or, with the id of one that runs, takes it to another time. Answered
 /// by CMD_REPLY_DATA_INFO (NET_DATA_STREAM, no records) ahead of the frames, or by CMD_REPLY_DATA_NULL, also when nothing

@@ -6,6 +6,7 @@
 
 namespace {
 
+constexpr size_t MOST_ECHOES = 2048;  // that wait
 constexpr auto UNIT_TIME = std::chrono::milliseconds(AUDIO_BLOCK_DATA / 8);
 
 }  // namespace
@@ -38,7 +39,8 @@ bool CClassicTalk::Hear(SIM_BYTE_VIEW body, SIM_TIME now) {
         }
     }
     m_state.HearTalk(samples);
-    if (m_state.config.talk == SIM_TALK::ECHO) m_echoes.push_back({now + m_state.config.talkDelay, std::move(samples)});
+    const bool bEcho = m_state.config.talk == SIM_TALK::ECHO && m_echoes.size() < MOST_ECHOES;
+    if (bEcho) m_echoes.push_back({now + m_state.config.talkDelay, std::move(samples)});
     return true;
 }
 

@@ -2,7 +2,7 @@
 
 bool CFlowWindow::HasRoom(size_t bytes) const {
     const tuint32 underWay = m_next - m_first;
-    if (underWay < m_least) return true;
+    if (underWay == 0 || (m_first == 0 && underWay == 1)) return true;
     return underWay < PLAYBACK_WINDOW_FRAMES && m_bytes + bytes <= PLAYBACK_WINDOW_BYTES;
 }
 
@@ -20,9 +20,7 @@ void CFlowWindow::Notify(tuint32 index) {
 
 CPlaybackStream::CPlaybackStream(const CSimArchive& archive, const CArchiveMedia& media, tuint32 streamID,
                                  const ARCHIVE_REQUEST& request)
-    : m_streamID(streamID),
-      m_stream(archive, media, request),
-      m_window(streamID == DOWNLOAD_STREAM_ID ? DOWNLOAD_WINDOW_LEAST : PLAYBACK_WINDOW_LEAST) {}
+    : m_streamID(streamID), m_stream(archive, media, request) {}
 
 bool CPlaybackStream::Peek(CLASSIC_FRAME& frame) {
     ARCHIVE_FRAME next;

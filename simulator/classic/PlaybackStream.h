@@ -9,9 +9,6 @@
 /// Which frames have been sent and not been notified: says whether another may go.
 class CFlowWindow {
 public:
-    /// `least`: so many frames may go whatever their size.
-    explicit CFlowWindow(tuint32 least) : m_least(least) {}
-
     bool HasRoom(size_t bytes) const;
 
     /// Counts a frame in and gives its index.
@@ -21,13 +18,12 @@ public:
     void Notify(tuint32 index);
 
 private:
-    const tuint32 m_least;
     tuint32 m_next = 0;                // index of the next frame
     tuint32 m_first = 0;               // index of the first frame under way
     size_t m_bytes = 0;                // under way
     std::array<size_t, 16> m_sizes{};  // of the frames under way, by index
 };
-static_assert(PLAYBACK_WINDOW_FRAMES <= 16 && DOWNLOAD_WINDOW_LEAST <= PLAYBACK_WINDOW_FRAMES);
+static_assert(PLAYBACK_WINDOW_FRAMES <= 16);
 
 /// Gives the frames of a recording as flow control lets them go. Used by the recorder's thread.
 class CPlaybackStream {

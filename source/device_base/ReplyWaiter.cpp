@@ -23,6 +23,7 @@ void CReplyWaiter::Close() {
     {
         std::lock_guard guard(m_lstReplyLock);
         m_bClosed = true;
+        m_bInterrupted = m_bAsking;  // also for one that looks only when the next link is there
     }
     m_recvEvent.Close();
     m_roomEvent.Close();
@@ -33,6 +34,7 @@ void CReplyWaiter::Break() {
         std::lock_guard guard(m_lstReplyLock);
         m_bBroken = true;
         m_bClosed = true;
+        m_bInterrupted = m_bAsking;
     }
     m_recvEvent.Close();
     m_roomEvent.Close();

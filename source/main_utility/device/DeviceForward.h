@@ -210,7 +210,7 @@ public:
     BOOL StartTalk(LONG lUserID) { return Forward(BOOL{0}, &CNetDevice::StartTalkback, lUserID); }
     BOOL StopTalk(LONG lUserID) { return Forward(BOOL{0}, &CNetDevice::StopTalkback, lUserID); }
     BOOL SendTalkData(LONG lUserID, unsigned char* pData, unsigned int uLength) {
-        return Forward(BOOL{0}, &CNetDevice::SendTalkData, lUserID, pData, uLength);
+        return ForwardAtOnce(BOOL{0}, &CNetDevice::SendTalkData, lUserID, pData, uLength);
     }
     /// These two ask nothing of the device and do not wait for requests of others: sound is not held up by a device
     /// that does not answer.

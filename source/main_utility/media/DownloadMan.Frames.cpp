@@ -15,6 +15,8 @@ namespace {
 constexpr size_t FRAME_HEAD = sizeof(HLX_FRAME_INFO);
 constexpr size_t CALLBACK_BUFFER = 4194304;  // bytes
 constexpr int NOTICE_DISTANCE = 7;           // frames
+constexpr size_t NOTICE_BYTES = 524288;      // half of what a recorder may have under way
+constexpr tuint32 NOTICE_WAIT = 5;           // milliseconds without data after which the last frame is notified
 constexpr tuint32 FLUSH_WAIT = 200;          // milliseconds without data after which the file gets what was gathered
 constexpr tuint32 IDLE_WAIT = 10000;         // milliseconds
 
@@ -44,15 +46,19 @@ void CDownloadMan::DownLoadDataProc() {
         } else if (m_pDataBufferMan->GetDataBuffer(HLX_BACKUP_STREAM_ID, pRun, length)) {
             WalkRun(pRun, static_cast<size_t>(length));
             m_pDataBufferMan->ReleaseDataBuffer(HLX_BACKUP_STREAM_ID, pRun, length);
+            NotifyIndex(false);
         } else {
             AwaitData();
         }
     }
 }
 
-/// What was gathered goes to the file when no more comes for a while, so that a process that is killed loses little.
+/// Frames that are large fill the recorder's window before the seventh of them, so the last one is notified when no more
+/// comes. What was gathered goes to the file somewhat later, so that a process that is killed loses little.
 void CDownloadMan::AwaitData() {
-    const tuint32 wait = m_bFlushed ? IDLE_WAIT : FLUSH_WAIT;
+    if (m_pDataBufferMan->WaitForData(HLX_BACKUP_STREAM_ID, NOTICE_WAIT)) return;
+    const bool bTold = NotifyIndex(true);
+    const tuint32 wait = m_bFlushed && bTold ? IDLE_WAIT : FLUSH_WAIT;
     if (m_pDataBufferMan->WaitForData(HLX_BACKUP_STREAM_ID, wait) || m_bFlushed) return;
     const std::scoped_lock guard(m_lock);
     m_bFlushed = true;
@@ -74,16 +80,14 @@ void CDownloadMan::WalkRun(const unsigned char* pRun, size_t length) {
 
 void CDownloadMan::ProcessFrame(const HLX_FRAME_INFO& frame, const unsigned char* pData) {
     while (m_waiting > 0) std::this_thread::yield();
-    std::unique_lock guard(m_lock);
+    const std::scoped_lock guard(m_lock);
     if (!IsOurs(frame)) return;
-    if (static_cast<int>(frame.frameIndex - m_frameIndex) >= NOTICE_DISTANCE) {
-        const LONG lUserID = m_pDownloadInfo->lUserID;
-        guard.unlock();
-        NotifyIndex(lUserID, frame.frameIndex);
-        guard.lock();
-        if (!IsOurs(frame)) return;  // stopped meanwhile
-        m_frameIndex = frame.frameIndex;
+    if (frame.frameIndex != m_nextIndex) {
+        YLOG(YLOG_WARN, "user %ld, channel %ld: download %ld lacks frames %u to %u", long{m_pDownloadInfo->lUserID},
+             long{m_pDownloadInfo->lChannel}, long{m_pDownloadInfo->lHandle}, m_nextIndex, frame.frameIndex - 1);
     }
+    m_nextIndex = frame.frameIndex + 1;
+    m_takenBytes += frame.length;
     if (frame.frameIndex == 0) m_bEnd = false;
     SaveFrame(*m_pDownloadInfo, frame, pData);
 }
@@ -95,9 +99,25 @@ bool CDownloadMan::IsOurs(const HLX_FRAME_INFO& frame) const {
            frame.deviceID == static_cast<DWORD>(m_pDownloadInfo->lUserID);
 }
 
-void CDownloadMan::NotifyIndex(LONG lUserID, unsigned int frameIndex) {
+/// Behind the release of what was walked, so that the ring has room for all that the recorder then sends. False if the
+/// link does not take it: it is tried again when the ring has run dry.
+bool CDownloadMan::NotifyIndex(bool bDry) {
+    std::unique_lock guard(m_lock);
+    if (!m_pDownloadInfo || m_pDownloadInfo->bEnding || m_nextIndex == 0) return true;
+    const unsigned int index = m_nextIndex - 1;
+    const auto distance = static_cast<int>(index - m_frameIndex);
+    const bool bDue = bDry ? distance > 0 : distance >= NOTICE_DISTANCE || m_takenBytes >= NOTICE_BYTES;
+    if (!bDue) return true;
+    const LONG lUserID = m_pDownloadInfo->lUserID;
+    const POINTERHANDLE lHandle = m_pDownloadInfo->lHandle;
+    guard.unlock();
     const CThreadState::OwnNumber ownNumber;
-    m_pDeviceMan->NotifyPlayIndex(lUserID, HLX_BACKUP_STREAM_ID, static_cast<LONG>(frameIndex), -1);
+    const bool bSent = m_pDeviceMan->NotifyPlayIndex(lUserID, HLX_BACKUP_STREAM_ID, static_cast<LONG>(index), -1);
+    guard.lock();
+    if (!bSent || !Find(lHandle)) return bSent;
+    m_frameIndex = index;
+    m_takenBytes = 0;
+    return true;
 }
 
 /// The end is told to the application ahead of its frame, and the file is closed behind it.

@@ -91,9 +91,8 @@ POINTERHANDLE CDownloadMan::GetFileByTime(LONG lUserID, LONG lChannel, const DD_
     const CALLER caller(m_callers);
     if (InDataCallback()) return Failure(HLX_OPER_NOPERMIT, POINTERHANDLE{-1});
     const TARGET target{sSavedFileName, recFormat > 0 && !bUseCallBack, recFormat <= 0};
-    const bool bFile = target.bCustomFile || target.bAvi;
-    const bool bGiven =
-        lpStartTime && lpStopTime && (!bFile || sSavedFileName) && (!bUseCallBack || fBackupDataCallBack);
+    const bool bGiven = lpStartTime && lpStopTime && (!target.bCustomFile || sSavedFileName) &&
+                        (!bUseCallBack || fBackupDataCallBack);
     if (!bGiven || DDTimeToDVRTime32(*lpStartTime) > DDTimeToDVRTime32(*lpStopTime))
         return Failure(HLX_PARAMETER_ERROR, POINTERHANDLE{-1});
 
@@ -147,7 +146,7 @@ POINTERHANDLE CDownloadMan::BeginDownload(std::unique_ptr<DOWNLOAD_INFO> info, c
 
 /// An AVI file is made when the first key frame comes.
 bool CDownloadMan::OpenTarget(DOWNLOAD_INFO& info, const TARGET& target) try {
-    if (target.bAvi) {
+    if (target.bAvi && target.pFileName) {
         info.pWriter = std::make_unique<CAVISave>(AVI_SAVE_KIND::DOWNLOAD);
         return info.pWriter->Start(target.pFileName);
     }
@@ -218,6 +217,8 @@ void CDownloadMan::ResetParameter() {
     const TURN turn(*this);
     m_bEnd = false;
     m_frameIndex = 0;
+    m_nextIndex = 0;
+    m_takenBytes = 0;
 }
 
 void CDownloadMan::CloseFiles(DOWNLOAD_INFO& info) {
@@ -264,7 +265,7 @@ int CDownloadMan::GetDownloadPos(POINTERHANDLE lFileHandle) {
 }
 
 /// The session's state is read without waiting for requests that are under way. A link that came back is another one,
-/// and brings no more of this download; what had ended by then is whole.
+/// and brings no more of this download; what had ended by then is whole, but is told only while there is a link.
 bool CDownloadMan::IsOffline(LONG lUserID, tuint64 linkSerial, bool bEnded) {
     const auto session = m_pDeviceMan->GetDeviceResByUserID(lUserID);
     if (!session || !session->pNetDevice) return true;

@@ -50,7 +50,7 @@ public:
     CDownloadMan(const CDownloadMan&) = delete;
     CDownloadMan& operator=(const CDownloadMan&) = delete;
 
-    /// Takes memory and starts the thread. False with HLX_PROGRAM_EXCEPTION.
+    /// Takes memory and starts the thread. False with HLX_ALLOC_RESOURCE_ERROR or HLX_PROGRAM_EXCEPTION.
     bool Initial();
     bool Start() { return true; }
     /// Ends the download, one that is just starting too, and refuses others from then on. Safe on a manager that was
@@ -125,8 +125,8 @@ private:
     void AwaitData();
     void WalkRun(const unsigned char* pRun, size_t length);
     void ProcessFrame(const HLX_FRAME_INFO& frame, const unsigned char* pData);
-    void NotifyIndex(LONG lUserID, unsigned int frameIndex);  // m_lock not held
-    bool IsOurs(const HLX_FRAME_INFO& frame) const;           // m_lock held, as in the following
+    bool NotifyIndex(bool bDry);                     // m_lock not held
+    bool IsOurs(const HLX_FRAME_INFO& frame) const;  // m_lock held, as in the following
     void SaveFrame(DOWNLOAD_INFO& info, const HLX_FRAME_INFO& frame, const unsigned char* pData);
     static void SaveFile(DOWNLOAD_INFO& info, const HLX_FRAME_INFO& frame, const unsigned char* pData);
     void SaveZEQFile(DOWNLOAD_INFO& info, const HLX_FRAME_INFO& frame, const unsigned char* pData);
@@ -143,6 +143,8 @@ private:
     int m_nDownloadHandle = 1;                       // the next one
     bool m_bEnd = false;                             // the end frame came
     unsigned int m_frameIndex = 0;                   // that the device was told last
+    unsigned int m_nextIndex = 0;                    // of the frame that comes next
+    size_t m_takenBytes = 0;                         // since the device was told last
     std::unique_ptr<unsigned char[]> m_callBackFrameBuf;
 
     std::atomic<int> m_waiting{0};             // threads in a TURN that have not got m_lock

@@ -144,7 +144,7 @@ TEST_F(PlaybackTest, NoFrameOfTheRunBefore) {
     EXPECT_TRUE(Indices().empty());
     m_recorder.Receive(late);
     Send(0);
-    EXPECT_EQ(Indices().size(), 1u);
+    EXPECT_TRUE(Indices().empty()) << "a seek that failed brings nothing";
 
     EXPECT_TRUE(m_device.StopPlayback(10));
     Send(1);

@@ -104,6 +104,16 @@ TEST_F(TalkTest, SoundInUnitsOf324Bytes) {
     EXPECT_EQ(Bodies(), std::vector{mark + Sound(320)});
 }
 
+TEST_F(TalkTest, RefusedStartLeavesTheTalkAsItIs) {
+    Start(324);
+    EXPECT_TRUE(Send("ab"));
+    m_recorder.m_answers[TALK_START] = Message(START_FAIL);
+    EXPECT_TRUE(FailedWith(HLX_DVR_VOICEOPENED, m_device.StartTalkback()));
+    m_recorder.m_sent.clear();
+    EXPECT_TRUE(Send(Sound(318)));
+    EXPECT_EQ(Bodies(), std::vector{Bytes("\x00\x01\x50\x00", 4) + "ab" + Sound(318)});
+}
+
 TEST_F(TalkTest, FramesOfAnEarlierTalkAreForgotten) {
     Start(324);
     TEST_FRAME sound;

@@ -68,9 +68,9 @@ public:
     int SendData(int deviceID, const void* pBuf, int iLen, bool bBlock, bool bRawData) override {
         const Bytes request(static_cast<const char*>(pBuf), static_cast<size_t>(iLen));
         const auto command = static_cast<tuint32>(NumberAt(request, 0));
-        // Goodbyes, talk sound and what steers a stream of recordings wait for no room.
-        const bool bAtOnce = command == 0x102 || command == 0xB02 || (command >= 0x503 && command <= 0x507) ||
-                             command == 0x50B || command == 0x50D;
+        // Goodbyes, talk sound, its end and what steers a stream of recordings wait for no room.
+        const bool bAtOnce = command == 0x102 || command == 0xB02 || command == 0xB03 ||
+                             (command >= 0x503 && command <= 0x507) || command == 0x50B || command == 0x50D;
         if (deviceID != USER_ID || bBlock == bAtOnce || bRawData) return -2;
         {
             std::lock_guard guard(m_lock);

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -56,7 +57,7 @@ TEST(FrameFile, GivesBackWhatWasWritten) {
 }
 
 TEST(FrameFile, TellsHowABrokenFileEnds) {
-    const std::string frame = Bytes(Head(4)) + std::string(4, 4);
+    const std::string frame = Bytes(Head(4, DD_FRAME_TYPE_NONE)) + std::string(4, 4);
     const struct {
         std::string rest;
         FILE_STEP end;
@@ -67,7 +68,7 @@ TEST(FrameFile, TellsHowABrokenFileEnds) {
                 {Bytes(Head(CFrameFileReader::LONGEST_FRAME)), FILE_STEP::CUT},
                 {Bytes(Head(CFrameFileReader::LONGEST_FRAME + 1)) + frame, FILE_STEP::NO_FRAMES},
                 {Bytes(Head(0xFFFFFFFF)) + frame, FILE_STEP::NO_FRAMES},
-                {Bytes(Head(4, 0)) + frame, FILE_STEP::NO_FRAMES},
+                {std::string(24, 0), FILE_STEP::NO_FRAMES},
                 {Bytes(Head(4, 11)) + frame, FILE_STEP::NO_FRAMES}};
     const CTempDir folder;
     for (const auto& row : rows) {
@@ -77,6 +78,8 @@ TEST(FrameFile, TellsHowABrokenFileEnds) {
         EXPECT_EQ(content.end, row.end) << &row - rows;
     }
     EXPECT_EQ(Read(folder.Path().string()).end, FILE_STEP::FAILED);
+    ASSERT_EQ(mkfifo(folder.File("pipe").c_str(), 0600), 0);
+    EXPECT_FALSE(CFrameFileWriter().Open(folder.File("pipe").c_str())) << "nobody reads it";
 }
 
 /// Lets no file of this process grow beyond `bytes`.

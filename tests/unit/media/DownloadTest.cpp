@@ -27,18 +27,26 @@ struct CDownloadDevice : CTestDevice {
         Numbers told = s_told.Get();
         told.push_back(lFrameIndex);
         s_told = told;
-        return 1;
+        return s_bTakes;
     }
     void InterruptWait() override { m_bInterrupted = true; }
 
     std::atomic<bool> m_bInterrupted{false};
     static inline std::atomic<bool> s_bSilent{false};
     static inline std::atomic<bool> s_bAsked{false};
+    static inline std::atomic<bool> s_bTakes{true};  // notices
     static inline std::atomic<int> s_stops{0};
     static inline CShared<Numbers> s_told;
 };
 
 class Download : public NetDeviceMan {
+public:
+    /// Outlives every thread.
+    static CMovedTime& Clock() {
+        static auto* s_pClock = new CMovedTime;
+        return *s_pClock;
+    }
+
 protected:
     void SetUp() override {
         Clock();
@@ -60,11 +68,6 @@ protected:
         NetDeviceMan::TearDown();
     }
 
-    /// Outlives every thread.
-    static CMovedTime& Clock() {
-        static auto* s_pClock = new CMovedTime;
-        return *s_pClock;
-    }
     static DD_TIME Time(tint64 seconds) {
         DD_TIME time{};
         DVRTimeToDDTime(seconds * SECOND, time);
@@ -93,14 +96,16 @@ protected:
         return m_log;
     }
     /// Has the download take a frame.
-    void Push(tint64 time, DWORD frameType = DD_FRAME_TYPE_VIDEO) {
+    void Push(tint64 time, DWORD frameType = DD_FRAME_TYPE_VIDEO, size_t length = 0) {
         HLX_FRAME_INFO frame{};
+        const std::vector<unsigned char> data(length);
+        frame.length = static_cast<DWORD>(length);
         frame.deviceID = static_cast<DWORD>(m_lUserID);
         frame.channel = 3;
         frame.frameType = frameType;
         frame.frameIndex = m_index++;
         frame.time = time;
-        m_rings.PushData(HLX_BACKUP_STREAM_ID, frame, nullptr);
+        m_rings.PushData(HLX_BACKUP_STREAM_ID, frame, data.data());
         ASSERT_TRUE(WaitUntil([&] { return m_records == m_index; }));
     }
 
@@ -148,15 +153,31 @@ TEST_F(Download, TellsPositionsWhateverTheTimes) {
     EXPECT_TRUE(m_download.StopGetFile(1)) << "nothing to stop";
 }
 
+/// What was told reaches so far; moved time goes on until it does.
+void AwaitTold(const Numbers& expected) {
+    const auto isTold = [&] { return CDownloadDevice::s_told.Get().size() >= expected.size(); };
+    WaitUntil([&] { return Download::Clock().Advance(5), isTold(); });
+    EXPECT_EQ(CDownloadDevice::s_told.Get(), expected);
+}
+
 TEST_F(Download, TellsTheDeviceEachSeventhIndexAnewForEachDownload) {
+    Clock().SetRate(0);
     m_download.SetNextHandle(65534);
     for (const POINTERHANDLE expected : {65534, 65535, 1}) {
         CDownloadDevice::s_told = Numbers{};
         ASSERT_EQ(Begin(), expected);
         while (m_index < 23) Push(START * SECOND);
         EXPECT_EQ(CDownloadDevice::s_told.Get(), (Numbers{7, 14, 21}));
+        AwaitTold({7, 14, 21, 22});  // no more comes
+        Push(START * SECOND, DD_FRAME_TYPE_VIDEO, 600000);
+        AwaitTold({7, 14, 21, 22, 23});
+        CDownloadDevice::s_bTakes = false;
+        Push(START * SECOND);
+        AwaitTold({7, 14, 21, 22, 23, 24, 24});
+        CDownloadDevice::s_bTakes = true;
         m_download.StopGetFile(expected);
     }
+    Clock().SetRate(1);
     EXPECT_EQ(Begin(START + 1, START), -1);
     EXPECT_EQ(LastError(), HLX_PARAMETER_ERROR);
 }

@@ -104,7 +104,16 @@ bool CDVRNetDevice_V3::AskForStream(NET_DATA_READ_INFO& info, RECORD_STREAM& str
         SendStreamCtrl(CMD_REQUEST_DATA_STOP, info.streamID, 0);
         error = HLX_PARAMETER_ERROR;
     }
-    return error == HLX_SUCCESS || Failure(error);
+    if (error == HLX_SUCCESS) return true;
+    ShutStream(stream, info.streamID);
+    return Failure(error);
+}
+
+/// Forgets what the ring holds and lets no late answer open the gate.
+void CDVRNetDevice_V3::ShutStream(RECORD_STREAM& stream, DWORD dwStreamID) {
+    std::lock_guard guard(m_recordStreamLock);
+    stream.gate = STREAM_SHUT;
+    m_pDataBufferMan->DropData(RingOf(m_deviceID, dwStreamID));
 }
 
 bool CDVRNetDevice_V3::IsKnown(const RECORD_STREAM& stream) {

@@ -68,6 +68,7 @@ void CDVRNetDevice_V3::OnMessage(Body message) {
     if (head.cmdType == CMD_REPLY_DATA_STREAM) return OnStreamMessage(reader.Rest());
     const Body body = reader.Bytes(std::min<size_t>(head.dataLen, reader.Left()));
     NoteStreamAnswer(head.cmdType, body);
+    NoteTalkStart(head.cmdType);
     m_replies.OnReply(head.cmdType, body);
 }
 

@@ -1,23 +1,31 @@
 // Talk with a classic recorder.
 #include <algorithm>
+#include <mutex>
 
 #include "main_utility/device/classic/DVRNetDevice_V3.h"
 
+/// A refusal leaves the talk alone that is under way: only the recorder's consent (NoteTalkStart) forgets the sound and
+/// the format of an earlier one.
 BOOL CDVRNetDevice_V3::StartTalkback() {
-    m_talkFrames.Clear();  // what is left of an earlier talk
-    m_sendAudioLength = 0;
     const REFUSAL refusal{CMD_REPLY_TALK_START_FAIL, HLX_DVR_VOICEOPENED};
     if (Ask(CMD_REQUEST_TALK_START, {}, CMD_REPLY_TALK_START_SUCC, refusal)) return true;
     // A recorder that did not answer may talk all the same. Quietly: the number of the failure stays.
     const DWORD error = CThreadState::Instance()->GetLastError();
-    if (error == HLX_NETWORK_RECV_TIMEOUT) SendConnected(CMD_REQUEST_TALK_STOP, {});
+    if (error == HLX_NETWORK_RECV_TIMEOUT) SendFrame(CMD_REQUEST_TALK_STOP, {}, false);
     return false;
 }
 
 BOOL CDVRNetDevice_V3::StopTalkback() {
-    const bool bSent = SendRequestCmd(CMD_REQUEST_TALK_STOP, {});
+    const bool bSent = SendAtOnce(CMD_REQUEST_TALK_STOP, {});
     m_talkFrames.Clear();
     return bSent;
+}
+
+/// Engine's thread, ahead of the first frame of the new talk.
+void CDVRNetDevice_V3::NoteTalkStart(tuint32 cmdType) {
+    if (cmdType != CMD_REPLY_TALK_START_SUCC) return;
+    m_talkFrames.Clear();
+    m_bNewTalk = true;
 }
 
 BOOL CDVRNetDevice_V3::SendTalkData(unsigned char* pData, unsigned int uLength) {
@@ -25,6 +33,8 @@ BOOL CDVRNetDevice_V3::SendTalkData(unsigned char* pData, unsigned int uLength) 
     if (m_deviceStatus == NET_DEVICE_STATUS_DISCONNECT) return Failure(HLX_NETWORK_NOT_CONNECT);
     const Body sound = std::as_bytes(std::span(pData, uLength));
     const bool bUnits = m_talkFrames.WaveFormat().nBlockAlign == AUDIO_BLOCK_SIZE;
+    const std::lock_guard guard(m_sendAudioLock);
+    if (m_bNewTalk.exchange(false)) m_sendAudioLength = 0;
     const HLX_ERROR error = bUnits ? SendTalkUnits(sound) : SendTalkPieces(sound);
     return error == HLX_SUCCESS || Failure(error);
 }

@@ -167,7 +167,7 @@ public:
     BOOL StopDownLoad(LONG lChannel) override;
 
     // Talk
-    /// Forgets what came of an earlier talk. 34 while somebody else talks with the recorder; waits 10 s at most. A
+    /// Once the recorder consents what came of an earlier talk is forgotten. 34 while somebody else talks with the recorder; waits 10 s at most. A
     /// broken link ends the talk.
     BOOL StartTalkback() override;
     /// Sends only.
@@ -285,10 +285,6 @@ private:
     bool AskPTZ(Body body);
     bool AskIPCInfo(HLX_IPC_DEVICE_INFO* pInfo, LONG lMaxNum, LONG* pNum);
 
-    // Talk
-    HLX_ERROR SendTalkPieces(Body sound);
-    HLX_ERROR SendTalkUnits(Body sound);
-
     // Login
     HLX_ERROR LoginOnLink(const char* sUserName, const char* sPassword);
     HLX_ERROR SendLogin();
@@ -329,6 +325,7 @@ private:
     RECORD_STREAM* RecordStream(DWORD dwStreamID);  // null for an id that no such stream can have
     bool IsKnown(const RECORD_STREAM& stream);
     void Forget(RECORD_STREAM& stream);
+    void ShutStream(RECORD_STREAM& stream, DWORD dwStreamID);
     tuint32 IsFirstStreamOf(DWORD dwStreamID);
     std::optional<NET_DATA_READ_INFO> ReadInfo(const LONG* pChannels, LONG lChannelNum, const DD_TIME& start,
                                                const DD_TIME& stop);
@@ -338,6 +335,11 @@ private:
     bool SendStreamCtrl(tuint32 dwCmdType, DWORD dwStreamID, DWORD dwValue);
     void NoteStreamAnswer(tuint32 cmdType, Body body);                // engine's thread
     void PushRecorded(DWORD dwStreamID, const unsigned char* pData);  // engine's thread
+
+    // Talk
+    void NoteTalkStart(tuint32 cmdType);  // engine's thread
+    HLX_ERROR SendTalkPieces(Body sound);
+    HLX_ERROR SendTalkUnits(Body sound);  // m_sendAudioLock held
 
     // Live
     bool OpenStream(LONG lChannel, BOOL bFirstStream, unsigned int bufid);
@@ -378,8 +380,10 @@ private:
     std::atomic<LONGLONG> m_dvrCurrentTime{0};
 
     // Sound on its way to the recorder; requests come one at a time, and only they touch it.
+    CPUB_Lock m_sendAudioLock;  // before the link's locks; guards the next two
     std::array<std::byte, TALK_SEND_SIZE> m_sendAudioBuf;
-    size_t m_sendAudioLength = 0;  // of a unit that is not full yet
+    size_t m_sendAudioLength = 0;          // of a unit that is not full yet
+    std::atomic<bool> m_bNewTalk = false;  // what the buffer holds belongs to an earlier talk
 
     // The engine's thread alone touches these.
     CPackedCombiner m_combiner;

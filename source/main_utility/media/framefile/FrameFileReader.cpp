@@ -15,9 +15,10 @@ namespace {
 
 constexpr size_t READ_SIZE = 262144;  // bytes asked for at a time
 
+/// Zeros are what a file holds that lost its power.
 bool IsHead(const SDK_FRAME_INFO& head) {
-    return head.frameType > DD_FRAME_TYPE_NONE && head.frameType <= DD_FRAME_TYPE_END &&
-           head.nLength <= CFrameFileReader::LONGEST_FRAME;
+    const bool bZeros = head.frameType == DD_FRAME_TYPE_NONE && head.nLength == 0;
+    return !bZeros && head.frameType <= DD_FRAME_TYPE_END && head.nLength <= CFrameFileReader::LONGEST_FRAME;
 }
 
 }  // namespace

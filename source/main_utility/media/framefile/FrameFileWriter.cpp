@@ -15,8 +15,10 @@ bool CFrameFileWriter::Open(const char* pName) {
     Close();
     if (!m_buffer) m_buffer.reset(new (std::nothrow) char[BUFFER_SIZE]);
     if (!m_buffer) return errno = ENOMEM, false;
-    m_fd = SystemCall(SYSTEM_CALL::OPEN_FILE, -1,
-                      [&](size_t) { return open(pName, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666); });
+    // A pipe that nobody reads must not hold up the caller; one that is read is waited for.
+    constexpr int FLAGS = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    m_fd = SystemCall(SYSTEM_CALL::OPEN_FILE, -1, [&](size_t) { return open(pName, FLAGS, 0666); });
+    if (m_fd >= 0) fcntl(m_fd, F_SETFL, 0);
     m_error = 0;
     m_bytes = m_fileSize = m_used = 0;
     return m_fd >= 0;
