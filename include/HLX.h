@@ -1611,7 +1611,8 @@ HLX_API BOOL HLX_PlayBackCaptureFile(POINTERHANDLE lPlayHandle, LONG lChannel, c
 
 // One download runs at a time in the whole library, as fast as the device sends. It lasts until HLX_StopGetFile: also a
 // recording that has come to its end keeps its handle, and no other download starts, until then. HLX_GetDownloadPos
-// stops it by itself where that is told there. HLX_Logout and HLX_Cleanup stop it, too.
+// stops it by itself where that is told there. HLX_Logout and HLX_Cleanup stop it, too. Inside a download callback no
+// function of downloads or playbacks is done: HLX_OPER_NOPERMIT (16).
 
 /// Downloads a channel's recording from `lpStartTime` up to `lpStopTime` to a file of the library's own format: frames
 /// with an SDK_FRAME_INFO ahead of each. The file is made, or emptied, before the device is asked; its last frames are
@@ -1732,8 +1733,8 @@ HLX_API BOOL HLX_SetDVRMessageCallBackEx(NET_MESSAGE_CALLBACK_EX fMessageCallBac
 HLX_API POINTERHANDLE HLX_SetupAlarmChan(LONG lUserID);
 
 /// Ends it; 1 also for an unknown handle. Waits for a message callback of this session that is in progress; then none
-/// comes any more. So do not hold a lock that the message callback takes. Inside a message, live frame or register
-/// callback it does not wait, and a message callback in progress is the session's last.
+/// comes any more. So do not hold a lock that the message callback takes. Inside a message, frame, download, talk or
+/// register callback it does not wait, and a message callback in progress is the session's last.
 HLX_API BOOL HLX_CloseAlarmChan(POINTERHANDLE lAlarmHandle);
 
 /// Alarms in force: HLX_ALARMINFO records to `lpOutBuffer` of `dwOutBufferSize` bytes; the device's own answer, if
@@ -1796,7 +1797,8 @@ HLX_API BOOL HLX_VoiceComSendData(POINTERHANDLE lVoiceComHandle, const char* pSe
 HLX_API BOOL HLX_GetAudioInfo(POINTERHANDLE lVoiceComHandle, LPVOID pAudioInfo, LONG infoLen);
 
 /// Ends a talk of either kind; 0 for an unknown handle, or when the device could not be told, which frees the handle all
-/// the same. Waits for a callback in progress; none comes after it. Sends only.
+/// the same. Waits for a callback in progress; none comes after it. Inside a live, playback or download callback it does
+/// not wait, and a callback in progress is the talk's last. HLX_OPER_NOPERMIT (16) inside a talk callback. Sends only.
 HLX_API BOOL HLX_StopVoiceCom(POINTERHANDLE lVoiceComHandle);
 
 // ------------------------------------------------------------------------------------------------------- audio codecs

@@ -90,10 +90,10 @@ BOOL CSDKImpl::MakeKeyFrameEx(LONG lUserID, LONG lChannel, LONG lStreamType) {
 }
 BOOL CSDKImpl::RegisterDrawFun(POINTERHANDLE lHandle, DRAW_FUN_CALLBACK fDrawFun, void* pUser) {
     return m_liveMan.RegisterDrawFun(lHandle, fDrawFun, pUser) ||
-           m_playbackMan.RegisterDrawFun(lHandle, fDrawFun, pUser);
+           (OutsideDownload() && m_playbackMan.RegisterDrawFun(lHandle, fDrawFun, pUser));
 }
 BOOL CSDKImpl::RefreshPlay(POINTERHANDLE lHandle) {
-    return m_liveMan.RefreshPlay(lHandle) || m_playbackMan.RefreshPlay(lHandle);
+    return m_liveMan.RefreshPlay(lHandle) || (OutsideDownload() && m_playbackMan.RefreshPlay(lHandle));
 }
 
 BOOL CSDKImpl::CapturePicture(POINTERHANDLE lLiveHandle, const char* sPicFileName) {

@@ -11,11 +11,9 @@ bool GivenFiles(const HLX_REC_FILE* pFiles, LONG fileNum) {
     return Given(pFiles) && (fileNum > 0 || Failure(HLX_PARAMETER_ERROR));
 }
 
-/// What a playback's frame callback may not do: the thread that it runs on would wait for itself. Nor may that of a
-/// download, which a callback of a playback may be waiting for.
+/// What a playback's frame callback may not do, nor that of a download: the thread that it runs on would wait for itself.
 bool OutsidePlayback() {
-    const bool bInside = CPlaybackMan::InFrameCallback() || CDownloadMan::InDataCallback();
-    return !bInside || Failure(HLX_OPER_NOPERMIT);
+    return (!CPlaybackMan::InFrameCallback() || Failure(HLX_OPER_NOPERMIT)) && CSDKImpl::OutsideDownload();
 }
 
 }  // namespace
@@ -109,19 +107,19 @@ BOOL CSDKImpl::StopPlayBack(POINTERHANDLE lPlayHandle) {
 }
 BOOL CSDKImpl::StopPlayBackSync() { return OutsidePlayback() && m_playbackMan.StopPlayBackSync(); }
 BOOL CSDKImpl::SetPlayDataCallBack(POINTERHANDLE lPlayHandle, PLAY_DATA_CALLBACK fPlayDataCallBack, void* pUser) {
-    return m_playbackMan.SetPlayDataCallBack(lPlayHandle, fPlayDataCallBack, pUser);
+    return OutsideDownload() && m_playbackMan.SetPlayDataCallBack(lPlayHandle, fPlayDataCallBack, pUser);
 }
 BOOL CSDKImpl::PlayBackSaveData(POINTERHANDLE lPlayHandle, LONG lChannel, const char* sFileName) {
-    return Given(sFileName) && m_playbackMan.PlayBackSaveData(lPlayHandle, lChannel, sFileName);
+    return Given(sFileName) && OutsideDownload() && m_playbackMan.PlayBackSaveData(lPlayHandle, lChannel, sFileName);
 }
 BOOL CSDKImpl::StopPlayBackSave(POINTERHANDLE lPlayHandle, LONG lChannel) {
-    return m_playbackMan.StopPlayBackSave(lPlayHandle, lChannel);
+    return OutsideDownload() && m_playbackMan.StopPlayBackSave(lPlayHandle, lChannel);
 }
 BOOL CSDKImpl::GetPlayBackOsdTime(POINTERHANDLE lPlayHandle, DD_TIME* lpOsdTime) {
-    return Given(lpOsdTime) && m_playbackMan.GetPlayBackOsdTime(lPlayHandle, lpOsdTime);
+    return Given(lpOsdTime) && OutsideDownload() && m_playbackMan.GetPlayBackOsdTime(lPlayHandle, lpOsdTime);
 }
 BOOL CSDKImpl::PlayBackCaptureFile(POINTERHANDLE lPlayHandle, LONG lChannel, const char* sFileName) {
-    return Given(sFileName) && m_playbackMan.PlayBackCaptureFile(lPlayHandle, lChannel, sFileName);
+    return Given(sFileName) && OutsideDownload() && m_playbackMan.PlayBackCaptureFile(lPlayHandle, lChannel, sFileName);
 }
 
 POINTERHANDLE CSDKImpl::GetFileByTime(LONG lUserID, LONG lChannel, const DD_TIME* lpStartTime,

@@ -6,8 +6,12 @@
 
 namespace {
 
-/// False on a stream's or the listener's thread inside a callback: a message callback may be waiting for that thread.
-bool MayWaitForMessages() { return !CSDKImpl::InFrameCallback() && !CNetDeviceMan::InRegisterCallback(); }
+/// False on a stream's, a talk's or the listener's thread inside a callback: a message callback may be waiting for that
+/// thread.
+bool MayWaitForMessages() {
+    return !CSDKImpl::InFrameCallback() && !CTalkTransMan::InTalkCallback() && !CTalkbackMan::InTalkCallback() &&
+           !CNetDeviceMan::InRegisterCallback();
+}
 
 }  // namespace
 
@@ -90,7 +94,7 @@ BOOL CSDKImpl::GetAudioInfo(POINTERHANDLE lVoiceComHandle, LPVOID pAudioInfo, LO
 }
 BOOL CSDKImpl::StopVoiceCom(POINTERHANDLE lVoiceComHandle) {
     return m_talkbackMan.Knows(lVoiceComHandle) ? m_talkbackMan.StopTalk(lVoiceComHandle)
-                                                : m_talkTransMan.Stop(lVoiceComHandle);
+                                                : m_talkTransMan.Stop(lVoiceComHandle, !InFrameCallback());
 }
 
 LONG CSDKImpl::EnterDVRConfig(LONG lUserID) { return m_configMan.EnterDVRConfig(lUserID); }

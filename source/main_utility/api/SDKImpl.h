@@ -55,6 +55,10 @@ public:
         return CLiveMan::InFrameCallback() || CPlaybackMan::InFrameCallback() || CDownloadMan::InDataCallback();
     }
 
+    /// False with HLX_OPER_NOPERMIT inside a download's callback, which may do nothing that waits for a callback of a
+    /// playback: that may be waiting for this one.
+    static bool OutsideDownload() { return !CDownloadMan::InDataCallback() || Failure(HLX_OPER_NOPERMIT); }
+
     /// The playback manager with its entry per device.
     CPlaybackMan& Playback() { return m_playbackMan; }
 

@@ -26,6 +26,10 @@ struct InCallback {
 
 }  // namespace
 
+TALK_TRANS_INFO::~TALK_TRANS_INFO() {
+    if (audioCodecHandle > 0) CAudioCodecMan::Instance()->CloseAudioCodec(audioCodecHandle);
+}
+
 bool CTalkTransMan::InTalkCallback() { return t_bInTalkCallback; }
 
 bool CTalkTransMan::Initial() {
@@ -44,7 +48,10 @@ void CTalkTransMan::Quit() {
         std::lock_guard guard(m_listLock);
         talks.swap(m_talkTransList);
     }
-    for (const Talk& talk : talks) End(*talk);
+    for (const Talk& talk : talks) {
+        talk->bEnded = true;
+        End(*talk);
+    }
 }
 
 POINTERHANDLE CTalkTransMan::Start(LONG lUserID, BOOL bNeedNoEncodeData, TALK_DATA_CALLBACK fVoiceDataCallBack,
@@ -73,30 +80,40 @@ CTalkTransMan::Talk CTalkTransMan::Find(POINTERHANDLE lVoiceComHandle) {
     return found == m_talkTransList.end() ? nullptr : *found;
 }
 
-/// Takes a talk out of the list; the talk thread is past it then.
+/// The talk that stands at this place of the list, null behind the last.
+CTalkTransMan::Talk CTalkTransMan::At(size_t place) {
+    std::lock_guard guard(m_listLock);
+    return place < m_talkTransList.size() ? *std::next(m_talkTransList.begin(), static_cast<long>(place)) : nullptr;
+}
+
+/// Takes a talk out of the list; no further callback of it begins.
 std::list<CTalkTransMan::Talk> CTalkTransMan::Take(POINTERHANDLE lVoiceComHandle) {
     std::list<Talk> taken;
     std::lock_guard guard(m_listLock);
     const auto found =
         std::ranges::find_if(m_talkTransList, [&](const Talk& talk) { return talk->talkHandle == lVoiceComHandle; });
-    if (found != m_talkTransList.end()) taken.splice(taken.end(), m_talkTransList, found);
+    if (found == m_talkTransList.end()) return taken;
+    (*found)->bEnded = true;
+    taken.splice(taken.end(), m_talkTransList, found);
+    CTalkArrival::Instance().Tell();  // the others have moved up, and one may have been passed over
     return taken;
 }
 
 bool CTalkTransMan::Knows(POINTERHANDLE lVoiceComHandle) { return Find(lVoiceComHandle) != nullptr; }
 
-BOOL CTalkTransMan::Stop(POINTERHANDLE lVoiceComHandle) {
+BOOL CTalkTransMan::Stop(POINTERHANDLE lVoiceComHandle, bool bMayWait) {
     if (t_bInTalkCallback) return Failure(HLX_OPER_NOPERMIT);
     const std::list<Talk> talk = Take(lVoiceComHandle);
-    return !talk.empty() && End(*talk.front());
+    if (talk.empty()) return false;
+    if (bMayWait) {
+        const std::lock_guard past(m_callLock);
+    }
+    return End(*talk.front());
 }
 
 BOOL CTalkTransMan::End(TALK_TRANS_INFO& talk) {
     const std::lock_guard guard(talk.sendLock);
-    talk.bNeedFormat = true;  // for a send that found the talk before it was taken out
-    const BOOL bStopped = m_deviceMan->StopTalk(talk.deviceID);
-    if (talk.audioCodecHandle > 0) m_pAudioCodecMan->CloseAudioCodec(talk.audioCodecHandle);
-    return bStopped;
+    return m_deviceMan->StopTalk(talk.deviceID);
 }
 
 BOOL CTalkTransMan::GetAudioInfo(POINTERHANDLE lVoiceComHandle, LPVOID pAudioInfo, LONG) {
@@ -113,6 +130,7 @@ BOOL CTalkTransMan::SendTalkData(POINTERHANDLE lVoiceComHandle, const char* pSen
     const Talk talk = Find(lVoiceComHandle);
     if (!talk) return false;
     const std::lock_guard guard(talk->sendLock);
+    if (talk->bEnded) return false;
     if (talk->bNeedFormat) return talk->bUnknownFormat && Failure(HLX_AUDIO_MODE_ERROR);
     if (!talk->bNeedNoEncodeData) {
         auto* pData = reinterpret_cast<unsigned char*>(const_cast<char*>(pSendBuf));
@@ -165,12 +183,13 @@ void CTalkTransMan::TalkTransProc() {
 
 /// Hands out what waits. True if more may wait.
 bool CTalkTransMan::MoveFrames() {
-    std::lock_guard guard(m_listLock);
+    std::lock_guard guard(m_callLock);
     bool bMore = false;
-    for (const Talk& talk : m_talkTransList) {
+    size_t place = 0;
+    while (const Talk talk = At(place++)) {
         FRAME_INFO_EX frame;
         int count = 0;
-        while (count < FRAMES_IN_A_ROW && m_deviceMan->GetTalkFrame(talk->deviceID, frame)) {
+        while (count < FRAMES_IN_A_ROW && !talk->bEnded && m_deviceMan->GetTalkFrame(talk->deviceID, frame)) {
             ++count;
             TakeFrame(*talk, frame);
             m_deviceMan->ReleaseTalkBuf(talk->deviceID, frame);
@@ -190,7 +209,10 @@ void CTalkTransMan::TakeFrame(TALK_TRANS_INFO& talk, const FRAME_INFO_EX& frame)
 void CTalkTransMan::TakeFormat(TALK_TRANS_INFO& talk, const FRAME_INFO_EX& frame) {
     const auto format = TalkFormatOf(frame);
     if (!format) return;
-    talk.wfx = *format;
+    {
+        std::lock_guard guard(m_listLock);
+        talk.wfx = *format;
+    }
     if (!talk.bNeedFormat) return;
     const CThreadState::OwnNumber ownNumber;
     if (talk.audioCodecHandle <= 0)
@@ -216,6 +238,7 @@ void CTalkTransMan::Decode(TALK_TRANS_INFO& talk, const FRAME_INFO_EX& frame) {
 /// The bytes are lent for the call.
 void CTalkTransMan::Call(const TALK_TRANS_INFO& talk, unsigned char* pData, size_t length) {
     constexpr BYTE FROM_DEVICE = 1;
+    if (talk.bEnded) return;
     const InCallback inCallback;
     talk.pfCallbackFunc(talk.talkHandle, reinterpret_cast<char*>(pData), static_cast<DWORD>(length), FROM_DEVICE,
                         talk.pCallbackParams);
