@@ -242,7 +242,6 @@ EXIT_CODE CDownloadRun::TellJson(DOWNLOAD_END eEnd, EXIT_CODE eExit) const {
 
 EXIT_CODE RunDownload(const OPTIONS& options, CInterrupt& interrupt) {
     CSession session(interrupt);
-    if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
-    const EXIT_CODE eChannel = CheckChannel(session, options.connect, options.download.lChannel);
-    return eChannel != EXIT_OK ? eChannel : CDownloadRun(options, interrupt).Run(session);
+    const EXIT_CODE eExit = session.Open(options.connect, options.download.lChannel);
+    return eExit == EXIT_OK ? CDownloadRun(options, interrupt).Run(session) : eExit;
 }

@@ -85,8 +85,6 @@ struct LIST {
 
 EXIT_CODE Show(const OPTIONS& options, const CSession& session, const LIST& list) {
     const bool bJson = options.connect.bJson;
-    if (const EXIT_CODE eExit = CheckChannel(session, options.connect, options.find.lChannel); eExit != EXIT_OK)
-        return eExit;
     const SPAN span = WholeSpan(options.find.span);
     CListing listing;
     if (!bJson) listing.Add(list.strHead);
@@ -97,10 +95,8 @@ EXIT_CODE Show(const OPTIONS& options, const CSession& session, const LIST& list
 }
 
 EXIT_CODE Run(const OPTIONS& options, CInterrupt& interrupt, const LIST& list) {
-    CSession session(interrupt);
-    if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
-    const EXIT_CODE eExit = Show(options, session, list);
-    return interrupt.Signal() != 0 ? SignalExitCode(interrupt.Signal()) : eExit;
+    return RunInSession(options.connect, interrupt, options.find.lChannel,
+                        [&](const CSession& session) { return Show(options, session, list); });
 }
 
 }  // namespace

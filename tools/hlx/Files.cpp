@@ -107,7 +107,6 @@ EXIT_CODE Change(const OPTIONS& options, LONG lUserID, const Files& files) {
 EXIT_CODE ListAndChange(const OPTIONS& options, const CSession& session) {
     const bool bJson = options.connect.bJson;
     const int64_t lChannel = options.find.lChannel;
-    if (const EXIT_CODE eExit = CheckChannel(session, options.connect, lChannel); eExit != EXIT_OK) return eExit;
     const SPAN span = WholeSpan(options.find.span);
     const auto files = FindFiles(session.UserID(), static_cast<LONG>(lChannel), span);
     if (!files) return FailLast(bJson, "the recording files");
@@ -123,8 +122,6 @@ EXIT_CODE RunFiles(const OPTIONS& options, CInterrupt& interrupt) {
     const bool bCanAsk = isatty(STDIN_FILENO) && isatty(STDERR_FILENO);
     if (options.find.eAction == FILE_ACTION::REMOVE && !options.find.bYes && !bCanAsk)
         return Fail(options.connect.bJson, "nobody can be asked here: say --yes to delete files", EXIT_USAGE);
-    CSession session(interrupt);
-    if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
-    const EXIT_CODE eExit = ListAndChange(options, session);
-    return interrupt.Signal() != 0 ? SignalExitCode(interrupt.Signal()) : eExit;
+    return RunInSession(options.connect, interrupt, options.find.lChannel,
+                        [&](const CSession& session) { return ListAndChange(options, session); });
 }

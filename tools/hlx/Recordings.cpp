@@ -118,8 +118,6 @@ EXIT_CODE List(const OPTIONS& options, LONG lUserID, const std::vector<DAY>& day
 }
 
 EXIT_CODE FindAndShow(const OPTIONS& options, const CSession& session) {
-    if (const EXIT_CODE eExit = CheckChannel(session, options.connect, options.find.lChannel); eExit != EXIT_OK)
-        return eExit;
     const auto days = FindDays(session.UserID());
     if (!days) return FailLast(options.connect.bJson, "the days with recordings");
     if (options.find.calendar) return PrintedExit(PrintCalendar(options, *days));
@@ -129,8 +127,6 @@ EXIT_CODE FindAndShow(const OPTIONS& options, const CSession& session) {
 }  // namespace
 
 EXIT_CODE RunRecordings(const OPTIONS& options, CInterrupt& interrupt) {
-    CSession session(interrupt);
-    if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
-    const EXIT_CODE eExit = FindAndShow(options, session);
-    return interrupt.Signal() != 0 ? SignalExitCode(interrupt.Signal()) : eExit;
+    return RunInSession(options.connect, interrupt, options.find.lChannel,
+                        [&](const CSession& session) { return FindAndShow(options, session); });
 }
