@@ -135,8 +135,13 @@ void DeclareConvert(CLI::App& app, OPTIONS& options) {
     app.add_option("INPUT", convert.strInput, "file that hlx download has written, also a .part")
         ->required()
         ->type_name("FILE");
-    app.add_option("OUTPUT", convert.strOutput,
-                   "AVI file to make, as x.avi; where the picture's size changes it goes on in x-2.avi and so on")
+    const auto fnOutput = [&convert](const std::string& strText) {
+        if (!strText.ends_with(".avi")) throw CLI::ValidationError(strText + ": the name of the AVI file ends in .avi");
+        convert.strOutput = strText;
+    };
+    app.add_option_function<std::string>(
+           "OUTPUT", fnOutput,
+           "AVI file to make, as x.avi; where the picture's size changes it goes on in x-2.avi and so on")
         ->required()
         ->type_name("FILE");
     AddJson(app, options.connect);

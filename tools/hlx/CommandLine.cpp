@@ -97,9 +97,9 @@ EXIT_CODE AnswerParseEnd(const CLI::App& app, const CLI::ParseError& error, bool
     std::ostringstream out;
     std::ostringstream err;
     if (app.exit(error, out, err) == 0) return PrintedExit(PrintData(out.str()));
-    std::string strText = err.str();
-    while (!strText.empty() && strText.back() == '\n') strText.pop_back();
-    return Fail(bJson, strText, EXIT_USAGE);
+    const auto commands = app.get_subcommands();
+    if (commands.empty()) return Fail(bJson, "no command is given; see hlx --help", EXIT_USAGE);
+    return Fail(bJson, fmt::format("{}; see hlx {} --help", error.what(), commands.front()->get_name()), EXIT_USAGE);
 }
 
 EXIT_CODE PrintCompletion(const CLI::App& app, bool bJson) {
