@@ -76,7 +76,7 @@ void DeclarePtz(CLI::App& app, OPTIONS& options) {
     PTZ_OPTIONS& ptz = options.ptz;
     const auto fnAction = [&ptz](const std::string& strText) {
         ptz.pAction = FindPtzAction(strText);
-        if (!ptz.pAction) throw CLI::ValidationError(strText + ": no such action; see hlx ptz --help");
+        if (!ptz.pAction) throw CLI::ValidationError(strText + ": no such action");
     };
     app.add_option_function<std::string>("ACTION", fnAction, "one of the actions below")
         ->required()

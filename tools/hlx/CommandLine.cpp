@@ -92,6 +92,13 @@ void Declare(CLI::App& app, COMMAND_LINE& line) {
     }
 }
 
+// Only numbers are converted, and the parser says "Could not convert: --type = x".
+std::string ErrorText(const CLI::ParseError& error) {
+    constexpr std::string_view BEFORE = "Could not convert: ";
+    const std::string strText = error.what();
+    return strText.starts_with(BEFORE) ? strText.substr(BEFORE.size()) + ": not a number" : strText;
+}
+
 // Help, or the sentence about what is wrong, from the parser.
 EXIT_CODE AnswerParseEnd(const CLI::App& app, const CLI::ParseError& error, bool bJson) {
     std::ostringstream out;
@@ -99,7 +106,8 @@ EXIT_CODE AnswerParseEnd(const CLI::App& app, const CLI::ParseError& error, bool
     if (app.exit(error, out, err) == 0) return PrintedExit(PrintData(out.str()));
     const auto commands = app.get_subcommands();
     if (commands.empty()) return Fail(bJson, "no command is given; see hlx --help", EXIT_USAGE);
-    return Fail(bJson, fmt::format("{}; see hlx {} --help", error.what(), commands.front()->get_name()), EXIT_USAGE);
+    return Fail(bJson, fmt::format("{}; see hlx {} --help", ErrorText(error), commands.front()->get_name()),
+                EXIT_USAGE);
 }
 
 EXIT_CODE PrintCompletion(const CLI::App& app, bool bJson) {

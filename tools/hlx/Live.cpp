@@ -41,9 +41,5 @@ private:
 }  // namespace
 
 EXIT_CODE RunLive(const OPTIONS& options, CInterrupt& interrupt) {
-    CSession session(interrupt);
-    EXIT_CODE eExit = session.Open(options.connect, options.live.lChannel);
-    if (eExit != EXIT_OK) return eExit;
-    const auto writer = OpenVideoOutput(options.connect.bJson, options.live.strOutput, interrupt, eExit);
-    return eExit == EXIT_OK ? CLiveRun(options, interrupt, writer.get()).Run(session) : eExit;
+    return RunVideo<CLiveRun>(options, interrupt, options.live.lChannel, options.live.strOutput);
 }

@@ -141,9 +141,5 @@ bool CPlayRun::BeginAtEnd(POINTERHANDLE lPlay) {
 }  // namespace
 
 EXIT_CODE RunPlay(const OPTIONS& options, CInterrupt& interrupt) {
-    CSession session(interrupt);
-    EXIT_CODE eExit = session.Open(options.connect, options.play.lChannel);
-    if (eExit != EXIT_OK) return eExit;
-    const auto writer = OpenVideoOutput(options.connect.bJson, options.play.strOutput, interrupt, eExit);
-    return eExit == EXIT_OK ? CPlayRun(options, interrupt, writer.get()).Run(session) : eExit;
+    return RunVideo<CPlayRun>(options, interrupt, options.play.lChannel, options.play.strOutput);
 }

@@ -74,3 +74,13 @@ private:
 // empty strOutput, and after a failure, which was told and is in eExit.
 std::unique_ptr<CFrameWriter> OpenVideoOutput(bool bJson, const std::string& strOutput, CInterrupt& interrupt,
                                               EXIT_CODE& eExit);
+
+// Logs in and runs a stream whose video goes to strOutput, as above.
+template <class StreamRun>
+EXIT_CODE RunVideo(const OPTIONS& options, CInterrupt& interrupt, int64_t lChannel, const std::string& strOutput) {
+    CSession session(interrupt);
+    EXIT_CODE eExit = session.Open(options.connect, lChannel);
+    if (eExit != EXIT_OK) return eExit;
+    const auto writer = OpenVideoOutput(options.connect.bJson, strOutput, interrupt, eExit);
+    return eExit == EXIT_OK ? StreamRun(options, interrupt, writer.get()).Run(session) : eExit;
+}
