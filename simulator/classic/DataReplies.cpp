@@ -96,6 +96,28 @@ void AddRecEvents(const CSimArchive& archive, const CSimArchive::QUERY& query, C
     }
 }
 
+void AddLogs(const CSimArchive& archive, const NET_LOG_QUERY& query, CAnswerWriter& writer, CTimeWriter time) {
+    for (const ARCHIVE_LOG& log : archive.FindLogs({query.startTime, query.stopTime}, query.logType)) {
+        NET_LOG_INFO info{};
+        info.time = time(log.time);
+        info.majorType = log.majorType;
+        info.minorType = log.minorType;
+        std::memcpy(info.netUser, log.sUser.data(), std::min(log.sUser.size(), sizeof(info.netUser)));
+        info.remoteHost = log.remoteHost;
+        info.contentLength = static_cast<tuint32>(log.sContent.size());
+        writer.Add(RecordBytes(info), std::as_bytes(std::span(log.sContent)));
+    }
+}
+
+void AddEvents(const CSimArchive& archive, const NET_EVENT_QUERY& query, CAnswerWriter& writer, CTimeWriter time) {
+    const ARCHIVE_SPAN span = {query.startTime, query.stopTime};
+    for (const ARCHIVE_EVENT& event : archive.FindEvents(span, query.eventType, query.channelMask)) {
+        const NET_EVENT_INFO info = {static_cast<tuint16>(event.channel), static_cast<tuint16>(event.type),
+                                     time(event.span.start), time(event.span.stop)};
+        writer.Add(RecordBytes(info));
+    }
+}
+
 /// The result, or that there is none.
 CLASSIC_ANSWER Finish(CAnswerWriter& writer, tuint32 nullCommand, tuint32 requestID) {
     if (writer.IsEmpty()) return MakeNull(nullCommand, requestID, NET_DATA_NOTHING_FOUND);
@@ -118,6 +140,16 @@ std::vector<size_t> NamedFiles(const CSimArchive& archive, SIM_BYTE_VIEW body) {
 }
 
 tuint32 RequestID(SIM_BYTE_VIEW body) { return ReadRecord<tuint32>(body).value_or(0); }
+
+/// Of a search for logs or events: `add` gives the writer what is found.
+template <class Query, class Add>
+CLASSIC_ANSWER AnswerQuery(SIM_BYTE_VIEW body, tuint32 reply, Add add) {
+    const auto query = ReadRecord<Query>(body);
+    if (!query) return MakeNull(CMD_REPLY_SYS_STATUS_FAIL, RequestID(body), NET_DATA_REFUSED);
+    CAnswerWriter writer(reply, query->requestID, 0);
+    add(*query, writer);
+    return Finish(writer, CMD_REPLY_SYS_STATUS_FAIL, query->requestID);
+}
 
 }  // namespace
 
@@ -150,35 +182,16 @@ CLASSIC_ANSWER AnswerSearch(const CSimArchive& archive, SIM_BYTE_VIEW body, bool
 }
 
 CLASSIC_ANSWER AnswerLogs(const CSimArchive& archive, SIM_BYTE_VIEW body, bool bWildTimes) {
-    const auto query = ReadRecord<NET_LOG_QUERY>(body);
-    if (!query) return MakeNull(CMD_REPLY_SYS_STATUS_FAIL, RequestID(body), NET_DATA_REFUSED);
-    CAnswerWriter writer(CMD_REPLY_LOG_INFO, query->requestID, 0);
-    CTimeWriter time(bWildTimes);
-    for (const ARCHIVE_LOG& log : archive.FindLogs({query->startTime, query->stopTime}, query->logType)) {
-        NET_LOG_INFO info{};
-        info.time = time(log.time);
-        info.majorType = log.majorType;
-        info.minorType = log.minorType;
-        std::memcpy(info.netUser, log.sUser.data(), std::min(log.sUser.size(), sizeof(info.netUser)));
-        info.remoteHost = log.remoteHost;
-        info.contentLength = static_cast<tuint32>(log.sContent.size());
-        writer.Add(RecordBytes(info), std::as_bytes(std::span(log.sContent)));
-    }
-    return Finish(writer, CMD_REPLY_SYS_STATUS_FAIL, query->requestID);
+    return AnswerQuery<NET_LOG_QUERY>(body, CMD_REPLY_LOG_INFO, [&](const NET_LOG_QUERY& query, CAnswerWriter& writer) {
+        AddLogs(archive, query, writer, CTimeWriter(bWildTimes));
+    });
 }
 
 CLASSIC_ANSWER AnswerEvents(const CSimArchive& archive, SIM_BYTE_VIEW body, bool bWildTimes) {
-    const auto query = ReadRecord<NET_EVENT_QUERY>(body);
-    if (!query) return MakeNull(CMD_REPLY_SYS_STATUS_FAIL, RequestID(body), NET_DATA_REFUSED);
-    CAnswerWriter writer(CMD_REPLY_EVENT_INFO, query->requestID, 0);
-    CTimeWriter time(bWildTimes);
-    const ARCHIVE_SPAN span = {query->startTime, query->stopTime};
-    for (const ARCHIVE_EVENT& event : archive.FindEvents(span, query->eventType, query->channelMask)) {
-        const NET_EVENT_INFO info = {static_cast<tuint16>(event.channel), static_cast<tuint16>(event.type),
-                                     time(event.span.start), time(event.span.stop)};
-        writer.Add(RecordBytes(info));
-    }
-    return Finish(writer, CMD_REPLY_SYS_STATUS_FAIL, query->requestID);
+    return AnswerQuery<NET_EVENT_QUERY>(body, CMD_REPLY_EVENT_INFO,
+                                        [&](const NET_EVENT_QUERY& query, CAnswerWriter& writer) {
+                                            AddEvents(archive, query, writer, CTimeWriter(bWildTimes));
+                                        });
 }
 
 CLASSIC_ANSWER ChangeFiles(CSimArchive& archive, tuint32 cmdType, SIM_BYTE_VIEW body) {

@@ -83,7 +83,6 @@ int Print(const OPTIONS& options, const Effects& effects) {
 
 EXIT_CODE ChangeAndShow(const OPTIONS& options, const CSession& session) {
     const int64_t lChannel = options.color.lChannel;
-    if (const EXIT_CODE eExit = CheckChannel(session, options.connect, lChannel); eExit != EXIT_OK) return eExit;
     Effects effects{};
     if (!Read(session.UserID(), static_cast<LONG>(lChannel), effects))
         return FailLast(options.connect.bJson, fmt::format("the picture values of channel {}", lChannel));
@@ -94,8 +93,6 @@ EXIT_CODE ChangeAndShow(const OPTIONS& options, const CSession& session) {
 }  // namespace
 
 EXIT_CODE RunColor(const OPTIONS& options, CInterrupt& interrupt) {
-    CSession session(interrupt);
-    if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
-    const EXIT_CODE eExit = ChangeAndShow(options, session);
-    return interrupt.Signal() != 0 ? SignalExitCode(interrupt.Signal()) : eExit;
+    return RunInSession(options.connect, interrupt, options.color.lChannel,
+                        [&](const CSession& session) { return ChangeAndShow(options, session); });
 }

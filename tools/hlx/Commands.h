@@ -12,10 +12,6 @@ EXIT_CODE RunInfo(const OPTIONS& options, CInterrupt& interrupt);
 // Logs in and takes one channel's live stream: writes its video, shows and counts what comes.
 EXIT_CODE RunLive(const OPTIONS& options, CInterrupt& interrupt);
 
-// A descriptor for video, "-" is standard output; -1 after the failure was told. The writer empties the file when the
-// first frame is there.
-int OpenVideoOutput(bool bJson, const std::string& strOutput);
-
 // Logs in and has one channel's live stream saved to an AVI file.
 EXIT_CODE RunRecord(const OPTIONS& options, CInterrupt& interrupt);
 

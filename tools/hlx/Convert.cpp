@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
@@ -15,6 +16,12 @@ std::string NamesText(const std::vector<std::string>& files) {
     std::string strText;
     for (const std::string& strFile : files) strText += (strText.empty() ? "" : ", ") + strFile;
     return strText;
+}
+
+// Also by another name.
+bool IsSameFile(const std::string& strOne, const std::string& strOther) {
+    std::error_code error;
+    return std::filesystem::equivalent(strOne, strOther, error) && !error;
 }
 
 std::string ReasonText(const CONVERTED& result) {
@@ -65,6 +72,8 @@ EXIT_CODE TellConverted(bool bJson, const std::string& strInput, const CONVERTED
 EXIT_CODE RunConvert(const OPTIONS& options, CInterrupt& interrupt) {
     const CONVERT_OPTIONS& convert = options.convert;
     const bool bJson = options.connect.bJson;
+    if (IsSameFile(convert.strInput, convert.strOutput))
+        return Fail(bJson, convert.strOutput + " would replace what it is made from; give another OUTPUT", EXIT_USAGE);
     interrupt.QuitAtOnce(false);
     const CONVERTED result = ConvertFrames(convert.strInput, convert.strOutput, interrupt);
     const EXIT_CODE eExit = TellConverted(bJson, convert.strInput, result, interrupt);

@@ -5,12 +5,14 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
 #include "Convert.h"
 #include "DateText.h"
 #include "DownloadReceiver.h"
+#include "Listing.h"
 #include "Output.h"
 #include "Session.h"
 #include "TimeText.h"
@@ -103,6 +105,8 @@ POINTERHANDLE CDownloadRun::Begin(const CSession& session) {
 
 EXIT_CODE CDownloadRun::Run(const CSession& session) {
     const bool bJson = m_options.connect.bJson;
+    if (std::error_code error; std::filesystem::is_directory(m_download.strOutput, error))
+        return Fail(bJson, fmt::format("cannot write {}: {}", m_download.strOutput, strerror(EISDIR)), EXIT_FAILED);
     if (const int nErrno = m_receiver.Open(m_strPart); nErrno != 0)
         return Fail(bJson, fmt::format("cannot write {}: {}", m_strPart, strerror(nErrno)), EXIT_FAILED);
     const POINTERHANDLE lHandle = Begin(session);
@@ -206,6 +210,8 @@ EXIT_CODE CDownloadRun::Tell(DOWNLOAD_END eEnd) const {
     const bool bWhole = eEnd == DOWNLOAD_END::COMPLETE || eEnd == DOWNLOAD_END::ENDED_EARLY;
     const EXIT_CODE eExit = eEnd == DOWNLOAD_END::INTERRUPTED ? SignalExitCode(m_interrupt.Signal()) : state.eExit;
     std::string strText = state.sSentence;
+    if (eEnd == DOWNLOAD_END::ENDED_EARLY)
+        strText += fmt::format(", at {} (local time here)", ShortTimeText(m_receiver.TakeSnapshot().nLast / SECOND));
     if (eEnd == DOWNLOAD_END::WRITE_FAILED)
         strText += fmt::format(": {}", m_nErrno != 0 ? strerror(m_nErrno) : ConvertState(m_eConverted));
     if (!bWhole) strText += fmt::format("; what came stands in {}, which hlx convert reads", m_strPart);
@@ -242,7 +248,6 @@ EXIT_CODE CDownloadRun::TellJson(DOWNLOAD_END eEnd, EXIT_CODE eExit) const {
 
 EXIT_CODE RunDownload(const OPTIONS& options, CInterrupt& interrupt) {
     CSession session(interrupt);
-    if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
-    const EXIT_CODE eChannel = CheckChannel(session, options.connect, options.download.lChannel);
-    return eChannel != EXIT_OK ? eChannel : CDownloadRun(options, interrupt).Run(session);
+    const EXIT_CODE eExit = session.Open(options.connect, options.download.lChannel);
+    return eExit == EXIT_OK ? CDownloadRun(options, interrupt).Run(session) : eExit;
 }

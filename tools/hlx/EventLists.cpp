@@ -13,18 +13,10 @@ namespace {
 // One line for what began and ended at a channel.
 bool AddEvent(CListing& listing, bool bJson, uint32_t dwChannel, const std::string& strKind, const DD_TIME& start,
               const DD_TIME& stop) {
-    const int64_t nFrom = SecondsOf(start);
-    const int64_t nTo = SecondsOf(stop);
-    if (bJson) {
-        return listing.AddJson(nlohmann::ordered_json{{"event", "event"},
-                                                      {"channel", dwChannel},
-                                                      {"kind", strKind},
-                                                      {"start", TimeJson(start)},
-                                                      {"stop", TimeJson(stop)},
-                                                      {"seconds", nTo - nFrom}});
-    }
-    return listing.Add(fmt::format("{:>7}  {}  {}  {:>9}  {}  {}", dwChannel, ShortTimeText(nFrom), ShortTimeText(nTo),
-                                   LengthText(nTo - nFrom), UtcIsoText(nFrom), strKind));
+    if (!bJson) return listing.Add(fmt::format("{}  {}", SpanColumns(dwChannel, start, stop), strKind));
+    auto record = SpanJson("event", dwChannel, start, stop);
+    record["kind"] = strKind;
+    return listing.AddJson(record);
 }
 
 bool TakeRecordedEvents(const OPTIONS& options, LONG lUserID, const DD_TIME& from, const DD_TIME& to,
@@ -85,32 +77,26 @@ struct LIST {
 
 EXIT_CODE Show(const OPTIONS& options, const CSession& session, const LIST& list) {
     const bool bJson = options.connect.bJson;
-    if (const EXIT_CODE eExit = CheckChannel(session, options.connect, options.find.lChannel); eExit != EXIT_OK)
-        return eExit;
     const SPAN span = WholeSpan(options.find.span);
-    CListing listing;
-    if (!bJson) listing.Add(list.strHead);
+    CListing listing(bJson ? "" : list.strHead);
     if (!list.pfnTake(options, session.UserID(), LibraryTime(span.nFrom), LibraryTime(span.nTo), listing))
         return FailLast(bJson, list.sWhat);
-    if (listing.Lines() == (bJson ? 0 : 1)) PrintNote(fmt::format("hlx: no {} {}", list.sWhat, SpanText(span)));
+    if (listing.IsEmpty()) PrintNote(fmt::format("hlx: no {} {}", list.sWhat, SpanText(span)));
     return PrintedExit(listing.End());
 }
 
 EXIT_CODE Run(const OPTIONS& options, CInterrupt& interrupt, const LIST& list) {
-    CSession session(interrupt);
-    if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
-    const EXIT_CODE eExit = Show(options, session, list);
-    return interrupt.Signal() != 0 ? SignalExitCode(interrupt.Signal()) : eExit;
+    return RunInSession(options.connect, interrupt, options.find.lChannel,
+                        [&](const CSession& session) { return Show(options, session, list); });
 }
 
 }  // namespace
 
 EXIT_CODE RunEvents(const OPTIONS& options, CInterrupt& interrupt) {
-    const std::string strHead = fmt::format("{:>7}  {:<19}  {:<19}  {:>9}  {:<20}  {}", "channel", "from (local)",
-                                            "to (local)", "length", "from (UTC)", "kind");
     const bool bRecorded = options.find.bRecorded;
-    return Run(options, interrupt,
-               {bRecorded ? TakeRecordedEvents : TakeEvents, bRecorded ? "recorded events" : "events", strHead});
+    return Run(
+        options, interrupt,
+        {bRecorded ? TakeRecordedEvents : TakeEvents, bRecorded ? "recorded events" : "events", SpanHead("kind")});
 }
 
 EXIT_CODE RunLogs(const OPTIONS& options, CInterrupt& interrupt) {

@@ -44,31 +44,25 @@ std::optional<Files> FindFiles(LONG lUserID, LONG lChannel, const SPAN& span) {
     return files;
 }
 
-int Print(bool bJson, const Files& files) {
-    CListing listing;
-    if (!bJson) {
-        listing.Add(fmt::format("{:>7}  {:<19}  {:<19}  {:>9}  {:<20}  {:>10}  {:<6}  {}", "channel", "from (local)",
-                                "to (local)", "length", "from (UTC)", "disk:file", "locked", "kind"));
+bool AddFile(CListing& listing, bool bJson, const HLX_REC_FILE& file) {
+    const bool bLocked = file.bFileLocked != 0;
+    if (bJson) {
+        auto record = SpanJson("file", file.dwChannel, file.startTime, file.stopTime);
+        record["disk"] = file.dwPartition;
+        record["file"] = file.dwFileIndex;
+        record["locked"] = bLocked;
+        record["kind"] = RecordTypeText(file.dwRecType);
+        return listing.AddJson(record);
     }
+    return listing.Add(fmt::format("{}  {:>10}  {:<6}  {}", SpanColumns(file.dwChannel, file.startTime, file.stopTime),
+                                   fmt::format("{}:{}", file.dwPartition, file.dwFileIndex), bLocked ? "yes" : "",
+                                   RecordTypeText(file.dwRecType)));
+}
+
+int Print(bool bJson, const Files& files) {
+    CListing listing(bJson ? "" : SpanHead(fmt::format("{:>10}  {:<6}  {}", "disk:file", "locked", "kind")));
     for (const HLX_REC_FILE& file : files) {
-        const int64_t nFrom = SecondsOf(file.startTime);
-        const int64_t nTo = SecondsOf(file.stopTime);
-        if (bJson) {
-            listing.AddJson(nlohmann::ordered_json{{"event", "file"},
-                                                   {"channel", file.dwChannel},
-                                                   {"start", TimeJson(file.startTime)},
-                                                   {"stop", TimeJson(file.stopTime)},
-                                                   {"seconds", nTo - nFrom},
-                                                   {"disk", file.dwPartition},
-                                                   {"file", file.dwFileIndex},
-                                                   {"locked", file.bFileLocked != 0},
-                                                   {"kind", RecordTypeText(file.dwRecType)}});
-            continue;
-        }
-        listing.Add(fmt::format("{:>7}  {}  {}  {:>9}  {}  {:>10}  {:<6}  {}", file.dwChannel, ShortTimeText(nFrom),
-                                ShortTimeText(nTo), LengthText(nTo - nFrom), UtcIsoText(nFrom),
-                                fmt::format("{}:{}", file.dwPartition, file.dwFileIndex), file.bFileLocked ? "yes" : "",
-                                RecordTypeText(file.dwRecType)));
+        if (!AddFile(listing, bJson, file)) break;
     }
     return listing.End();
 }
@@ -107,12 +101,13 @@ EXIT_CODE Change(const OPTIONS& options, LONG lUserID, const Files& files) {
 EXIT_CODE ListAndChange(const OPTIONS& options, const CSession& session) {
     const bool bJson = options.connect.bJson;
     const int64_t lChannel = options.find.lChannel;
-    if (const EXIT_CODE eExit = CheckChannel(session, options.connect, lChannel); eExit != EXIT_OK) return eExit;
     const SPAN span = WholeSpan(options.find.span);
     const auto files = FindFiles(session.UserID(), static_cast<LONG>(lChannel), span);
     if (!files) return FailLast(bJson, "the recording files");
-    if (files->empty()) PrintNote(fmt::format("hlx: no files of {} {}", ChannelText(lChannel), SpanText(span)));
-    if (files->empty()) return EXIT_OK;
+    if (files->empty()) {
+        PrintNote(fmt::format("hlx: no files of {} {}", ChannelText(lChannel), SpanText(span)));
+        return EXIT_OK;
+    }
     if (const EXIT_CODE eExit = PrintedExit(Print(bJson, *files)); eExit != EXIT_OK) return eExit;
     return Change(options, session.UserID(), *files);
 }
@@ -123,8 +118,6 @@ EXIT_CODE RunFiles(const OPTIONS& options, CInterrupt& interrupt) {
     const bool bCanAsk = isatty(STDIN_FILENO) && isatty(STDERR_FILENO);
     if (options.find.eAction == FILE_ACTION::REMOVE && !options.find.bYes && !bCanAsk)
         return Fail(options.connect.bJson, "nobody can be asked here: say --yes to delete files", EXIT_USAGE);
-    CSession session(interrupt);
-    if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
-    const EXIT_CODE eExit = ListAndChange(options, session);
-    return interrupt.Signal() != 0 ? SignalExitCode(interrupt.Signal()) : eExit;
+    return RunInSession(options.connect, interrupt, options.find.lChannel,
+                        [&](const CSession& session) { return ListAndChange(options, session); });
 }

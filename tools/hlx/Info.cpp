@@ -116,9 +116,7 @@ std::string InfoText(const Json& record) {
     return strText;
 }
 
-EXIT_CODE AskAndPrint(const OPTIONS& options, CInterrupt& interrupt) {
-    CSession session(interrupt);
-    if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
+EXIT_CODE Print(const OPTIONS& options, const CSession& session) {
     Json record = {{"event", "info"}, {"host", EndpointText(options.connect.endpoint)}};
     record.update(NamesJson(session.Info()));
     record.update(InputsJson(session.Info()));
@@ -128,6 +126,6 @@ EXIT_CODE AskAndPrint(const OPTIONS& options, CInterrupt& interrupt) {
 }  // namespace
 
 EXIT_CODE RunInfo(const OPTIONS& options, CInterrupt& interrupt) {
-    const EXIT_CODE eExit = AskAndPrint(options, interrupt);  // logged out when it returns
-    return interrupt.Signal() != 0 ? SignalExitCode(interrupt.Signal()) : eExit;
+    return RunInSession(options.connect, interrupt, -1,
+                        [&](const CSession& session) { return Print(options, session); });
 }

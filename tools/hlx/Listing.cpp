@@ -38,11 +38,17 @@ std::string MaskText(std::span<const TYPE_NAME> names, uint32_t dwMask) {
     return strText;
 }
 
+// "1:02:03"
+std::string LengthText(int64_t nSeconds) {
+    return fmt::format("{}:{:02}:{:02}", nSeconds / 3600, nSeconds / 60 % 60, nSeconds % 60);
+}
+
 }  // namespace
 
 bool CListing::Add(std::string_view strLine) {
+    if (m_bEmpty && !m_strHead.empty()) m_strLines.append(m_strHead).push_back('\n');
     m_strLines.append(strLine).push_back('\n');
-    ++m_nLines;
+    m_bEmpty = false;
     if (m_strLines.size() >= PIECE) End();
     return m_nErrno == 0;
 }
@@ -68,13 +74,31 @@ std::string SpanText(const SPAN& span) {
     return fmt::format("from {} to {} (local time here)", ShortTimeText(span.nFrom), ShortTimeText(span.nTo));
 }
 
+std::string SpanHead(std::string_view strMore) {
+    std::string strHead = fmt::format("{:>7}  {:<19}  {:<19}  {:>9}  {:<20}  {}", "channel", "from (local)",
+                                      "to (local)", "length", "from (UTC)", strMore);
+    strHead.erase(strHead.find_last_not_of(' ') + 1);
+    return strHead;
+}
+
+std::string SpanColumns(uint32_t dwChannel, const DD_TIME& start, const DD_TIME& stop) {
+    const int64_t nFrom = SecondsOf(start);
+    const int64_t nTo = SecondsOf(stop);
+    return fmt::format("{:>7}  {}  {}  {:>9}  {}", dwChannel, ShortTimeText(nFrom), ShortTimeText(nTo),
+                       LengthText(nTo - nFrom), UtcIsoText(nFrom));
+}
+
+nlohmann::ordered_json SpanJson(const char* sEvent, uint32_t dwChannel, const DD_TIME& start, const DD_TIME& stop) {
+    return {{"event", sEvent},
+            {"channel", dwChannel},
+            {"start", TimeJson(start)},
+            {"stop", TimeJson(stop)},
+            {"seconds", SecondsOf(stop) - SecondsOf(start)}};
+}
+
 nlohmann::ordered_json TimeJson(const DD_TIME& time) {
     const int64_t nSeconds = SecondsOf(time);
     return {{"local", LocalIsoText(nSeconds)}, {"utc", UtcIsoText(nSeconds)}};
-}
-
-std::string LengthText(int64_t nSeconds) {
-    return fmt::format("{}:{:02}:{:02}", nSeconds / 3600, nSeconds / 60 % 60, nSeconds % 60);
 }
 
 std::string RecordTypeText(uint32_t dwMask) { return MaskText(RECORD_TYPES, dwMask); }

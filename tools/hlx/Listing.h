@@ -11,18 +11,22 @@
 // Lines for standard output, written in large pieces as they come.
 class CListing {
 public:
+    // strHead stands above the first line; without a line it is not written.
+    explicit CListing(std::string strHead = {}) : m_strHead(std::move(strHead)) {}
+
     // False once standard output takes no more.
     bool Add(std::string_view strLine);
     bool AddJson(const nlohmann::ordered_json& record);
 
-    size_t Lines() const { return m_nLines; }
+    bool IsEmpty() const { return m_bEmpty; }
 
     // Writes the rest. 0, or the errno of the write that failed.
     int End();
 
 private:
+    const std::string m_strHead;
     std::string m_strLines;
-    size_t m_nLines = 0;
+    bool m_bEmpty = true;
     int m_nErrno = 0;
 };
 
@@ -55,8 +59,11 @@ nlohmann::ordered_json TimeJson(const DD_TIME& time);
 // "2026-11-21 10:00:00", local.
 std::string ShortTimeText(int64_t nSeconds);
 
-// "1:02:03"
-std::string LengthText(int64_t nSeconds);
+// What each line of a list of spans begins with: the columns, their head, and the same as JSON. strMore are the columns
+// behind them.
+std::string SpanHead(std::string_view strMore = {});
+std::string SpanColumns(uint32_t dwChannel, const DD_TIME& start, const DD_TIME& stop);
+nlohmann::ordered_json SpanJson(const char* sEvent, uint32_t dwChannel, const DD_TIME& start, const DD_TIME& stop);
 
 // A DD_RECORD_TYPE_* or DD_EVENT_TYPE_* mask in words: "motion+sensor".
 std::string RecordTypeText(uint32_t dwMask);

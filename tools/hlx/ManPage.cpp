@@ -77,7 +77,7 @@ std::string ExitText() {
 
 constexpr const char* AFTER_COMMANDS = R"(.SH OUTPUT
 Data goes to standard output, everything else to standard error.
-The line of figures of a live stream appears on a terminal only.
+The line of figures of a stream or a download appears on a terminal only.
 With \fB\-\-json\fR each line is one object whose \fIevent\fR tells its kind:
 .BR info ,
 .BR listening ,
@@ -86,7 +86,17 @@ With \fB\-\-json\fR each line is one object whose \fIevent\fR tells its kind:
 .BR left ,
 .BR format ,
 .BR second ,
+.BR progress ,
+.BR file ,
 .BR end ,
+.BR day ,
+.BR recording ,
+.BR calendar ,
+.BR event ,
+.BR log ,
+.BR locked ,
+.BR unlocked ,
+.BR deleted ,
 .BR alarm ,
 .BR record ,
 .BR ptz ,
@@ -125,6 +135,12 @@ hlx color 192.0.2.7 \-c 2 \-\-brightness 140 \-\-save
 hlx time 192.0.2.7 \-\-set now
 hlx reboot 192.0.2.7 \-\-yes \-\-wait \-\-log reboot.log
 hlx completion bash > ~/.local/share/bash\-completion/completions/hlx
+hlx recordings 192.0.2.7 \-\-calendar this
+hlx files 192.0.2.7 \-\-from yesterday \-\-json
+hlx events 192.0.2.7 \-c 2 \-\-from today \-\-type motion,sensor
+hlx play 192.0.2.7 \-c 2 \-\-from 'yesterday 14:00' \-\-to 'yesterday 15:00' \-\-speed 4 \-o \- | ffplay \-
+hlx download 192.0.2.7 \-c 2 \-\-from 'yesterday 14:00' \-\-to 'yesterday 15:00' \-o gate.avi
+hlx convert gate.hlx.part gate.avi
 hlx repair gate.avi
 hlx listen \-\-port 6040 \-\-device 4711:admin:/etc/hlx/gate.password
 .EE

@@ -95,8 +95,7 @@ EXIT_CODE CarryOut(const OPTIONS& options, CInterrupt& interrupt, const CSession
 
 EXIT_CODE RunPtz(const OPTIONS& options, CInterrupt& interrupt) {
     CSession session(interrupt);
-    if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
-    EXIT_CODE eExit = CheckChannel(session, options.connect, options.ptz.lChannel);
+    EXIT_CODE eExit = session.Open(options.connect, options.ptz.lChannel);
     if (eExit == EXIT_OK) eExit = CarryOut(options, interrupt, session);
     const bool bSignal = interrupt.Signal() != 0 && eExit == EXIT_OK;  // a movement that goes on is worse news
     return bSignal ? SignalExitCode(interrupt.Signal()) : eExit;

@@ -3,21 +3,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
-#include "LiveReport.h"
 #include "Output.h"
 #include "Recording.h"
-#include "Session.h"
+#include "StreamRun.h"
 
 namespace {
-
-using namespace std::chrono_literals;
-using Clock = CLiveReceiver::Clock;
 
 // What the library gathers before it writes; a file that does not change for longer cannot be written.
 constexpr uint64_t MOST_FRAMES_UNSEEN = 100;
@@ -38,123 +33,78 @@ int CheckWritable(const std::string& strFile) {
     return nErrno;
 }
 
+STREAM_ORDER OrderOf(const OPTIONS& options) {
+    const RECORD_OPTIONS& record = options.record;
+    return {options.connect.bJson, fmt::format("cannot open channel {}", record.lChannel), record.strOutput,
+            record.stall};
+}
+
 // One recording from its start to its end.
-class CRecordRun {
+class CRecordRun : public CStreamRun {
 public:
     CRecordRun(const OPTIONS& options, CInterrupt& interrupt)
-        : m_options(options),
-          m_interrupt(interrupt),
-          m_recording(interrupt, options.record.strOutput, options.record.length),
-          m_report(options.connect.bJson) {}
-
-    EXIT_CODE Run(const CSession& session);
+        : CStreamRun(interrupt, OrderOf(options), nullptr),
+          m_record(options.record),
+          m_recording(interrupt, m_receiver, options.record.strOutput, options.record.length) {}
 
 private:
-    LIVE_END Follow();
-    LIVE_END EndOf(const CLiveReceiver::SNAPSHOT& snapshot, Clock::time_point now);
-    bool IsStuck(const CLiveReceiver::SNAPSHOT& snapshot);
-    EXIT_CODE Tell(LIVE_END eEnd) const;
-    EXIT_CODE TellFile(const CLiveReceiver::SNAPSHOT& snapshot, EXIT_CODE eExit) const;
+    POINTERHANDLE Start(const CSession& session) override {
+        return StartLive(session, m_record.lChannel, m_record.lStreamType, CRecording::OnFrame, &m_recording);
+    }
+    void Stop(POINTERHANDLE lStream) override { HLX_StopLivePlay(lStream); }  // completes the file
+    STREAM_END OwnEnd(const SNAPSHOT& snapshot, Clock::time_point now) const override;
+    bool IsStuck(const SNAPSHOT& snapshot) override;
+    EXIT_CODE Tell(STREAM_END eEnd, const SNAPSHOT& snapshot) const override;
+    EXIT_CODE TellEnd(STREAM_END eEnd, const SNAPSHOT& snapshot) const;
+    EXIT_CODE TellFile(const SNAPSHOT& snapshot, EXIT_CODE eExit) const;
 
-    const OPTIONS& m_options;
-    CInterrupt& m_interrupt;
+    const RECORD_OPTIONS& m_record;
     CRecording m_recording;
-    CLiveReport m_report;
     std::optional<RECORDED_FILE> m_fileSeen;  // with what had come when it last changed
-    LIVE_FIGURES m_figuresSeen;
+    STREAM_FIGURES m_figuresSeen;
 };
 
-EXIT_CODE CRecordRun::Run(const CSession& session) {
-    HLX_CLIENTINFO request{};
-    request.lChannel = m_options.record.lChannel;
-    request.streamType = m_options.record.lStreamType;
-    request.bNoDecode = 1;
-    const POINTERHANDLE lLive = HLX_LivePlay(session.UserID(), &request, CRecording::OnFrame, &m_recording);
-    if (lLive == 0 || lLive == -1) {
-        return FailLast(m_options.connect.bJson, fmt::format("cannot open channel {}", m_options.record.lChannel));
-    }
-    const LIVE_END eEnd = Follow();
-    m_recording.Close();
-    HLX_StopLivePlay(lLive);  // completes the file
-    const EXIT_CODE eTold = Tell(eEnd);
-    const CLiveReceiver::SNAPSHOT snapshot = m_recording.TakeSnapshot();
-    const EXIT_CODE eExit = TellFile(snapshot, eTold);
-    m_report.End(eEnd, eExit, snapshot, m_options.record.strOutput);
-    return eExit == EXIT_OK ? PrintedExit(m_report.Error()) : eExit;
-}
-
-LIVE_END CRecordRun::Follow() {
-    auto nextSecond = Clock::now() + 1s;
-    for (;;) {
-        const CLiveReceiver::SNAPSHOT snapshot = m_recording.TakeSnapshot();
-        m_report.Formats(snapshot);
-        const auto now = Clock::now();
-        if (const LIVE_END eEnd = EndOf(snapshot, now); eEnd != LIVE_END::NONE) return eEnd;
-        if (now >= nextSecond) {
-            if (IsStuck(snapshot)) return LIVE_END::WRITE_FAILED;
-            m_report.Second(snapshot);
-            nextSecond += 1s;
-        }
-        m_interrupt.Wait(std::chrono::ceil<std::chrono::milliseconds>(nextSecond - now));
-    }
-}
-
-LIVE_END CRecordRun::EndOf(const CLiveReceiver::SNAPSHOT& snapshot, Clock::time_point now) {
+STREAM_END CRecordRun::OwnEnd(const SNAPSHOT&, Clock::time_point) const {
     switch (m_recording.End()) {
         case CRecording::END::LENGTH:
-            return LIVE_END::DURATION;
+            return STREAM_END::DURATION;
         case CRecording::END::FORMAT:
-            return LIVE_END::FORMAT_CHANGED;
+            return STREAM_END::FORMAT_CHANGED;
         case CRecording::END::REFUSED:
-            return LIVE_END::WRITE_FAILED;
+            return STREAM_END::WRITE_FAILED;
         default:
-            break;
+            return STREAM_END::NONE;
     }
-    if (m_interrupt.Signal() != 0) return LIVE_END::SIGNAL;
-    if (m_report.Error() != 0) return m_report.Error() == EPIPE ? LIVE_END::READER_GONE : LIVE_END::WRITE_FAILED;
-    if (snapshot.bNoMemory) return LIVE_END::NO_MEMORY;
-    return now >= snapshot.ready + m_options.record.stall ? LIVE_END::STALLED : LIVE_END::NONE;
 }
 
 // True when frames come and the file does not change.
-bool CRecordRun::IsStuck(const CLiveReceiver::SNAPSHOT& snapshot) {
-    const auto file = ReadRecorded(m_options.record.strOutput);
+bool CRecordRun::IsStuck(const SNAPSHOT& snapshot) {
+    const auto file = ReadRecorded(m_record.strOutput);
     const bool bChanged = file && (!m_fileSeen || file->nBytes != m_fileSeen->nBytes) && !file->bComplete;
     if (bChanged) {
         m_fileSeen = file;
         m_figuresSeen = snapshot.figures;
     }
-    const LIVE_FIGURES unseen = snapshot.figures - m_figuresSeen;
+    const STREAM_FIGURES unseen = snapshot.figures - m_figuresSeen;
     return unseen.nFrames > MOST_FRAMES_UNSEEN && (!file || unseen.nBytes > MOST_BYTES_UNSEEN);
 }
 
-// The exit code of an end, after telling those that a person must know of.
-EXIT_CODE CRecordRun::Tell(LIVE_END eEnd) const {
-    const bool bJson = m_options.connect.bJson;
-    switch (eEnd) {
-        case LIVE_END::SIGNAL:
-            return SignalExitCode(m_interrupt.Signal());
-        case LIVE_END::STALLED:
-            return Fail(bJson, fmt::format("no frame came for {} s", m_options.record.stall.count() / 1000.0),
-                        EXIT_TIMED_OUT);
-        case LIVE_END::FORMAT_CHANGED:
-            return Fail(bJson, "the picture's size changed; what came before is in the file", EXIT_FAILED);
-        case LIVE_END::WRITE_FAILED:
-            if (m_report.Error() != 0)
-                return Fail(bJson, fmt::format("writing failed: {}", strerror(m_report.Error())), EXIT_FAILED);
-            if (m_recording.Error() != 0) return Fail(bJson, "cannot record", ErrorRow(m_recording.Error()));
-            return Fail(bJson, m_options.record.strOutput + " cannot be written any more", EXIT_FAILED);
-        case LIVE_END::NO_MEMORY:
-            return Fail(bJson, ErrorRow(HLX_NORESOURCE).sSentence, EXIT_FAILED);
-        default:
-            return EXIT_OK;
-    }
+EXIT_CODE CRecordRun::Tell(STREAM_END eEnd, const SNAPSHOT& snapshot) const {
+    return TellFile(snapshot, TellEnd(eEnd, snapshot));
+}
+
+EXIT_CODE CRecordRun::TellEnd(STREAM_END eEnd, const SNAPSHOT& snapshot) const {
+    const bool bJson = m_order.bJson;
+    if (eEnd == STREAM_END::FORMAT_CHANGED)
+        return Fail(bJson, "the picture's size changed; what came before is in the file", EXIT_FAILED);
+    if (m_recording.Error() != 0) return Fail(bJson, "cannot record", ErrorRow(m_recording.Error()));
+    return CStreamRun::Tell(eEnd, snapshot);
 }
 
 // Looks at what was written, and fails for a file that is missing or not whole.
-EXIT_CODE CRecordRun::TellFile(const CLiveReceiver::SNAPSHOT& snapshot, EXIT_CODE eExit) const {
-    const bool bJson = m_options.connect.bJson;
-    const std::string& strFile = m_options.record.strOutput;
+EXIT_CODE CRecordRun::TellFile(const SNAPSHOT& snapshot, EXIT_CODE eExit) const {
+    const bool bJson = m_order.bJson;
+    const std::string& strFile = m_record.strOutput;
     const auto file = snapshot.first ? ReadRecorded(strFile) : std::nullopt;
     if (!file) {
         const EXIT_CODE eNone = Fail(bJson, "nothing was recorded", EXIT_FAILED);
@@ -186,8 +136,6 @@ EXIT_CODE RunRecord(const OPTIONS& options, CInterrupt& interrupt) {
     if (const int nErrno = CheckWritable(strFile); nErrno != 0)
         return Fail(options.connect.bJson, fmt::format("cannot write {}: {}", strFile, strerror(nErrno)), EXIT_FAILED);
     CSession session(interrupt);
-    if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
-    const EXIT_CODE eChannel = CheckChannel(session, options.connect, options.record.lChannel);
-    if (eChannel != EXIT_OK) return eChannel;
-    return CRecordRun(options, interrupt).Run(session);
+    const EXIT_CODE eExit = session.Open(options.connect, options.record.lChannel);
+    return eExit == EXIT_OK ? CRecordRun(options, interrupt).Run(session) : eExit;
 }

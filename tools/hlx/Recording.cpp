@@ -22,13 +22,14 @@ constexpr size_t OPEN_MARK = 2020;  // 0 once the file is complete
 
 }  // namespace
 
-CRecording::CRecording(CInterrupt& interrupt, std::string strFile, std::chrono::milliseconds length)
-    : m_interrupt(interrupt), m_strFile(std::move(strFile)), m_length(length), m_receiver(interrupt, nullptr, 0) {}
+CRecording::CRecording(CInterrupt& interrupt, CStreamReceiver& receiver, std::string strFile,
+                       std::chrono::milliseconds length)
+    : m_interrupt(interrupt), m_receiver(receiver), m_strFile(std::move(strFile)), m_length(length) {}
 
 void CRecording::OnFrame(POINTERHANDLE lLiveHandle, HLX_FRAME_INFO frameInfo, BYTE* pBuffer, void* pUser) {
     auto* pThis = static_cast<CRecording*>(pUser);
     if (frameInfo.frameType == DD_FRAME_TYPE_VIDEO) pThis->Before(lLiveHandle, frameInfo);
-    CLiveReceiver::OnFrame(lLiveHandle, frameInfo, pBuffer, &pThis->m_receiver);
+    CStreamReceiver::OnFrame(lLiveHandle, frameInfo, pBuffer, &pThis->m_receiver);
 }
 
 void CRecording::Before(POINTERHANDLE lLiveHandle, const HLX_FRAME_INFO& info) {
@@ -46,7 +47,7 @@ void CRecording::Begin(POINTERHANDLE lLiveHandle, const HLX_FRAME_INFO& info) {
     m_dwWidth = info.width;
     m_dwHeight = info.height;
     m_nLastTime = info.time;
-    m_begun = CLiveReceiver::Clock::now();
+    m_begun = CStreamReceiver::Clock::now();
     if (m_bSaving) return;
     m_dwError = HLX_GetLastError();
     Finish(END::REFUSED);
@@ -61,7 +62,7 @@ CRecording::END CRecording::EndAt(const HLX_FRAME_INFO& info) {
     m_nLastTime = info.time;
     m_recorded += std::clamp<std::chrono::microseconds>(step, 0us, LONGEST_HOLE);
     if (m_length == 0us) return END::NONE;
-    const bool bOver = m_recorded >= m_length || CLiveReceiver::Clock::now() >= m_begun + 2 * m_length + 1min;
+    const bool bOver = m_recorded >= m_length || CStreamReceiver::Clock::now() >= m_begun + 2 * m_length + 1min;
     return bOver ? END::LENGTH : END::NONE;
 }
 

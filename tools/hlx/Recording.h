@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "LiveReceiver.h"
+#include "StreamReceiver.h"
 
 // Has the library save a live stream to an AVI file. The file begins with the first key frame and ends with the last
 // frame inside the length, both by the frames' own times: saving is switched in the frame callback, in front of the
@@ -15,20 +15,17 @@ public:
     // What ended the saving by itself.
     enum class END { NONE, LENGTH, FORMAT, REFUSED };
 
-    // length 0: until the stream ends. interrupt is woken when the saving ends by itself.
-    CRecording(CInterrupt& interrupt, std::string strFile, std::chrono::milliseconds length);
+    // length 0: until the stream ends. interrupt is woken when the saving ends by itself. The frames since the first key
+    // frame go on to the receiver.
+    CRecording(CInterrupt& interrupt, CStreamReceiver& receiver, std::string strFile, std::chrono::milliseconds length);
 
     // The LIVE_DATA_CALLBACK; pUser is the recording.
     static void OnFrame(POINTERHANDLE lLiveHandle, HLX_FRAME_INFO frameInfo, BYTE* pBuffer, void* pUser);
 
-    // The frames since the first key frame.
-    CLiveReceiver::SNAPSHOT TakeSnapshot() { return m_receiver.TakeSnapshot(); }
     END End() const { return m_eEnd; }
 
     // The library's error number, with END::REFUSED.
     DWORD Error() const { return m_dwError; }
-
-    void Close() { m_receiver.Close(); }
 
 private:
     void Before(POINTERHANDLE lLiveHandle, const HLX_FRAME_INFO& info);
@@ -37,9 +34,9 @@ private:
     void Finish(END eEnd);
 
     CInterrupt& m_interrupt;
+    CStreamReceiver& m_receiver;
     const std::string m_strFile;
     const std::chrono::microseconds m_length;
-    CLiveReceiver m_receiver;
     std::atomic<END> m_eEnd{END::NONE};
     std::atomic<DWORD> m_dwError{0};
     bool m_bSaving = false;  // stream's thread only, as all below
@@ -47,7 +44,7 @@ private:
     uint32_t m_dwHeight = 0;
     int64_t m_nLastTime = 0;  // of the last video frame
     std::chrono::microseconds m_recorded{0};
-    CLiveReceiver::Clock::time_point m_begun;
+    CStreamReceiver::Clock::time_point m_begun;
 };
 
 // What stands in an AVI file.

@@ -15,20 +15,26 @@
 namespace {
 
 struct DAY {
-    MONTH month;
+    int nYear;
+    int nMonth;  // from 1
     int nDay;
 
-    std::string Text() const { return fmt::format("{}-{:02}", MonthText(month), nDay); }
+    auto operator<=>(const DAY&) const = default;
+    bool IsIn(const MONTH& month) const { return nYear == month.nYear && nMonth == month.nMonth; }
+    std::string Text() const { return fmt::format("{:04}-{:02}-{:02}", nYear, nMonth, nDay); }
+    int64_t At(DAY_EDGE eEdge) const { return ParseTime(Text(), 0, eEdge).value_or(0); }
 };
 
-// The days that hold recordings; nothing after a failure.
+// The days that hold recordings, in their order; nothing after a failure.
 std::optional<std::vector<DAY>> FindDays(LONG lUserID) {
     std::vector<DAY> days;
     const auto keep = [&days](const DD_DATE& date) {
-        days.push_back({{date.year + 1900, date.month + 1}, date.mday});
+        const DAY day{date.year + 1900, date.month + 1, date.mday};
+        if (day.At(DAY_EDGE::BEGIN) != 0) days.push_back(day);  // else no calendar has it
         return true;
     };
     if (!TakeFound(HLX_FindRecDate(lUserID), HLX_FindNextRecDate, HLX_FindRecDateClose, keep)) return {};
+    std::ranges::sort(days);
     return days;
 }
 
@@ -37,8 +43,7 @@ int PrintCalendar(const OPTIONS& options, const std::vector<DAY>& days) {
     uint32_t dwDays = 0;
     auto numbers = nlohmann::ordered_json::array();
     for (const DAY& day : days) {
-        if (day.month.nYear != month.nYear || day.month.nMonth != month.nMonth || day.nDay > DaysOf(month)) continue;
-        dwDays |= 1u << day.nDay;
+        if (day.IsIn(month)) dwDays |= 1u << day.nDay;
     }
     for (int nDay = 1; nDay <= DaysOf(month); ++nDay) {
         if (dwDays >> nDay & 1) numbers.push_back(nDay);
@@ -51,75 +56,52 @@ int PrintCalendar(const OPTIONS& options, const std::vector<DAY>& days) {
 
 // From the first day to the end of the last one, unless the command line says otherwise.
 SPAN SpanOfDays(const TIME_SPAN& given, const std::vector<DAY>& days) {
-    const auto edge = [](const DAY& day, DAY_EDGE eEdge) { return ParseTime(day.Text(), 0, eEdge).value_or(0); };
-    int64_t nFirst = edge(days.front(), DAY_EDGE::BEGIN);
-    int64_t nLast = 0;
-    for (const DAY& day : days) {
-        nFirst = std::min(nFirst, edge(day, DAY_EDGE::BEGIN));
-        nLast = std::max(nLast, edge(day, DAY_EDGE::END));
-    }
-    return {given.from.value_or(nFirst), given.to.value_or(nLast)};
+    return {given.from.value_or(days.front().At(DAY_EDGE::BEGIN)), given.to.value_or(days.back().At(DAY_EDGE::END))};
 }
 
-// One line for each day and, below those, one for each span.
-class CRecordingList {
-public:
-    explicit CRecordingList(bool bJson) : m_bJson(bJson) {}
-
-    bool AddDay(const DAY& day) {
-        if (m_bJson) return m_listing.AddJson(nlohmann::ordered_json{{"event", "day"}, {"date", day.Text()}});
-        return m_listing.Add(day.Text());
-    }
-
-    bool AddSpan(const HLX_REC_TIME& span) {
-        const int64_t nFrom = SecondsOf(span.startTime);
-        const int64_t nTo = SecondsOf(span.stopTime);
-        if (m_bJson) {
-            return m_listing.AddJson(nlohmann::ordered_json{{"event", "recording"},
-                                                            {"channel", span.dwChannel},
-                                                            {"start", TimeJson(span.startTime)},
-                                                            {"stop", TimeJson(span.stopTime)},
-                                                            {"seconds", nTo - nFrom}});
-        }
-        if (!m_bHeaded) {
-            m_listing.Add(fmt::format("\n{:>7}  {:<19}  {:<19}  {:>9}  {}", "channel", "from (local)", "to (local)",
-                                      "length", "from (UTC)"));
-        }
-        m_bHeaded = true;
-        return m_listing.Add(fmt::format("{:>7}  {}  {}  {:>9}  {}", span.dwChannel, ShortTimeText(nFrom),
-                                         ShortTimeText(nTo), LengthText(nTo - nFrom), UtcIsoText(nFrom)));
-    }
-
-    int End() { return m_listing.End(); }
-
-private:
-    CListing m_listing;
-    const bool m_bJson;
-    bool m_bHeaded = false;
-};
-
-EXIT_CODE List(const OPTIONS& options, LONG lUserID, const std::vector<DAY>& days) {
-    const bool bJson = options.connect.bJson;
-    if (days.empty()) PrintNote("hlx: the device has no recordings");
-    if (days.empty()) return EXIT_OK;
-    const SPAN span = SpanOfDays(options.find.span, days);
-    CRecordingList list(bJson);
+// One line for each day that the span touches. 0, or the errno of a write that failed.
+int PrintDays(bool bJson, const SPAN& span, const std::vector<DAY>& days) {
+    CListing listing;
     for (const DAY& day : days) {
-        const auto begin = ParseTime(day.Text(), 0, DAY_EDGE::BEGIN);
-        const auto end = ParseTime(day.Text(), 0, DAY_EDGE::END);
-        if (begin < span.nTo && end > span.nFrom) list.AddDay(day);
+        if (day.At(DAY_EDGE::BEGIN) >= span.nTo || day.At(DAY_EDGE::END) <= span.nFrom) continue;
+        if (bJson) listing.AddJson(nlohmann::ordered_json{{"event", "day"}, {"date", day.Text()}});
+        if (!bJson) listing.Add(day.Text());
     }
+    return listing.End();
+}
+
+bool FindSpans(LONG lUserID, int64_t lChannel, const SPAN& span, bool bJson, CListing& listing) {
     const DD_TIME from = LibraryTime(span.nFrom);
     const DD_TIME to = LibraryTime(span.nTo);
-    const POINTERHANDLE lFind = HLX_FindTime(lUserID, static_cast<LONG>(options.find.lChannel), &from, &to);
-    const auto add = [&list](const HLX_REC_TIME& found) { return list.AddSpan(found); };
-    if (!TakeFound(lFind, HLX_FindNextTime, HLX_FindTimeClose, add)) return FailLast(bJson, "the recordings");
-    return PrintedExit(list.End());
+    const auto add = [&](const HLX_REC_TIME& found) {
+        if (bJson) return listing.AddJson(SpanJson("recording", found.dwChannel, found.startTime, found.stopTime));
+        return listing.Add(SpanColumns(found.dwChannel, found.startTime, found.stopTime));
+    };
+    return TakeFound(HLX_FindTime(lUserID, static_cast<LONG>(lChannel), &from, &to), HLX_FindNextTime,
+                     HLX_FindTimeClose, add);
+}
+
+// The days and, below them, the spans.
+EXIT_CODE List(const OPTIONS& options, LONG lUserID, const std::vector<DAY>& days) {
+    const bool bJson = options.connect.bJson;
+    const int64_t lChannel = options.find.lChannel;
+    if (days.empty()) {
+        PrintNote("hlx: the device has no recordings");
+        return EXIT_OK;
+    }
+    const SPAN span = SpanOfDays(options.find.span, days);
+    if (const int nErrno = PrintDays(bJson, span, days); nErrno != 0) return PrintedExit(nErrno);
+    CListing spans(bJson ? "" : "\n" + SpanHead());
+    const bool bBeside = span.nFrom >= span.nTo;  // behind the last day, or ahead of the first one
+    if (!bBeside && !FindSpans(lUserID, lChannel, span, bJson, spans)) return FailLast(bJson, "the recordings");
+    if (spans.IsEmpty()) {
+        PrintNote(fmt::format("hlx: no recordings of {} then; the device has some from {} to {}", ChannelText(lChannel),
+                              days.front().Text(), days.back().Text()));
+    }
+    return PrintedExit(spans.End());
 }
 
 EXIT_CODE FindAndShow(const OPTIONS& options, const CSession& session) {
-    if (const EXIT_CODE eExit = CheckChannel(session, options.connect, options.find.lChannel); eExit != EXIT_OK)
-        return eExit;
     const auto days = FindDays(session.UserID());
     if (!days) return FailLast(options.connect.bJson, "the days with recordings");
     if (options.find.calendar) return PrintedExit(PrintCalendar(options, *days));
@@ -129,8 +111,6 @@ EXIT_CODE FindAndShow(const OPTIONS& options, const CSession& session) {
 }  // namespace
 
 EXIT_CODE RunRecordings(const OPTIONS& options, CInterrupt& interrupt) {
-    CSession session(interrupt);
-    if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
-    const EXIT_CODE eExit = FindAndShow(options, session);
-    return interrupt.Signal() != 0 ? SignalExitCode(interrupt.Signal()) : eExit;
+    return RunInSession(options.connect, interrupt, options.find.lChannel,
+                        [&](const CSession& session) { return FindAndShow(options, session); });
 }

@@ -43,9 +43,14 @@ CSession::~CSession() {
     HLX_Cleanup();
 }
 
-EXIT_CODE CSession::Open(const CONNECT_OPTIONS& options) {
+EXIT_CODE CSession::Open(const CONNECT_OPTIONS& options, int64_t lChannel) {
     std::string strPassword;
     if (const EXIT_CODE eExit = ReadPassword(options, m_interrupt, strPassword); eExit != EXIT_OK) return eExit;
+    const EXIT_CODE eExit = Login(options, strPassword);
+    return eExit == EXIT_OK ? CheckChannel(options, lChannel) : eExit;
+}
+
+EXIT_CODE CSession::Login(const CONNECT_OPTIONS& options, std::string& strPassword) {
     if (const EXIT_CODE eExit = StartTrace(options); eExit != EXIT_OK) return eExit;
     if (!HLX_Init()) return FailLast(options.bJson, "cannot start the library");
     if (const EXIT_CODE eExit = StartLog(options); eExit != EXIT_OK) return eExit;
@@ -59,11 +64,31 @@ EXIT_CODE CSession::Open(const CONNECT_OPTIONS& options) {
     return Fail(options.bJson, "cannot log in to " + EndpointText(options.endpoint), ErrorRow(dwError));
 }
 
-EXIT_CODE CheckChannel(const CSession& session, const CONNECT_OPTIONS& options, int64_t lChannel) {
-    const int nChannels = session.Info().videoInputNum;
+EXIT_CODE CSession::CheckChannel(const CONNECT_OPTIONS& options, int64_t lChannel) const {
+    const int nChannels = m_info.videoInputNum;
     if (nChannels <= 0 || lChannel < nChannels) return EXIT_OK;
     return Fail(options.bJson, fmt::format("channel {} of 0 to {}", lChannel, nChannels - 1),
                 ErrorRow(HLX_CHANNEL_ERROR));
+}
+
+EXIT_CODE RunInSession(const CONNECT_OPTIONS& options, CInterrupt& interrupt, int64_t lChannel,
+                       const std::function<EXIT_CODE(const CSession&)>& fnWork) {
+    EXIT_CODE eExit = EXIT_OK;
+    {
+        CSession session(interrupt);
+        eExit = session.Open(options, lChannel);
+        if (eExit == EXIT_OK) eExit = fnWork(session);
+    }
+    return interrupt.Signal() != 0 ? SignalExitCode(interrupt.Signal()) : eExit;
+}
+
+POINTERHANDLE StartLive(const CSession& session, int64_t lChannel, int64_t lStreamType, LIVE_DATA_CALLBACK fnOnFrame,
+                        void* pUser) {
+    HLX_CLIENTINFO request{};
+    request.lChannel = static_cast<LONG>(lChannel);
+    request.streamType = static_cast<LONG>(lStreamType);
+    request.bNoDecode = 1;
+    return HLX_LivePlay(session.UserID(), &request, fnOnFrame, pUser);
 }
 
 EXIT_CODE FailLast(bool bJson, const std::string& strWhat) {

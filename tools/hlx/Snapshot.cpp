@@ -65,7 +65,6 @@ EXIT_CODE Write(const OPTIONS& options, std::string_view strPicture) {
 
 EXIT_CODE Capture(const OPTIONS& options, const CSession& session) {
     const int64_t lChannel = options.snapshot.lChannel;
-    if (const EXIT_CODE eExit = CheckChannel(session, options.connect, lChannel); eExit != EXIT_OK) return eExit;
     std::vector<char> buffer(LARGEST_PICTURE);
     DWORD dwSize = 0;
     if (!HLX_CaptureJPEGPicture(session.UserID(), static_cast<LONG>(lChannel), nullptr, buffer.data(),
@@ -84,8 +83,6 @@ EXIT_CODE Capture(const OPTIONS& options, const CSession& session) {
 }  // namespace
 
 EXIT_CODE RunSnapshot(const OPTIONS& options, CInterrupt& interrupt) {
-    CSession session(interrupt);
-    if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
-    const EXIT_CODE eExit = Capture(options, session);
-    return interrupt.Signal() != 0 ? SignalExitCode(interrupt.Signal()) : eExit;
+    return RunInSession(options.connect, interrupt, options.snapshot.lChannel,
+                        [&](const CSession& session) { return Capture(options, session); });
 }

@@ -21,14 +21,9 @@ constexpr auto LONGEST_TICK = 2s;  // from there to the next second
 // A stream that nobody looks at: classic recorders tell their time with frames only.
 class CQuietStream {
 public:
-    CQuietStream(LONG lUserID, int64_t lChannel) {
-        HLX_CLIENTINFO request{};
-        request.lChannel = static_cast<LONG>(lChannel);
-        request.streamType = HLX_SUB_STREAM;
-        request.bNoDecode = 1;
-        m_lLive = HLX_LivePlay(
-            lUserID, &request, [](POINTERHANDLE, HLX_FRAME_INFO, BYTE*, void*) {}, nullptr);
-    }
+    CQuietStream(const CSession& session, int64_t lChannel)
+        : m_lLive(StartLive(
+              session, lChannel, HLX_SUB_STREAM, [](POINTERHANDLE, HLX_FRAME_INFO, BYTE*, void*) {}, nullptr)) {}
     ~CQuietStream() {
         if (IsOpen()) HLX_StopLivePlay(m_lLive);
     }
@@ -37,7 +32,7 @@ public:
     bool IsOpen() const { return m_lLive != 0 && m_lLive != -1; }
 
 private:
-    POINTERHANDLE m_lLive = 0;
+    const POINTERHANDLE m_lLive;
 };
 
 // What the device's clock shows, in seconds since 1970. The library tells it in this machine's local time.
@@ -87,9 +82,7 @@ int Print(const OPTIONS& options, const READING& reading) {
 
 EXIT_CODE Show(const OPTIONS& options, const CInterrupt& interrupt, const CSession& session) {
     const bool bJson = options.connect.bJson;
-    if (const EXIT_CODE eExit = CheckChannel(session, options.connect, options.time.lChannel); eExit != EXIT_OK)
-        return eExit;
-    const CQuietStream stream(session.UserID(), options.time.lChannel);
+    const CQuietStream stream(session, options.time.lChannel);
     if (!stream.IsOpen()) return FailLast(bJson, fmt::format("cannot open channel {}", options.time.lChannel));
     const auto reading = ReadClock(session.UserID(), interrupt);
     if (interrupt.Signal() != 0) return EXIT_OK;
@@ -124,9 +117,8 @@ EXIT_CODE Set(const OPTIONS& options, CInterrupt& interrupt, const CSession& ses
 }  // namespace
 
 EXIT_CODE RunTime(const OPTIONS& options, CInterrupt& interrupt) {
-    CSession session(interrupt);
-    if (const EXIT_CODE eExit = session.Open(options.connect); eExit != EXIT_OK) return eExit;
     const bool bSet = options.time.bSetNow || options.time.toSeconds;
-    const EXIT_CODE eExit = bSet ? Set(options, interrupt, session) : Show(options, interrupt, session);
-    return interrupt.Signal() != 0 ? SignalExitCode(interrupt.Signal()) : eExit;
+    return RunInSession(options.connect, interrupt, bSet ? -1 : options.time.lChannel, [&](const CSession& session) {
+        return bSet ? Set(options, interrupt, session) : Show(options, interrupt, session);
+    });
 }

@@ -12,6 +12,7 @@
 #include "netservice/ListenProc.h"
 #include "netservice/MultiNetComm.h"
 #include "sdk_common/CallbackPair.h"
+#include "sdk_common/InCallback.h"
 #include "sdk_common/PubThread.h"
 #include "sdk_common/WaitEvent.h"
 
@@ -77,7 +78,7 @@ public:
     int GetDeviceFirmwareType(LONG lUserID);
 
     /// True on a thread that is inside an application's exception, register or subscription callback.
-    static bool InCallback() { return t_bInCallback; }
+    static bool InCallback() { return CApplicationCall::OnThisThread(); }
 
     /// Ends the waits of all requests that are under way, with HLX_NETWORK_NOT_CONNECT. For those who stop a thread
     /// that may be in one.
@@ -124,12 +125,7 @@ private:
     using Session = CDeviceTable::Session;
 
     /// Marks the thread for the time of a call to the application.
-    struct CApplicationCall {
-        CApplicationCall() { t_bInCallback = true; }
-        ~CApplicationCall() { t_bInCallback = false; }
-        CApplicationCall(const CApplicationCall&) = delete;
-        CApplicationCall& operator=(const CApplicationCall&) = delete;
-    };
+    using CApplicationCall = CInCallback<CNetDeviceMan>;
 
     /// A session that was entered. Takes it back, also when an exception passes, unless its login is through.
     struct ENTERED_SESSION {
@@ -212,8 +208,6 @@ private:
     int RefuseCaller(const Session& session);
     bool LoginAsCaller(const Session& session, HLX_DEVICEINFO& deviceInfo, REGISTER_LISTENER& listener);
     void SetCaller(REGISTER_LISTENER& listener, const Session& session);
-
-    static inline thread_local bool t_bInCallback = false;
 
     CSWL_MultiNetComm m_multiNetComm;
     CTcpConnector m_connector;

@@ -6,6 +6,7 @@
 #include "main_utility/device/NetDeviceMan.h"
 #include "main_utility/media/DownloadMan.h"
 #include "netservice/MultiNetDataBufferMan.h"
+#include "sdk_common/InCallback.h"
 #include "sdk_common/RunFlag.h"
 #include "sdk_common/ThreadState.h"
 #include "sdk_common/YLog4C.h"
@@ -20,16 +21,11 @@ constexpr tuint32 NOTICE_WAIT = 5;           // milliseconds without data after 
 constexpr tuint32 FLUSH_WAIT = 200;          // milliseconds without data after which the file gets what was gathered
 constexpr tuint32 IDLE_WAIT = 10000;         // milliseconds
 
-thread_local bool t_bInDataCallback = false;
-
-struct InCallback {
-    InCallback() { t_bInDataCallback = true; }
-    ~InCallback() { t_bInDataCallback = false; }
-};
+using InCallback = CInCallback<CDownloadMan>;
 
 }  // namespace
 
-bool CDownloadMan::InDataCallback() { return t_bInDataCallback; }
+bool CDownloadMan::InDataCallback() { return InCallback::OnThisThread(); }
 
 void* CDownloadMan::DownLoadDataThread(void* pParam) {
     static_cast<CDownloadMan*>(pParam)->DownLoadDataProc();

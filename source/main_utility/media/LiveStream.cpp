@@ -5,6 +5,7 @@
 
 #include "main_utility/media/LiveMan.h"
 #include "netservice/MultiNetDataBufferMan.h"
+#include "sdk_common/InCallback.h"
 #include "sdk_common/RunFlag.h"
 
 namespace {
@@ -16,12 +17,7 @@ constexpr tuint32 READER_WAIT = 1000;  // milliseconds that an idle thread waits
 constexpr DWORD STREAM_ATTRIB[] = {DD_LIVE_FRAME_FIRST_STREAM, DD_LIVE_FRAME_SECOND_STREAM, DD_LIVE_FRAME_THIRD_STREAM,
                                    DD_LIVE_FRAME_FOURTH_STREAM};
 
-thread_local bool t_bInFrameCallback = false;
-
-struct InCallback {
-    InCallback() { t_bInFrameCallback = true; }
-    ~InCallback() { t_bInFrameCallback = false; }
-};
+using InCallback = CInCallback<CLiveMan>;
 
 bool IsVideo(DWORD frameType) { return frameType == DD_FRAME_TYPE_VIDEO || frameType == DD_FRAME_TYPE_VIDEO_FORMAT; }
 
@@ -40,7 +36,7 @@ bool KeepFormat(Format& format, const HLX_FRAME_INFO& frame, const unsigned char
 
 }  // namespace
 
-bool CLiveMan::InFrameCallback() { return t_bInFrameCallback; }
+bool CLiveMan::InFrameCallback() { return InCallback::OnThisThread(); }
 
 void* CLiveMan::LiveDataProcThread(void* pParam) {
     auto* pStream = static_cast<LIVE_STREAM_INFO*>(pParam);

@@ -6,6 +6,7 @@
 #include "main_utility/device/NetDeviceMan.h"
 #include "main_utility/media/PlaybackMan.h"
 #include "netservice/MultiNetDataBufferMan.h"
+#include "sdk_common/InCallback.h"
 #include "sdk_common/PubTime.h"
 #include "sdk_common/RunFlag.h"
 
@@ -27,12 +28,7 @@ constexpr size_t FRAME_HEAD = sizeof(HLX_FRAME_INFO);
 constexpr tint64 NOTIFY_PAUSE = 100000;  // microseconds before an index that the link did not take is sent again
 constexpr tint64 LONGEST_PAUSE = 3600 * 1000000LL;
 
-thread_local bool t_bInFrameCallback = false;
-
-struct InCallback {
-    InCallback() { t_bInFrameCallback = true; }
-    ~InCallback() { t_bInFrameCallback = false; }
-};
+using InCallback = CInCallback<CPlaybackMan>;
 
 tint64 Now() { return TimeSource().MonotonicMicroseconds(); }
 
@@ -52,7 +48,7 @@ HLX_FRAME_INFO FormatFrame(const HLX_FRAME_INFO& frame, DWORD frameType, const F
 
 }  // namespace
 
-bool CPlaybackMan::InFrameCallback() { return t_bInFrameCallback; }
+bool CPlaybackMan::InFrameCallback() { return InCallback::OnThisThread(); }
 
 void* CPlaybackMan::PlayBackDataThread(void* pParam) {
     static_cast<CPlaybackMan*>(pParam)->PlayBackDataProc();

@@ -8,6 +8,7 @@
 #include "main_utility/device/NetDeviceMan.h"
 #include "main_utility/media/AudioCodecMan.h"
 #include "main_utility/media/TalkFormat.h"
+#include "sdk_common/InCallback.h"
 #include "sdk_common/RunFlag.h"
 #include "sdk_common/YLog4C.h"
 
@@ -17,12 +18,7 @@ constexpr int FRAMES_IN_A_ROW = 64;  // of one talk, before others get their tur
 constexpr tuint32 TURN_PAUSE = 1;    // milliseconds in which others get the lock
 constexpr POINTERHANDLE NO_TALK = -1;
 
-thread_local bool t_bInTalkCallback = false;
-
-struct InCallback {
-    InCallback() { t_bInTalkCallback = true; }
-    ~InCallback() { t_bInTalkCallback = false; }
-};
+using InCallback = CInCallback<CTalkTransMan>;
 
 }  // namespace
 
@@ -30,7 +26,7 @@ TALK_TRANS_INFO::~TALK_TRANS_INFO() {
     if (audioCodecHandle > 0) CAudioCodecMan::Instance()->CloseAudioCodec(audioCodecHandle);
 }
 
-bool CTalkTransMan::InTalkCallback() { return t_bInTalkCallback; }
+bool CTalkTransMan::InTalkCallback() { return InCallback::OnThisThread(); }
 
 bool CTalkTransMan::Initial() {
     m_deviceMan = CNetDeviceMan::Instance();
@@ -102,7 +98,7 @@ std::list<CTalkTransMan::Talk> CTalkTransMan::Take(POINTERHANDLE lVoiceComHandle
 bool CTalkTransMan::Knows(POINTERHANDLE lVoiceComHandle) { return Find(lVoiceComHandle) != nullptr; }
 
 BOOL CTalkTransMan::Stop(POINTERHANDLE lVoiceComHandle, bool bMayWait) {
-    if (t_bInTalkCallback) return Failure(HLX_OPER_NOPERMIT);
+    if (InCallback::OnThisThread()) return Failure(HLX_OPER_NOPERMIT);
     const std::list<Talk> talk = Take(lVoiceComHandle);
     if (talk.empty()) return false;
     if (bMayWait) {

@@ -8,6 +8,7 @@
 #include "main_utility/device/NetDeviceMan.h"
 #include "main_utility/media/AudioCodecMan.h"
 #include "main_utility/media/TalkFormat.h"
+#include "sdk_common/InCallback.h"
 #include "sdk_common/RunFlag.h"
 
 namespace {
@@ -22,18 +23,13 @@ constexpr POINTERHANDLE NO_CODEC = -1;
 /// What is captured and what every codec takes.
 constexpr WAVEFORMATEX CAPTURE_FORMAT = {1, 1, 8000, 16000, 2, 16, 0};
 
-thread_local bool t_bInTalkCallback = false;
-
-struct InCallback {
-    InCallback() { t_bInTalkCallback = true; }
-    ~InCallback() { t_bInTalkCallback = false; }
-};
+using InCallback = CInCallback<CTalkbackMan>;
 
 }  // namespace
 
 CTalkbackMan::CTalkbackMan() = default;
 
-bool CTalkbackMan::InTalkCallback() { return t_bInTalkCallback; }
+bool CTalkbackMan::InTalkCallback() { return InCallback::OnThisThread(); }
 
 bool CTalkbackMan::Initial() {
     m_pNetDeviceMan = CNetDeviceMan::Instance();
@@ -105,7 +101,7 @@ bool CTalkbackMan::Knows(POINTERHANDLE lVoiceComHandle) {
 }
 
 BOOL CTalkbackMan::StopTalk(POINTERHANDLE lVoiceComHandle) {
-    if (t_bInTalkCallback) return Failure(HLX_OPER_NOPERMIT);
+    if (InCallback::OnThisThread()) return Failure(HLX_OPER_NOPERMIT);
     TalkList talk = Take(lVoiceComHandle);
     if (talk.empty()) return false;
     const BOOL bStopped = End(talk.front());

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "main_utility/device/NetDeviceMan.h"
+#include "sdk_common/InCallback.h"
 #include "sdk_common/RunFlag.h"
 #include "sdk_common/ThreadState.h"
 #include "sdk_common/YLog4C.h"
@@ -14,12 +15,7 @@ namespace {
 
 constexpr tuint32 MESSAGE_INTERVAL = 1500;  // milliseconds
 
-thread_local bool s_bInCallback = false;
-
-struct InCallback {
-    InCallback() { s_bInCallback = true; }
-    ~InCallback() { s_bInCallback = false; }
-};
+using InCallback = CInCallback<CDeviceMsgMan>;
 
 /// What a poll gives, at most `most`. Its number is nobody's business but this thread's.
 template <class Poll>
@@ -61,7 +57,7 @@ void CDeviceMsgMan::Quit() {
     m_listDeviceSetup.clear();
 }
 
-bool CDeviceMsgMan::InMessageCallback() { return s_bInCallback; }
+bool CDeviceMsgMan::InMessageCallback() { return InCallback::OnThisThread(); }
 
 // ---- What the application asks for ----
 
@@ -107,7 +103,8 @@ void CDeviceMsgMan::WaitForCall(bool bMayWait, Wanted wanted) {
         std::lock_guard guard(m_listLock);
         return !m_bCalling || !wanted();
     };
-    while (bMayWait && !s_bInCallback && !quiet()) m_callbackEnd.WaitForCond(CWaitEvent::WAIT_FOREVER, quiet);
+    while (bMayWait && !InCallback::OnThisThread() && !quiet())
+        m_callbackEnd.WaitForCond(CWaitEvent::WAIT_FOREVER, quiet);
 }
 
 bool CDeviceMsgMan::IsListed(long long lUserID) const {

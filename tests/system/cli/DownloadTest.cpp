@@ -26,7 +26,6 @@ protected:
                                File(pFile) + " 2>&1"})
             .strOutput;
     }
-    void Tell(const std::string& sLine) { m_simulator.Type(sLine + "\n"); }
 
     CServer m_simulator{{HLX_SIMULATOR, "classic", "--port", "0", "--channels", "2", "--user", "admin", "--recordings",
                          "1", "--recordings-end", "2026-11-21T14:00"}};
@@ -58,6 +57,11 @@ TEST_F(CliDownload, BringsAWholeFileOrSaysWhyNot) {
     EXPECT_EQ(RunProcess({HLX_TOOL, "convert", File("a.hlx"), File("e.avi")}).nExit, 0);
     EXPECT_EQ(Probed("e.avi").substr(0, 9), "h264,704,");
     EXPECT_EQ(Probed("e-2.avi").substr(0, 9), "h264,352,");
+
+    std::filesystem::copy_file(File("a.hlx"), File("f.avi"));
+    const auto whole = std::filesystem::file_size(File("f.avi"));
+    EXPECT_EQ(RunProcess({HLX_TOOL, "convert", File("f.avi"), File("./f.avi")}).nExit, 2) << "a file into itself";
+    EXPECT_EQ(std::filesystem::file_size(File("f.avi")), whole);
 }
 
 TEST_F(CliDownload, LeavesAPartThatConvertReads) {

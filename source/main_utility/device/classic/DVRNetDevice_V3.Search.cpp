@@ -26,12 +26,18 @@ bool ToPublic(CWireReader& reader, DD_DATE& date) {
     return wire.year >= 1900 && wire.month >= 1 && wire.month <= 12 && wire.day >= 1 && wire.day <= 31;
 }
 
+/// What a channel's files, times and recorded events have in common.
+template <class Wire, class Record>
+void TakeSpan(const Wire& wire, Record& record) {
+    record.dwChannel = wire.channel;
+    record.startTime = DVRTime32ToDDTime(wire.startTime);
+    record.stopTime = DVRTime32ToDDTime(wire.stopTime);
+}
+
 bool ToPublic(CWireReader& reader, HLX_REC_FILE& file) {
     const auto wire = reader.Read<NET_REC_FILE_INFO>();
-    file.dwChannel = wire.channel;
+    TakeSpan(wire, file);
     file.bFileLocked = wire.bLocked;
-    file.startTime = DVRTime32ToDDTime(wire.startTime);
-    file.stopTime = DVRTime32ToDDTime(wire.stopTime);
     file.dwRecType = wire.recType;
     file.dwPartition = wire.partition;
     file.dwFileIndex = wire.fileIndex;
@@ -40,17 +46,13 @@ bool ToPublic(CWireReader& reader, HLX_REC_FILE& file) {
 
 bool ToPublic(CWireReader& reader, HLX_REC_TIME& time) {
     const auto wire = reader.Read<NET_REC_TIME_INFO>();
-    time.dwChannel = wire.channel;
-    time.startTime = DVRTime32ToDDTime(wire.startTime);
-    time.stopTime = DVRTime32ToDDTime(wire.stopTime);
+    TakeSpan(wire, time);
     return true;
 }
 
 bool ToPublic(CWireReader& reader, HLX_REC_EVENT& event) {
     const auto wire = reader.Read<NET_REC_EVENT_INFO>();
-    event.dwChannel = wire.channel;
-    event.startTime = DVRTime32ToDDTime(wire.startTime);
-    event.stopTime = DVRTime32ToDDTime(wire.stopTime);
+    TakeSpan(wire, event);
     event.dwRecType = wire.recType;
     return true;
 }

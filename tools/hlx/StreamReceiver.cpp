@@ -1,4 +1,4 @@
-#include "LiveReceiver.h"
+#include "StreamReceiver.h"
 
 #include <cstring>
 #include <new>
@@ -9,19 +9,19 @@ constexpr size_t MOST_FORMATS = 16;  // that wait for a snapshot; a device may a
 
 }  // namespace
 
-LIVE_FIGURES LIVE_FIGURES::operator-(const LIVE_FIGURES& before) const {
+STREAM_FIGURES STREAM_FIGURES::operator-(const STREAM_FIGURES& before) const {
     return {nFrames - before.nFrames,           nBytes - before.nBytes,
             nKeyFrames - before.nKeyFrames,     nGaps - before.nGaps,
             nSoundFrames - before.nSoundFrames, nSoundBytes - before.nSoundBytes};
 }
 
-CLiveReceiver::CLiveReceiver(CInterrupt& interrupt, CFrameWriter* pWriter, uint64_t nFrameLimit)
+CStreamReceiver::CStreamReceiver(CInterrupt& interrupt, CFrameWriter* pWriter, uint64_t nFrameLimit)
     : m_interrupt(interrupt), m_pWriter(pWriter), m_nFrameLimit(nFrameLimit) {
     m_state.last = m_state.ready = Clock::now();
 }
 
-void CLiveReceiver::OnFrame(POINTERHANDLE, HLX_FRAME_INFO frameInfo, BYTE* pBuffer, void* pUser) {
-    auto* pThis = static_cast<CLiveReceiver*>(pUser);
+void CStreamReceiver::OnFrame(POINTERHANDLE, HLX_FRAME_INFO frameInfo, BYTE* pBuffer, void* pUser) {
+    auto* pThis = static_cast<CStreamReceiver*>(pUser);
     try {
         pThis->Take(frameInfo, pBuffer);
     } catch (const std::bad_alloc&) {
@@ -31,19 +31,19 @@ void CLiveReceiver::OnFrame(POINTERHANDLE, HLX_FRAME_INFO frameInfo, BYTE* pBuff
     }
 }
 
-CLiveReceiver::SNAPSHOT CLiveReceiver::TakeSnapshot() {
+CStreamReceiver::SNAPSHOT CStreamReceiver::TakeSnapshot() {
     std::lock_guard lock(m_lock);
     SNAPSHOT snapshot = m_state;
     m_state.formats.clear();
     return snapshot;
 }
 
-void CLiveReceiver::Close() {
+void CStreamReceiver::Close() {
     std::lock_guard lock(m_lock);
     m_bClosed = true;
 }
 
-void CLiveReceiver::Take(const HLX_FRAME_INFO& info, const BYTE* pData) {
+void CStreamReceiver::Take(const HLX_FRAME_INFO& info, const BYTE* pData) {
     {
         std::lock_guard lock(m_lock);
         if (m_bClosed) return;
@@ -66,7 +66,7 @@ void CLiveReceiver::Take(const HLX_FRAME_INFO& info, const BYTE* pData) {
 }
 
 // Counts a video frame; false for one that is not to be written. m_lock is held.
-bool CLiveReceiver::CountVideo(const HLX_FRAME_INFO& info) {
+bool CStreamReceiver::CountVideo(const HLX_FRAME_INFO& info) {
     if (m_state.bComplete || (!m_state.first && !info.keyFrame)) return false;
     const auto now = Clock::now();
     if (m_state.first && info.frameIndex != m_dwNextIndex) ++m_state.figures.nGaps;
@@ -81,24 +81,24 @@ bool CLiveReceiver::CountVideo(const HLX_FRAME_INFO& info) {
     return true;
 }
 
-void CLiveReceiver::AddVideoFormat(const BYTE* pData, size_t nSize) {
+void CStreamReceiver::AddVideoFormat(const BYTE* pData, size_t nSize) {
     BITMAPINFOHEADER header{};
     if (nSize < sizeof header || m_state.formats.size() == MOST_FORMATS) return;
     memcpy(&header, pData, sizeof header);
     char sCodec[4];
     memcpy(sCodec, &header.biCompression, sizeof sCodec);
-    LIVE_FORMAT format;
+    STREAM_FORMAT format;
     format.strCodec = FieldText(sCodec, sizeof sCodec);
     format.nWidth = static_cast<int>(header.biWidth);
     format.nHeight = static_cast<int>(header.biHeight);
     m_state.formats.push_back(std::move(format));
 }
 
-void CLiveReceiver::AddSoundFormat(const BYTE* pData, size_t nSize) {
+void CStreamReceiver::AddSoundFormat(const BYTE* pData, size_t nSize) {
     WAVEFORMATEX header{};
     if (nSize < sizeof header || m_state.formats.size() == MOST_FORMATS) return;
     memcpy(&header, pData, sizeof header);
-    LIVE_FORMAT format;
+    STREAM_FORMAT format;
     format.bVideo = false;
     format.strCodec = std::to_string(header.wFormatTag);
     format.nChannels = header.nChannels;

@@ -1,4 +1,4 @@
-#include "LiveReport.h"
+#include "StreamReport.h"
 
 #include <fmt/format.h>
 
@@ -12,26 +12,26 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-const char* EndName(LIVE_END eEnd) {
+const char* EndName(STREAM_END eEnd) {
     constexpr const char* NAMES[] = {"none",    "duration",     "frames",    "signal",         "reader gone",
                                      "stalled", "write failed", "no memory", "format changed", "end of range"};
-    static_assert(std::size(NAMES) == static_cast<size_t>(LIVE_END::RANGE_END) + 1);
+    static_assert(std::size(NAMES) == static_cast<size_t>(STREAM_END::RANGE_END) + 1);
     return NAMES[static_cast<size_t>(eEnd)];
 }
 
-double StreamSeconds(const CLiveReceiver::SNAPSHOT& snapshot) {
+double StreamSeconds(const CStreamReceiver::SNAPSHOT& snapshot) {
     return snapshot.first ? std::chrono::duration<double>(snapshot.last - *snapshot.first).count() : 0;
 }
 
 // The first frame opens the time, so the frames after it fill it.
-double FrameRate(const CLiveReceiver::SNAPSHOT& snapshot) {
+double FrameRate(const CStreamReceiver::SNAPSHOT& snapshot) {
     const double dSeconds = StreamSeconds(snapshot);
     return dSeconds > 0 ? static_cast<double>(snapshot.figures.nFrames - 1) / dSeconds : 0;
 }
 
 double Rounded(double dValue) { return std::round(dValue * 100) / 100; }
 
-std::string FormatText(const LIVE_FORMAT& format) {
+std::string FormatText(const STREAM_FORMAT& format) {
     if (format.bVideo) return fmt::format("video {} {}x{}", format.strCodec, format.nWidth, format.nHeight);
     return fmt::format("sound format {}, {} channel(s), {} samples a second", format.strCodec, format.nChannels,
                        format.nRate);
@@ -39,12 +39,12 @@ std::string FormatText(const LIVE_FORMAT& format) {
 
 }  // namespace
 
-void CLiveReport::Write(const Json& record) {
+void CStreamReport::Write(const Json& record) {
     if (m_nErrno == 0) m_nErrno = PrintJson(record);
 }
 
-void CLiveReport::Formats(const CLiveReceiver::SNAPSHOT& snapshot) {
-    for (const LIVE_FORMAT& format : snapshot.formats) {
+void CStreamReport::Formats(const CStreamReceiver::SNAPSHOT& snapshot) {
+    for (const STREAM_FORMAT& format : snapshot.formats) {
         if (m_bJson) {
             FormatJson(format);
         } else if (FiguresShown()) {
@@ -53,7 +53,7 @@ void CLiveReport::Formats(const CLiveReceiver::SNAPSHOT& snapshot) {
     }
 }
 
-void CLiveReport::FormatJson(const LIVE_FORMAT& format) {
+void CStreamReport::FormatJson(const STREAM_FORMAT& format) {
     Json record = {{"event", "format"}, {"kind", format.bVideo ? "video" : "sound"}, {"codec", format.strCodec}};
     if (format.bVideo) {
         record.update(Json{{"width", format.nWidth}, {"height", format.nHeight}});
@@ -63,9 +63,9 @@ void CLiveReport::FormatJson(const LIVE_FORMAT& format) {
     Write(record);
 }
 
-void CLiveReport::Second(const CLiveReceiver::SNAPSHOT& snapshot) {
-    const LIVE_FIGURES& total = snapshot.figures;
-    const LIVE_FIGURES second = total - m_before;
+void CStreamReport::Second(const CStreamReceiver::SNAPSHOT& snapshot) {
+    const STREAM_FIGURES& total = snapshot.figures;
+    const STREAM_FIGURES second = total - m_before;
     m_before = total;
     ++m_nSecond;
     if (m_bJson) return SecondJson(second, total);
@@ -74,7 +74,7 @@ void CLiveReport::Second(const CLiveReceiver::SNAPSHOT& snapshot) {
                              total.nGaps, total.nSoundFrames));
 }
 
-void CLiveReport::SecondJson(const LIVE_FIGURES& second, const LIVE_FIGURES& total) {
+void CStreamReport::SecondJson(const STREAM_FIGURES& second, const STREAM_FIGURES& total) {
     Write(Json{{"event", "second"},
                {"second", m_nSecond},
                {"frames", second.nFrames},
@@ -86,9 +86,9 @@ void CLiveReport::SecondJson(const LIVE_FIGURES& second, const LIVE_FIGURES& tot
                {"totalBytes", total.nBytes}});
 }
 
-void CLiveReport::End(LIVE_END eEnd, EXIT_CODE eExit, const CLiveReceiver::SNAPSHOT& snapshot,
-                      const std::string& strOutput) {
-    const LIVE_FIGURES& total = snapshot.figures;
+void CStreamReport::End(STREAM_END eEnd, EXIT_CODE eExit, const CStreamReceiver::SNAPSHOT& snapshot,
+                        const std::string& strOutput) {
+    const STREAM_FIGURES& total = snapshot.figures;
     if (!m_bJson) {
         PrintNote(fmt::format("{} frames in {:.1f} s ({:.1f} a second), {}, {} key frames, {} gaps, {} sound frames{}",
                               total.nFrames, StreamSeconds(snapshot), FrameRate(snapshot), BytesText(total.nBytes),

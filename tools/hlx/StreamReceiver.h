@@ -12,7 +12,7 @@
 #include "Text.h"
 
 // What came since the start, or in one second.
-struct LIVE_FIGURES {
+struct STREAM_FIGURES {
     uint64_t nFrames = 0;     // video
     uint64_t nBytes = 0;      // video
     uint64_t nKeyFrames = 0;  // of nFrames
@@ -20,11 +20,11 @@ struct LIVE_FIGURES {
     uint64_t nSoundFrames = 0;
     uint64_t nSoundBytes = 0;
 
-    LIVE_FIGURES operator-(const LIVE_FIGURES& before) const;
+    STREAM_FIGURES operator-(const STREAM_FIGURES& before) const;
 };
 
 // A format that the stream announced.
-struct LIVE_FORMAT {
+struct STREAM_FORMAT {
     bool bVideo = true;
     std::string strCodec;  // letters of the video codec, or the number of the sound's format tag
     int nWidth = 0;        // video: picture size
@@ -33,15 +33,15 @@ struct LIVE_FORMAT {
     unsigned nRate = 0;
 };
 
-// Takes the frames of one live stream on the library's thread: counts them, and gives the video from the first key
+// Takes the frames of one stream on the library's thread: counts them, and gives the video from the first key
 // frame on to a writer.
-class CLiveReceiver {
+class CStreamReceiver {
 public:
     using Clock = std::chrono::steady_clock;
 
     struct SNAPSHOT {
-        LIVE_FIGURES figures;
-        std::vector<LIVE_FORMAT> formats;        // announced since the last snapshot
+        STREAM_FIGURES figures;
+        std::vector<STREAM_FORMAT> formats;      // announced since the last snapshot
         std::optional<Clock::time_point> first;  // when the first video frame came
         Clock::time_point last;                  // when the last one came; the start before the first
         Clock::time_point ready;                 // since when the next one is waited for
@@ -51,7 +51,7 @@ public:
     };
 
     // pWriter may be null; nFrameLimit 0 is none. interrupt is woken when the limit is reached.
-    CLiveReceiver(CInterrupt& interrupt, CFrameWriter* pWriter, uint64_t nFrameLimit);
+    CStreamReceiver(CInterrupt& interrupt, CFrameWriter* pWriter, uint64_t nFrameLimit);
 
     // The LIVE_DATA_CALLBACK; pUser is the receiver.
     static void OnFrame(POINTERHANDLE lLiveHandle, HLX_FRAME_INFO frameInfo, BYTE* pBuffer, void* pUser);
