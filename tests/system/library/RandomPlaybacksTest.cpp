@@ -18,7 +18,7 @@ protected:
         RandomPlaybacks* pTest = nullptr;
         bool bDownload = false;
         LONG lUserID = 0;
-        POINTERHANDLE lHandle = 0;
+        std::atomic<POINTERHANDLE> lHandle{0};
         std::atomic<bool> bStopped{false};  // a stop has returned: no callback runs or comes
     };
 

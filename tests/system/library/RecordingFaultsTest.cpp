@@ -32,8 +32,10 @@ protected:
     }
     POINTERHANDLE Download(std::int64_t stop) {
         const DD_TIME from = Time(m_start), to = Time(stop);
-        std::lock_guard guard(m_lock);
-        m_records.clear();
+        {
+            std::lock_guard guard(m_lock);
+            m_records.clear();
+        }
         return HLX_GetFileByTimeEx(m_lUserID, 0, &from, &to, nullptr, 1, 1, OnData, this);
     }
     static void OnData(POINTERHANDLE, UINT dataType, BYTE* pBuffer, UINT length, void* pUser) {

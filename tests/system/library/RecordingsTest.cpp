@@ -63,7 +63,7 @@ TEST_F(Recordings, FaultsInALongResult) {
         const char* sFault;
         DWORD error;
         int rate = 1;
-        bool bEvents = false;  // they come in more of one message than others
+        bool bEvents = false;  // short records, of which a message holds many
     } rows[] = {{"count-lie@search=1", HLX_NETWORK_ERRORDATA},
                 {"count-lie@search=2000000000", HLX_NETWORK_ERRORDATA},
                 {"refuse-data@search=2", HLX_FILE_NOFIND},
