@@ -10,6 +10,7 @@ namespace {
 enum class TALK {
     ASKS,     // waits for a reply
     READS,    // waits for a reply and needs what is in it
+    FILES,    // as READS, but has one number for all failures
     SENDS,    // waits for nothing
     LIVE,     // starts a stream, then asks whether it runs; no answer means that it does
     PICTURE,  // starts a stream and waits for a frame
@@ -87,7 +88,7 @@ const OPERATION OPERATIONS[] = {
          return HLX_CaptureJPEGPicture(id, CHANNEL, nullptr, picture, sizeof(picture), &size);
      }},
     {"FindRecDate", TALK::READS, [](LONG id, auto) { return HLX_FindRecDate(id) != -1; }},
-    {"FindFile", TALK::READS, [](LONG id, auto) { return HLX_FindFile(id, CHANNEL, &FIRST, &LAST) != -1; }},
+    {"FindFile", TALK::FILES, [](LONG id, auto) { return HLX_FindFile(id, CHANNEL, &FIRST, &LAST) != -1; }},
     {"FindEvent", TALK::READS, [](LONG id, auto) { return HLX_FindEvent(id, CHANNEL, ~0u, &FIRST, &LAST) != -1; }},
     {"FindEventInfo", TALK::READS, [](LONG id, auto) { return HLX_FindEventInfo(id, ~0u, 1, &FIRST, &LAST) != -1; }},
     {"LockFile", TALK::READS,
@@ -134,7 +135,8 @@ protected:
         const OPERATION_FAULT& row = GetParam();
         if (talk == TALK::REBOOTS)
             return row.bLinkStays && row.asks != HLX_SUCCESS ? DWORD{HLX_NETWORK_NOT_CONNECT} : row.asks;
-        const DWORD numbers[] = {row.asks, row.reads, HLX_SUCCESS, row.live, row.picture};
+        const DWORD files = row.reads == HLX_SUCCESS ? HLX_SUCCESS : HLX_FILE_NOFIND;
+        const DWORD numbers[] = {row.asks, row.reads, files, HLX_SUCCESS, row.live, row.picture};
         return numbers[static_cast<size_t>(talk)];
     }
     void LogIn() {

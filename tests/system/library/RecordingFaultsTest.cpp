@@ -101,7 +101,8 @@ TEST_P(LostLinks, EndSearchesSeeksPlaybacksAndDownloads) {
     {
         const CFastTime fast(WAITING_RATE);
         Cut();
-        EXPECT_TRUE(WaitUntil([&] { return !HLX_MakeKeyFrame(m_lUserID, 0); }));
+        EXPECT_TRUE(WaitUntil(
+            [&] { return !HLX_MakeKeyFrame(m_lUserID, 0) && HLX_GetLastError() == HLX_NETWORK_NOT_CONNECT; }));
     }
     EXPECT_FALSE(seek());
     EXPECT_EQ(HLX_GetLastError(), HLX_PARAMETER_ERROR);
