@@ -3,9 +3,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <functional>
 #include <limits>
+#include <string_view>
 #include <tuple>
 
 #include "sdk_common/Console.h"
@@ -37,9 +42,24 @@ void SleepRest(tint64 microseconds) {
     if (error == EINVAL) PrintConsole("the usleep param is not smaller than 1000000");
 }
 
+/// localtime_r alone does not see a changed time zone. Looking for one asks the system about a file, so it is done when
+/// the environment names another one, and once a second.
+void SeeTimeZone() {
+    static std::atomic<time_t> s_second{-1};
+    static std::atomic<size_t> s_zone{0};
+    const char* pZone = std::getenv("TZ");
+    const size_t zone = pZone ? std::hash<std::string_view>()(pZone) : 1;
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    if (now.tv_sec == s_second && zone == s_zone) return;
+    tzset();
+    s_zone = zone;
+    s_second = now.tv_sec;
+}
+
 tm LocalTime(time_t seconds) {
     tm local{};
-    tzset();  // localtime_r alone does not see a changed time zone
+    SeeTimeZone();
     localtime_r(&seconds, &local);
     return local;
 }

@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -63,4 +64,15 @@ CTempDir::CTempDir() {
 CTempDir::~CTempDir() {
     std::error_code ignored;
     fs::remove_all(m_path, ignored);
+}
+
+CFullDisk::CFullDisk(size_t room) : m_oldHandler(signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &m_before);
+    const rlimit narrow{room, m_before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &narrow);
+}
+
+CFullDisk::~CFullDisk() {
+    setrlimit(RLIMIT_FSIZE, &m_before);
+    signal(SIGXFSZ, m_oldHandler);
 }

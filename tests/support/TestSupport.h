@@ -1,6 +1,8 @@
 // What tests of every folder need: awaiting events, counting what a process holds, a place for files.
 #pragma once
 
+#include <sys/resource.h>
+
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -35,4 +37,17 @@ public:
 
 private:
     std::filesystem::path m_path;
+};
+
+/// Stands for a disk that is full: no file of this process grows beyond `room` bytes. One at a time.
+class CFullDisk {
+public:
+    explicit CFullDisk(size_t room);
+    ~CFullDisk();
+    CFullDisk(const CFullDisk&) = delete;
+    CFullDisk& operator=(const CFullDisk&) = delete;
+
+private:
+    rlimit m_before{};
+    void (*m_oldHandler)(int);
 };

@@ -27,6 +27,7 @@ namespace {
 constexpr size_t FRAME_HEAD = sizeof(HLX_FRAME_INFO);
 constexpr tint64 NOTIFY_PAUSE = 100000;  // microseconds before an index that the link did not take is sent again
 constexpr tint64 LONGEST_PAUSE = 3600 * 1000000LL;
+constexpr tint64 LONGEST_TURN = 5000;  // microseconds of one stream before others get their turn
 
 using InCallback = CInCallback<CPlaybackMan>;
 
@@ -85,8 +86,10 @@ void CPlaybackMan::WalkSlot(PLAY_CTRL& slot, size_t index, ROUND& round) {
     round.DueAt(0);  // more may have come meanwhile
 }
 
-/// Hands out the frames of the block until one must wait, which leaves needSleep set.
+/// Hands out the frames of the block until one must wait, or until a stream that is late has had its turn: either leaves
+/// needSleep set.
 void CPlaybackMan::WalkBlock(PLAY_CTRL& slot, size_t index, ROUND& round) {
+    const tint64 turnEnd = Now() + LONGEST_TURN;
     slot.needSleep = false;
     while (slot.readCursor + FRAME_HEAD <= slot.dataLen) {
         round.bGaveWay = m_waiting > 0;
@@ -101,6 +104,8 @@ void CPlaybackMan::WalkBlock(PLAY_CTRL& slot, size_t index, ROUND& round) {
         if (slot.needSleep) return;
         round.bProgress = true;
         slot.readCursor += static_cast<tuint32>(FRAME_HEAD) + frame.length;
+        slot.needSleep = Now() > turnEnd;
+        if (slot.needSleep) return round.DueAt(0);
     }
 }
 

@@ -1,69 +1,24 @@
 // Downloads from a recorder with an archive, through the exported functions.
 #include <cstring>
 #include <fstream>
+#include <thread>
 
 #include "main_utility/media/framefile/FrameFileReader.h"
-#include "System.h"
+#include "Recorded.h"
+#include "support/HeardLog.h"
 
 namespace {
 
-constexpr tint64 SECOND = 1000000;
 constexpr int FINISHED = 100;
 constexpr int NONE = 101;
 constexpr int EARLY = 102;
 constexpr int OFFLINE = 200;
 
-DD_TIME Time(tint64 seconds) {
-    DD_TIME time{};
-    HLX_FormatTime(seconds * SECOND, &time);
-    return time;
-}
-
-/// The DD_FRAME_TYPE_* of a recorded frame.
-DWORD TypeOf(const ARCHIVE_FRAME& frame) {
-    switch (frame.frameType) {
-        case FRAME_TYPE_VIDEO_FORMAT:
-            return DD_FRAME_TYPE_VIDEO_FORMAT;
-        case FRAME_TYPE_AUDIO_FORMAT:
-            return DD_FRAME_TYPE_AUDIO_FORMAT;
-        case FRAME_TYPE_END:
-            return DD_FRAME_TYPE_END;
-        default:
-            return frame.frameType;
-    }
-}
-
-/// What a recorded frame brings: sound without the four bytes ahead of each block, all padded to a multiple of 4.
-std::string DataOf(const ARCHIVE_FRAME& frame) {
-    constexpr size_t PREFIX = 4;
-    constexpr size_t BLOCK = 320;
-    std::string data(reinterpret_cast<const char*>(frame.data.data()), frame.data.size());
-    if (frame.frameType == FRAME_TYPE_AUDIO)
-        for (size_t at = 0; at < data.size(); at += BLOCK) data.erase(at, PREFIX);
-    return data.append((4 - data.size() % 4) % 4, 0);
-}
-
-class Downloads : public CSystemTest {
+class Downloads : public CRecordedTest {
 protected:
     void SetUp() override {
         CSystemTest::SetUp();
-        CLASSIC_RECORDER_CONFIG config = Fast(4);
-        config.recordings.days = 1;
-        config.recordings.end = 1'700'000'000;
-        m_pRecorder = &StartRecorder(config);
-        m_lUserID = Login();
-        ASSERT_GT(m_lUserID, 0);
-        tint64 before = 0;
-        for (const ARCHIVE_FILE& file : m_pRecorder->Archive().Files()) {
-            if (file.channel == 0 && file.changeAt) m_change = file;
-            if (file.channel == 0 && before && file.span.start > before + 1) m_gap = {before, file.span.start};
-            if (file.channel == 0) before = file.span.stop;
-            if (file.channel == 1) m_last = file;
-        }
-    }
-
-    ARCHIVE_SEQUENCE Expected(tuint32 channel, tint64 start, tint64 stop, bool bFirst = true) const {
-        return m_pRecorder->RecordedFrames({{channel}, bFirst, {start, stop}});
+        Open();
     }
     POINTERHANDLE Begin(LONG lChannel, tint64 start, tint64 stop, bool bCallBack, bool bFirst = true, int format = 1,
                         const char* pName = "x") {
@@ -76,6 +31,7 @@ protected:
         auto& test = *static_cast<Downloads*>(pUser);
         if (dataType == NET_DVR_BACKUP_DATA_TYPE_NULL) return test.m_ends.push_back(*pBuffer);
         test.m_records.append(reinterpret_cast<const char*>(pBuffer), length);
+        ++test.m_count;
     }
     /// The position that is not the way to 100.
     static int Await(POINTERHANDLE handle) {
@@ -102,13 +58,8 @@ protected:
         EXPECT_EQ(reader.Next(got), FILE_STEP::WHOLE);
     }
 
-    CTempDir m_folder;
-    CClassicRecorder* m_pRecorder = nullptr;
-    LONG m_lUserID = 0;
-    ARCHIVE_FILE m_change;  // of channel 0, in the middle of which the picture's size changes
-    ARCHIVE_FILE m_last;    // of channel 1
-    ARCHIVE_SPAN m_gap;     // between recordings of channel 0
     std::string m_records;
+    std::atomic<size_t> m_count{0};
     std::vector<int> m_ends;
 };
 
@@ -119,14 +70,15 @@ TEST_F(Downloads, BringWhatTheArchiveHas) {
         tint64 start, stop;
         bool bFirst;
         int position;
-    } rows[] = {{"H.264", 0, m_change.changeAt - 60, m_change.changeAt - 50, true, FINISHED},
-                {"H.265", 1, m_last.span.start + 3, m_last.span.start + 20, true, FINISHED},
-                {"sub stream", 0, m_change.changeAt - 60, m_change.changeAt - 50, false, FINISHED},
-                {"gap", 0, m_gap.start - 5, m_gap.stop + 5, true, FINISHED},
-                {"size change", 0, m_change.changeAt - 10, m_change.changeAt + 10, true, FINISHED},
-                {"past the end", 1, m_last.span.stop - 10, m_last.span.stop + 600, true, EARLY}};
+    } rows[] = {{"H.264", 0, m_places->change.changeAt - 60, m_places->change.changeAt - 50, true, FINISHED},
+                {"H.265", 1, m_places->last.span.start + 3, m_places->last.span.start + 20, true, FINISHED},
+                {"sub stream", 0, m_places->change.changeAt - 60, m_places->change.changeAt - 50, false, FINISHED},
+                {"gap", 0, m_places->gap.start - 5, m_places->gap.stop + 5, true, FINISHED},
+                {"size change", 0, m_places->change.changeAt - 10, m_places->change.changeAt + 10, true, FINISHED},
+                {"past the end", 1, m_places->last.span.stop - 10, m_places->last.span.stop + 600, true, EARLY}};
     for (const auto& row : rows) {
-        const ARCHIVE_SEQUENCE expected = Expected(static_cast<tuint32>(row.lChannel), row.start, row.stop, row.bFirst);
+        const ARCHIVE_SEQUENCE expected =
+            Expected({static_cast<tuint32>(row.lChannel)}, row.start, row.stop, row.bFirst);
         for (const bool bCallBack : {false, true}) {
             SCOPED_TRACE(std::string(row.pWhat) + (bCallBack ? " by callback" : " to a file"));
             m_records.clear();
@@ -148,7 +100,7 @@ TEST_F(Downloads, BringWhatTheArchiveHas) {
 }
 
 TEST_F(Downloads, TellWhatBreaksThem) {
-    const tint64 start = m_last.span.start;
+    const tint64 start = m_places->last.span.start;
     const struct {
         SIM_FAULT fault;
         LONG lChannel;
@@ -173,7 +125,7 @@ TEST_F(Downloads, TellWhatBreaksThem) {
     EXPECT_EQ(Begin(1, start, start + 60, false, true, 1, "no/folder"), -1);
     EXPECT_EQ(HLX_GetLastError(), HLX_CREATEFILE_ERROR);
 
-    const ARCHIVE_SEQUENCE expected = Expected(1, start, start + 60);
+    const ARCHIVE_SEQUENCE expected = Expected({1}, start, start + 60);
     m_pRecorder->SetFaults({{SIM_FAULT_KIND::DATA_CLOSE, SIM_PHASE::DOWNLOAD, 100, 1}});
     const POINTERHANDLE handle = Begin(1, start, start + 60, false);
     ASSERT_GT(handle, 0);
@@ -191,7 +143,7 @@ TEST_F(Downloads, TellWhatBreaksThem) {
 }
 
 TEST_F(Downloads, EndWhileFramesPour) {
-    const tint64 start = m_change.span.start;
+    const tint64 start = m_places->change.span.start;
     for (int way = 0; way < 3; ++way) {
         m_ends.clear();
         const POINTERHANDLE handle = Begin(0, start, start + 3000, true);
@@ -208,8 +160,74 @@ TEST_F(Downloads, EndWhileFramesPour) {
     }
 }
 
+/// The last picture lies behind the stop and no end comes, so the position waits for 5 s.
+TEST_F(Downloads, LogoutAndCleanupEndTheWaitForTheLastFrames) {
+    const tint64 start = m_places->change.changeAt - 60, stop = start + 60;
+    const ARCHIVE_SEQUENCE expected = Expected({0}, start, stop);
+    const auto isBehind = [&](size_t frame) {  // as the position has it: in 32 bits
+        const auto seconds = static_cast<tint64>(ArchiveChance(frame, DOWNLOAD_STREAM_ID)) / 1000000;
+        const auto way = static_cast<std::int32_t>((static_cast<std::int32_t>(seconds) - start) * 100);
+        return expected.frames[frame].frameType == FRAME_TYPE_VIDEO && way / (stop - start) > FINISHED * 2;
+    };
+    size_t last = 20;
+    while (!isBehind(last)) ++last;
+    const auto count = static_cast<tint64>(last) + 1;
+    for (const bool bLogout : {true, false}) {
+        m_pRecorder->SetFaults({{SIM_FAULT_KIND::WILD_TIMES, SIM_PHASE::DOWNLOAD, count, 1},
+                                {SIM_FAULT_KIND::DATA_STOP, SIM_PHASE::DOWNLOAD, count, 1}});
+        m_count = 0;
+        m_ends.clear();
+        const POINTERHANDLE handle = Begin(0, start, stop, true);
+        ASSERT_GT(handle, 0);
+        ASSERT_TRUE(WaitUntil([&] { return m_count > last; }));
+        std::atomic<int> position{-1};
+        std::thread poller([&] { position = HLX_GetDownloadPos(handle); });
+        EXPECT_FALSE(WaitUntil([&] { return position != -1; }, std::chrono::milliseconds(50)));
+        const auto before = std::chrono::steady_clock::now();
+        EXPECT_TRUE(bLogout ? HLX_Logout(m_lUserID) : HLX_Cleanup());
+        poller.join();
+        EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(3));
+        EXPECT_EQ(position, FINISHED);
+        EXPECT_EQ(m_ends, std::vector<int>{NET_DVR_BACKUP_STOP});
+        if (bLogout) m_lUserID = Login();
+    }
+}
+
+TEST_F(Downloads, GoOnWithoutTheirFileOnAFullDisk) {
+    const tint64 start = m_places->change.changeAt - 60, stop = start + 20;
+    const ARCHIVE_SEQUENCE expected = Expected({0}, start, stop);
+    const std::string file = m_folder.File("x");
+    constexpr size_t ROOM = 300000;
+    for (const bool bAvi : {false, true}) {
+        CHeardLog log;
+        {
+            const CFullDisk full(ROOM);
+            const POINTERHANDLE handle = Begin(0, start, stop, false, true, !bAvi);
+            ASSERT_GT(handle, 0);
+            EXPECT_EQ(Await(handle), FINISHED);
+            EXPECT_TRUE(HLX_StopGetFile(handle));
+        }
+        EXPECT_EQ(log.Count(bAvi ? "writing failed or the file is full" : "cannot be written"), 1u) << log.Text();
+        const size_t size = ReadBytes(file).size();
+        EXPECT_TRUE(size > ROOM / 2 && size <= ROOM) << size;
+        if (bAvi) continue;
+        CFrameFileReader reader;
+        ASSERT_TRUE(reader.Open(file.c_str()));
+        size_t count = 0;
+        FILE_STEP step;
+        for (FILE_FRAME frame; (step = reader.Next(frame)) == FILE_STEP::FRAME;) ++count;
+        EXPECT_EQ(step, FILE_STEP::WHOLE) << "no half frame";
+        Compare(file, expected, count);
+    }
+    const POINTERHANDLE handle = Begin(0, start, stop, false);
+    EXPECT_EQ(Await(handle), FINISHED);
+    EXPECT_TRUE(HLX_StopGetFile(handle));
+    Compare(file, expected, expected.frames.size());
+}
+
 TEST_F(Downloads, WriteAnAviThatBeginsAnewAtAnotherSize) {
-    const POINTERHANDLE handle = Begin(0, m_change.changeAt - 3, m_change.changeAt + 3, true, true, 0, "x.avi");
+    const POINTERHANDLE handle =
+        Begin(0, m_places->change.changeAt - 3, m_places->change.changeAt + 3, true, true, 0, "x.avi");
     ASSERT_GT(handle, 0);
     EXPECT_EQ(Await(handle), FINISHED);
     EXPECT_TRUE(HLX_StopGetFile(handle));
@@ -223,7 +241,8 @@ TEST_F(Downloads, WriteAnAviThatBeginsAnewAtAnotherSize) {
     EXPECT_EQ(word(176), 352u);
     EXPECT_EQ(word(2020), 0u) << "not completed";
     unsigned pictures = 0;
-    for (const ARCHIVE_FRAME& frame : Expected(0, m_change.changeAt - 3, m_change.changeAt + 3).frames)
+    for (const ARCHIVE_FRAME& frame :
+         Expected({0}, m_places->change.changeAt - 3, m_places->change.changeAt + 3).frames)
         pictures += frame.frameType == DD_FRAME_TYPE_VIDEO && frame.width == 352;
     EXPECT_EQ(word(140), pictures) << "length of the video";
 }

@@ -10,6 +10,7 @@ namespace {
 enum class TALK {
     ASKS,     // waits for a reply
     READS,    // waits for a reply and needs what is in it
+    FILES,    // as READS, but has one number for all failures
     SENDS,    // waits for nothing
     LIVE,     // starts a stream, then asks whether it runs; no answer means that it does
     PICTURE,  // starts a stream and waits for a frame
@@ -46,6 +47,8 @@ BOOL GetColor(LONG lUserID) {
     DWORD value[4];
     return HLX_GetVideoEffect(lUserID, CHANNEL, &value[0], &value[1], &value[2], &value[3]);
 }
+
+HLX_REC_FILE s_file;  // one that the recorder has
 
 const OPERATION OPERATIONS[] = {
     {"PTZControl", TALK::ASKS, [](LONG, auto live) { return HLX_PTZControl(live, PTZ_CMD_LEFT, 3); }},
@@ -84,6 +87,22 @@ const OPERATION OPERATIONS[] = {
          DWORD size = 0;
          return HLX_CaptureJPEGPicture(id, CHANNEL, nullptr, picture, sizeof(picture), &size);
      }},
+    {"FindRecDate", TALK::READS, [](LONG id, auto) { return HLX_FindRecDate(id) != -1; }},
+    {"FindFile", TALK::FILES, [](LONG id, auto) { return HLX_FindFile(id, CHANNEL, &FIRST, &LAST) != -1; }},
+    {"FindEvent", TALK::READS, [](LONG id, auto) { return HLX_FindEvent(id, CHANNEL, ~0u, &FIRST, &LAST) != -1; }},
+    {"FindEventInfo", TALK::READS, [](LONG id, auto) { return HLX_FindEventInfo(id, ~0u, 1, &FIRST, &LAST) != -1; }},
+    {"LockFile", TALK::READS,
+     [](LONG id, auto) {
+         HLX_REC_FILE file = s_file;
+         return HLX_LockFile(id, &file, 1);
+     }},
+    {"PlayBackByTime", TALK::READS,
+     [](LONG id, auto) { return HLX_PlayBackByTime(id, &CHANNEL, 1, &FIRST, &LAST, nullptr) > 0; }},
+    {"GetFileByTime", TALK::READS,
+     [](LONG id, auto) {
+         return HLX_GetFileByTimeEx(
+                    id, CHANNEL, &FIRST, &LAST, nullptr, 1, 1, [](auto...) {}, nullptr) > 0;
+     }},
     {"FindTime", TALK::READS, [](LONG id, auto) { return HLX_FindTime(id, -1, &FIRST, &LAST) != -1; }},
     {"FindDVRLog", TALK::READS, [](LONG id, auto) { return HLX_FindDVRLog(id, ~0u, &FIRST, &LAST) != -1; }},
     {"RebootDVR", TALK::REBOOTS, [](LONG id, auto) { return HLX_RebootDVR(id); }},  // last
@@ -100,7 +119,13 @@ protected:
         config.rebootTime = std::chrono::milliseconds(1);
         config.recordings.days = 1;
         config.recordings.logCount = 100;  // one message, so that no other stands in for it
+        config.recordings.eventCount = 100;
         m_pRecorder = &StartRecorder(config);
+        const ARCHIVE_FILE& file = m_pRecorder->Archive().Files().front();
+        s_file = {};
+        s_file.dwChannel = file.channel;
+        s_file.dwPartition = file.partition;
+        s_file.dwFileIndex = file.fileIndex;
     }
     void TearDown() override {
         HLX_SetReconnect(3000, true);
@@ -110,7 +135,8 @@ protected:
         const OPERATION_FAULT& row = GetParam();
         if (talk == TALK::REBOOTS)
             return row.bLinkStays && row.asks != HLX_SUCCESS ? DWORD{HLX_NETWORK_NOT_CONNECT} : row.asks;
-        const DWORD numbers[] = {row.asks, row.reads, HLX_SUCCESS, row.live, row.picture};
+        const DWORD files = row.reads == HLX_SUCCESS ? HLX_SUCCESS : HLX_FILE_NOFIND;
+        const DWORD numbers[] = {row.asks, row.reads, files, HLX_SUCCESS, row.live, row.picture};
         return numbers[static_cast<size_t>(talk)];
     }
     void LogIn() {

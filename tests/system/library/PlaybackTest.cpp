@@ -4,24 +4,15 @@
 #include <list>
 #include <thread>
 
-#include "System.h"
+#include "Recorded.h"
 
 namespace {
 
-constexpr std::int64_t SECOND = 1000000, END = 1'793'000'000;
+constexpr std::int64_t END = 1'793'000'000;
 constexpr double RATES[] = {0.25, 0.5, 1, 2, 4};  // from HLX_RPB_SPEED_1_4X on
-
-std::int64_t Now() { return TimeSource().MonotonicMicroseconds(); }
 
 class Playback : public CSystemTest {
 protected:
-    struct STREAM {
-        POINTERHANDLE lHandle = 0;
-        std::mutex lock;
-        std::vector<std::pair<HLX_FRAME_INFO, std::int64_t>> frames;  // video and end, and when they came
-        std::function<void()> inCallback;
-    };
-
     LONG Open() {
         CLASSIC_RECORDER_CONFIG config = Fast(4, 1);
         config.recordings.days = 1;
@@ -37,43 +28,15 @@ protected:
         m_from = found == files.end() ? 0 : found->span.start + 30;
         return Login();
     }
-    static DD_TIME Time(std::int64_t seconds) {
-        DD_TIME time{};
-        HLX_FormatTime(seconds * SECOND, &time);
-        return time;
-    }
-    void Play(STREAM& stream, LONG lUserID, LONG lChannel, int seconds) {
-        const DD_TIME from = Time(m_from), to = Time(m_from + seconds);
-        stream.lHandle = HLX_PlayBackByTime(lUserID, &lChannel, 1, &from, &to, nullptr);
-        ASSERT_GT(stream.lHandle, 0) << HLX_GetLastError();
-        HLX_SetPlayDataCallBack(stream.lHandle, OnFrame, &stream);
-    }
-    static void OnFrame(POINTERHANDLE, HLX_FRAME_INFO info, BYTE*, void* pUser) {
-        auto& stream = *static_cast<STREAM*>(pUser);
-        if (stream.inCallback) stream.inCallback();
-        std::lock_guard guard(stream.lock);
-        if (info.frameType == DD_FRAME_TYPE_VIDEO || info.frameType == DD_FRAME_TYPE_END)
-            stream.frames.emplace_back(info, Now());
-    }
-    static auto Frames(STREAM& stream) {
-        std::lock_guard guard(stream.lock);
-        return stream.frames;
-    }
-    static bool Ended(STREAM& stream) {
-        return WaitUntil([&] {
-            const auto frames = Frames(stream);
-            return !frames.empty() && frames.back().first.frameType == DD_FRAME_TYPE_END;
-        });
-    }
-    static BOOL Control(const STREAM& stream, HLX_PLAYCTRL_TYPE code, std::int64_t value = 0) {
-        return HLX_PlayBackControl(stream.lHandle, code, static_cast<DWORD>(value), nullptr);
+    void Play(CPlayed& stream, LONG lUserID, LONG lChannel, int seconds) {
+        stream.Play(lUserID, {lChannel}, m_from, m_from + seconds);
     }
     std::int64_t m_from = 0;
 };
 
 TEST_F(Playback, PacedOnNineStreamsOfThreeRecorders) {
     const bool bLong = Rounds(1) > 9;
-    std::list<STREAM> streams;
+    std::list<CPlayed> streams;
     for (int i = 0; i < 3; ++i) {
         const LONG lUserID = Open();
         for (LONG channel = 0; channel < (i < 2 ? 4 : 1); ++channel)
@@ -81,21 +44,20 @@ TEST_F(Playback, PacedOnNineStreamsOfThreeRecorders) {
     }
     for (DWORD speed = HLX_RPB_SPEED_1_4X; speed <= HLX_RPB_SPEED_4X; ++speed) {
         if (!bLong && speed != HLX_RPB_SPEED_4X) continue;
-        for (STREAM& stream : streams) {
-            EXPECT_TRUE(Control(stream, HLX_PLAYCTRL_SETPOS, m_from));
-            EXPECT_TRUE(Control(stream, HLX_PLAYCTRL_FF, speed));
-            std::lock_guard guard(stream.lock);
-            stream.frames.clear();
+        for (CPlayed& stream : streams) {
+            EXPECT_TRUE(stream.Control(HLX_PLAYCTRL_SETPOS, m_from));
+            EXPECT_TRUE(stream.Control(HLX_PLAYCTRL_FF, speed));
+            stream.Forget();
         }
         std::this_thread::sleep_for(std::chrono::seconds(bLong ? 10 : 1));
         std::vector<double> errors;  // milliseconds
-        for (STREAM& stream : streams) {
-            const auto frames = Frames(stream);
+        for (CPlayed& stream : streams) {
+            const auto frames = stream.Pictures();
             ASSERT_GT(frames.size(), 4u);
             std::vector<double> lags;  // behind the first frame's clock; the stream's own is their middle
-            for (const auto& [info, came] : frames)
-                lags.push_back(static_cast<double>(came - frames[0].second) -
-                               static_cast<double>(info.time - frames[0].first.time) /
+            for (const PLAYED_FRAME& frame : frames)
+                lags.push_back(static_cast<double>(frame.came - frames[0].came) -
+                               static_cast<double>(frame.info.time - frames[0].info.time) /
                                    RATES[speed - HLX_RPB_SPEED_1_4X]);
             std::ranges::sort(lags);
             for (const double lag : lags) errors.push_back(std::abs(lag - lags[lags.size() / 2]) / 1000);
@@ -106,46 +68,68 @@ TEST_F(Playback, PacedOnNineStreamsOfThreeRecorders) {
                     worst, middle);
         EXPECT_LT(bLong ? worst : middle, 15.0);
     }
-    for (const STREAM& stream : streams) EXPECT_TRUE(HLX_StopPlayBack(stream.lHandle));
+    for (const CPlayed& stream : streams) EXPECT_TRUE(HLX_StopPlayBack(stream.m_lHandle));
 }
 
 TEST_F(Playback, SeeksStepsAndEndsAsTheRecordingDoes) {
     const LONG lUserID = Open();
-    STREAM stream;
+    CPlayed stream;
     Play(stream, lUserID, 0, 4);
-    ASSERT_TRUE(Control(stream, HLX_PLAYCTRL_PAUSE));
-    ASSERT_TRUE(Control(stream, HLX_PLAYCTRL_SETPOS, m_from + 2) && Control(stream, HLX_PLAYCTRL_PAUSE));
-    for (size_t before = Frames(stream).size(), step = 1; step <= 3; ++step) {
-        EXPECT_TRUE(Control(stream, HLX_PLAYCTRL_FRAME));
-        EXPECT_TRUE(WaitUntil([&] { return Frames(stream).size() == before + step; })) << "one frame a step";
+    ASSERT_TRUE(stream.Control(HLX_PLAYCTRL_PAUSE));
+    ASSERT_TRUE(stream.Control(HLX_PLAYCTRL_SETPOS, m_from + 2) && stream.Control(HLX_PLAYCTRL_PAUSE));
+    for (size_t before = stream.Pictures().size(), step = 1; step <= 3; ++step) {
+        EXPECT_TRUE(stream.Control(HLX_PLAYCTRL_FRAME));
+        EXPECT_TRUE(WaitUntil([&] { return stream.Pictures().size() == before + step; })) << "one frame a step";
     }
-    ASSERT_TRUE(Control(stream, HLX_PLAYCTRL_SETPOS, m_from));
-    {
-        std::lock_guard guard(stream.lock);
-        stream.frames.clear();
-    }
-    EXPECT_TRUE(Control(stream, HLX_PLAYCTRL_FF, HLX_RPB_SPEED_4X));
-    ASSERT_TRUE(Ended(stream));
-    const auto frames = Frames(stream);
-    for (size_t i = 1; i + 1 < frames.size(); ++i) EXPECT_GT(frames[i].first.time, frames[i - 1].first.time);
+    ASSERT_TRUE(stream.Control(HLX_PLAYCTRL_SETPOS, m_from));
+    stream.Forget();
+    EXPECT_TRUE(stream.Control(HLX_PLAYCTRL_FF, HLX_RPB_SPEED_4X));
+    ASSERT_TRUE(stream.Ended());
+    const auto frames = stream.Pictures();
+    for (size_t i = 1; i + 1 < frames.size(); ++i) EXPECT_GT(frames[i].info.time, frames[i - 1].info.time);
     EXPECT_GE(frames.size(), 90u) << "of 4 s at 25 a second, those at the seek maybe missing";
-    EXPECT_TRUE(HLX_StopPlayBack(stream.lHandle)) << "the handle stood";
+    EXPECT_TRUE(HLX_StopPlayBack(stream.m_lHandle)) << "the handle stood";
+}
+
+/// All playbacks share a thread: a slow callback holds the others up for its own time, and no longer.
+TEST_F(Playback, ASlowCallbackDoesNotStarveTheOthers) {
+    const LONG lUserID = Open();
+    std::atomic<int> slowOnes{0}, inARow{0}, longest{0}, others{0};
+    CPlayed slow, other;
+    slow.m_inCallback = [&](const HLX_FRAME_INFO&) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        ++slowOnes;
+        ++inARow;
+        if (others > 0) longest = std::max(longest.load(), inARow.load());
+    };
+    other.m_inCallback = [&](const HLX_FRAME_INFO&) {
+        inARow = 0;
+        ++others;
+    };
+    Play(slow, lUserID, 0, 300);
+    Play(other, lUserID, 1, 300);
+    CReceiver live;
+    EXPECT_GT(live.Play(lUserID, 2), 0);
+    EXPECT_TRUE(WaitUntil([&] { return slowOnes >= 25; }));
+    EXPECT_LE(longest, 6) << "frames of the slow one while frames of the other were due";
+    EXPECT_GT(others, slowOnes.load());
+    EXPECT_TRUE(live.WaitForFrames(10));
 }
 
 TEST_F(Playback, RefusedInsideItsCallback) {
     const LONG lUserID = Open();
-    STREAM stream;
+    CPlayed stream;
     std::atomic<int> refused{0};
-    stream.inCallback = [&] {
+    stream.m_inCallback = [&](const HLX_FRAME_INFO&) {
         const auto permitted = [&](BOOL bDone) { return bDone || HLX_GetLastError() != HLX_OPER_NOPERMIT; };
         if (refused) return;
-        refused = !permitted(HLX_StopPlayBack(stream.lHandle)) + !permitted(Control(stream, HLX_PLAYCTRL_PAUSE)) +
+        refused = !permitted(HLX_StopPlayBack(stream.m_lHandle)) + !permitted(stream.Control(HLX_PLAYCTRL_PAUSE)) +
                   !permitted(HLX_Logout(lUserID)) + !permitted(HLX_Cleanup());
     };
     Play(stream, lUserID, 0, 60);
     EXPECT_TRUE(WaitUntil([&] { return refused == 4; })) << refused;
     m_recorders.back()->Stop();
-    EXPECT_TRUE(HLX_StopPlayBack(stream.lHandle)) << "on a link that broke";
+    EXPECT_TRUE(HLX_StopPlayBack(stream.m_lHandle)) << "on a link that broke";
 }
 
 }  // namespace

@@ -423,15 +423,11 @@ TEST_F(Log, FullDiskLeavesNoHalfLines) {
     m_log.SetLog2File(true);
     m_log.Info("before");
     const auto size = fs::file_size(m_dir.Path() / "app.log");
-    rlimit old{};
-    getrlimit(RLIMIT_FSIZE, &old);
-    const auto oldHandler = signal(SIGXFSZ, SIG_IGN);
-    const rlimit narrow{size + 10, old.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &narrow);
-    for (int number = 0; number < 3; ++number) m_log.Info("does not fit");
-    EXPECT_EQ(fs::file_size(m_dir.Path() / "app.log"), size);
-    setrlimit(RLIMIT_FSIZE, &old);
-    signal(SIGXFSZ, oldHandler);
+    {
+        const CFullDisk full(size + 10);
+        for (int number = 0; number < 3; ++number) m_log.Info("does not fit");
+        EXPECT_EQ(fs::file_size(m_dir.Path() / "app.log"), size);
+    }
     m_log.Info("after");
     const std::string text = Written();
     EXPECT_FALSE(Holds(text, "does not fit"));
