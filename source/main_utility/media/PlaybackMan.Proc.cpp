@@ -73,11 +73,22 @@ void CPlaybackMan::PlayBackDataProc() {
     }
 }
 
+/// Begins behind the slot where the last walk gave way: one that catches up while others poll does not hold up the rest.
 void CPlaybackMan::WalkSlots(ROUND& round) {
     std::lock_guard guard(m_playLock);
-    for (auto& [lUserID, slots] : m_playCtrl) {
-        for (size_t i = 0; i < slots.size() && !round.bGaveWay; ++i) WalkSlot(slots[i], i, round);
-    }
+    const auto walk = [&](const auto& isTurn) {
+        for (auto& [lUserID, slots] : m_playCtrl) {
+            for (size_t i = 0; i < slots.size() && !round.bGaveWay; ++i) {
+                const std::pair place(lUserID, i);
+                if (!isTurn(place)) continue;
+                WalkSlot(slots[i], i, round);
+                if (round.bGaveWay) m_lastPlace = place;
+            }
+        }
+    };
+    const auto last = m_lastPlace;
+    walk([&](const auto& place) { return place > last; });
+    walk([&](const auto& place) { return place <= last; });
 }
 
 void CPlaybackMan::WalkSlot(PLAY_CTRL& slot, size_t index, ROUND& round) {
@@ -89,13 +100,10 @@ void CPlaybackMan::WalkSlot(PLAY_CTRL& slot, size_t index, ROUND& round) {
     round.DueAt(0);  // more may have come meanwhile
 }
 
-/// Hands out the frames of the block until one must wait, which leaves needSleep set.
+/// Hands out the frames of the block until one must wait or somebody wants a lock, which leaves needSleep set.
 void CPlaybackMan::WalkBlock(PLAY_CTRL& slot, size_t index, ROUND& round) {
     slot.needSleep = false;
     while (slot.readCursor + FRAME_HEAD <= slot.dataLen) {
-        round.bGaveWay = m_waiting > 0;
-        slot.needSleep = round.bGaveWay;
-        if (slot.needSleep) return;
         unsigned char* pFrame = slot.dataBuffer + slot.readCursor;
         HLX_FRAME_INFO frame;
         std::memcpy(&frame, pFrame, FRAME_HEAD);
@@ -105,6 +113,8 @@ void CPlaybackMan::WalkBlock(PLAY_CTRL& slot, size_t index, ROUND& round) {
         if (slot.needSleep) return;
         round.bProgress = true;
         slot.readCursor += static_cast<tuint32>(FRAME_HEAD) + frame.length;
+        round.bGaveWay = slot.needSleep = m_waiting > 0;
+        if (round.bGaveWay) return;
     }
 }
 

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "HLX.h"
@@ -181,7 +182,8 @@ private:
     CPUB_Lock m_streamMapLock;                       // leaf
     std::map<LONG, std::vector<int>> m_streamIDMap;  // low half of a slot's handle, -1: free; m_streamMapLock
 
-    std::atomic<int> m_waiting{0};  // threads that want a lock that the delivering thread holds
+    std::atomic<int> m_waiting{0};        // threads that want a lock that the delivering thread holds
+    std::pair<LONG, size_t> m_lastPlace;  // user id and slot where the last walk gave way; of the thread alone
     PUB_thread_t m_dataProcThread = 0;
     bool m_bPlaying = false;
 };

@@ -178,6 +178,26 @@ TEST_F(PlaybackMan, ASilentSeekHoldsUpNobodyElse) {
     for (int i = 0; i < 3; ++i) EXPECT_NE(Begin(), -1) << "and has given it back";
 }
 
+TEST_F(PlaybackMan, PollingHoldsUpNoStream) {
+    const POINTERHANDLE busy = Begin(), other = Begin();
+    m_play.SetPlayDataCallBack(busy, nullptr, nullptr);
+    std::atomic<bool> bEnd{false};
+    std::vector<std::thread> threads;
+    threads.emplace_back([&] {
+        for (tuint32 index = 0; !bEnd; ++index) Push(index);  // a stream that always catches up
+    });
+    for (int i = 0; i < 16; ++i) {
+        threads.emplace_back([&] {
+            for (DD_TIME time; !bEnd;) m_play.GetPlayBackOsdTime(busy, &time);
+        });
+    }
+    for (tuint32 index = 0; index < 10; ++index) Push(index, DD_FRAME_TYPE_VIDEO, 1);
+    EXPECT_TRUE(WaitUntil([&] { return m_log.Get().ends_with("1:9 "); })) << m_log.Get();
+    EXPECT_TRUE(m_play.StopPlayBack(other));
+    bEnd = true;
+    for (std::thread& thread : threads) thread.join();
+}
+
 /// Seeks, controls, stops and logouts of several threads while frames pour; HLX_TEST_ROUNDS sets the number of orders.
 TEST_F(PlaybackMan, RandomOrdersOfSeveralThreads) {
     const char* sRounds = std::getenv("HLX_TEST_ROUNDS");
