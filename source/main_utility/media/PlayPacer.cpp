@@ -92,7 +92,7 @@ bool CPlayPacer::IsDue(const HLX_FRAME_INFO& frame, tint64 now) {
     const auto stamps =
         static_cast<tint64>(std::clamp(bReverse ? -difference : difference, -LONGEST_WAIT, LONGEST_WAIT));
     const tint64 wait = WaitAt(stamps, m_slot.playSpeed);
-    const bool bHole = (!bReverse && wait >= GAP_LIMIT) || wait < -STAMP_JITTER;
+    const bool bHole = (!bReverse && wait >= GAP_LIMIT) || stamps < -STAMP_JITTER;
     m_slot.lastFrameTime = frame.time;
     if (!bHole && !MoveClock(wait, now)) return false;
     m_slot.MultiCH = bit;
