@@ -8,7 +8,7 @@
 #include "netservice/MultiNetDataBufferMan.h"
 #include "sdk_common/PubTime.h"
 
-/// A control call: what goes to the device behind it, with no lock held.
+/// A control call, and what goes to the device behind it.
 struct CPlaybackMan::CONTROL {
     DWORD dwCode;
     DWORD dwValue;
@@ -42,15 +42,14 @@ BOOL CPlaybackMan::PlayBackControl(POINTERHANDLE lPlayHandle, DWORD dwControlCod
     CONTROL control{dwControlCode, dwInValue};
     if (const auto session = m_pDeviceMan->GetDeviceResByUserID(stream->lDeviceHandle))
         control.family = session->eDVRVer;
-    {
-        CTurn turn(*this, m_playLock);
-        PLAY_CTRL* pSlot = Slot(*stream);
-        if (!pSlot) return Failure(HLX_PARAMETER_ERROR);
-        const bool bDevice = Steer(*pSlot, control);
-        m_pWaker->Wake();
-        if (!bDevice) return true;
-    }
-    return m_pDeviceMan->PlaybackCtrl(stream->lDeviceHandle, stream->streamID, control.dwCode, control.dwValue);
+    CTurn turn(*this, m_playLock);
+    PLAY_CTRL* pSlot = Slot(*stream);
+    if (!pSlot) return Failure(HLX_PARAMETER_ERROR);
+    const bool bDevice = Steer(*pSlot, control);
+    m_pWaker->Wake();
+    // Sent under the lock: behind it, another thread could have given the stream's id to a new one.
+    return !bDevice ||
+           m_pDeviceMan->PlaybackCtrl(stream->lDeviceHandle, stream->streamID, control.dwCode, control.dwValue);
 }
 
 /// True if the device is to be told. Each call starts the pacing clock anew.

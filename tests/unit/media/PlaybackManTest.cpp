@@ -22,6 +22,7 @@ struct CPlayDevice : CTestDevice {
         return WaitUntil([] { return !s_bSilent; });
     }
     BOOL PlaybackCtrl(DWORD, DWORD dwCode, DWORD dwValue) override {
+        if (s_onCtrl) s_onCtrl();
         return Note(std::to_string(dwCode) + ":" + std::to_string(dwValue));
     }
     BOOL StopPlayback(DWORD dwStreamID) override { return Note("stop" + std::to_string(dwStreamID)); }
@@ -36,6 +37,7 @@ struct CPlayDevice : CTestDevice {
     static inline std::atomic<int> s_seeks{0};
     static inline std::atomic<LONG> s_told{-1};
     static inline CShared<std::string> s_notes;
+    static inline std::function<void()> s_onCtrl;  // set while no other thread runs
 };
 
 class PlaybackMan : public NetDeviceMan {
@@ -156,6 +158,20 @@ TEST_F(PlaybackMan, ControlByFamily) {
         EXPECT_EQ(CPlayDevice::s_notes.Get(), row.sSent);
     }
     s_family = DVR_VER_V3;
+}
+
+TEST_F(PlaybackMan, ControlReachesNoLaterStream) {
+    const POINTERHANDLE handle = Begin();
+    CPlayDevice::s_notes = std::string();
+    std::thread stopper;
+    CPlayDevice::s_onCtrl = [&] {
+        stopper = std::thread([&] { m_play.StopPlayBack(handle); });
+        WaitUntil([] { return !CPlayDevice::s_notes.Get().empty(); }, std::chrono::milliseconds(50));
+    };
+    EXPECT_TRUE(m_play.PlayBackControl(handle, HLX_PLAYCTRL_FF, HLX_RPB_SPEED_8X, nullptr));
+    CPlayDevice::s_onCtrl = nullptr;
+    stopper.join();
+    EXPECT_EQ(CPlayDevice::s_notes.Get(), "1:9 stop10 ");
 }
 
 TEST_F(PlaybackMan, ASilentSeekHoldsUpNobodyElse) {
