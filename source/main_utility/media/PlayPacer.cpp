@@ -105,8 +105,17 @@ bool CPlayPacer::MoveClock(tint64 wait, tint64 now) {
     return now >= m_slot.lastShowTime;
 }
 
-bool CPlaySync::MayPass(PLAYBACK_SYNC_INFO& info, size_t index, tint64 frameTime) {
-    info.curTime[index] = frameTime;
+size_t CPlaySync::PlaceOf(const PLAYBACK_SYNC_INFO& info, tuint32 streamID) {
+    return static_cast<size_t>(std::find(info.streamID, info.streamID + info.lChnNum, streamID) - info.streamID);
+}
+
+void CPlaySync::SetTime(PLAYBACK_SYNC_INFO& info, tuint32 streamID, tint64 time) {
+    const size_t place = PlaceOf(info, streamID);
+    if (place < info.lChnNum) info.curTime[place] = time;
+}
+
+bool CPlaySync::MayPass(PLAYBACK_SYNC_INFO& info, size_t place, tint64 frameTime) {
+    info.curTime[place] = frameTime;
     const auto holdsUp = [&](tint64 curTime) {
         const tuint64 lead = static_cast<tuint64>(frameTime) - static_cast<tuint64>(curTime);
         return curTime == 0 || (frameTime > curTime && lead > SYNC_WINDOW);

@@ -121,23 +121,46 @@ void CPlaybackMan::SendControl(const PLAY_CTRL& slot, DWORD dwCode, DWORD dwValu
     m_pDeviceMan->PlaybackCtrl(slot.deviceID, slot.streamID, dwCode, dwValue);
 }
 
-/// Waits for the device with no lock held; its stream rests meanwhile.
 BOOL CPlaybackMan::SetPosition(const Stream& stream, DWORD dwSeconds) {
+    return BeginSeek(*stream, dwSeconds) ? Seek(stream, dwSeconds) : Failure(HLX_PARAMETER_ERROR);
+}
+
+/// All streams rest before the first one is asked for: the time of one that still plays would let another pass.
+void CPlaybackMan::SetPositionSync(DWORD dwSeconds) {
+    Stream streams[PLAYBACK_SYNC_INFO::MAX_CHANNELS];
     {
         CTurn turn(*this, m_playLock);
-        PLAY_CTRL* pSlot = Slot(*stream);
-        if (!pSlot) return Failure(HLX_PARAMETER_ERROR);
-        ReleaseBlock(*pSlot);
-        pSlot->startTime = dwSeconds;
-        pSlot->playStatus = N_PS_PLAY;
-        pSlot->playSpeed = HLX_RPB_SPEED_1X;
-        pSlot->bFirstFrame = true;
-        pSlot->lastNotifyIndex = -1;
-        pSlot->failedIndex = -1;
-        pSlot->lastFrameTime = 0;
-        pSlot->bSeeking = true;
-        ++stream->users;
+        for (tuint32 i = 0; i < m_PlaySyncInfo.lChnNum; ++i) {
+            const Stream stream = FindOpen(m_PlaySyncInfo.lPlayBackHandle[i]);
+            if (stream && BeginSeek(*stream, dwSeconds)) streams[i] = stream;
+        }
     }
+    for (const Stream& stream : streams) {
+        if (stream) Seek(stream, dwSeconds);
+    }
+}
+
+/// The stream rests from here to EndSeek, and those in step with it wait for its first frame behind that.
+bool CPlaybackMan::BeginSeek(PLAYBACK_STREAM_INFO& stream, DWORD dwSeconds) {
+    CTurn turn(*this, m_playLock);
+    PLAY_CTRL* pSlot = Slot(stream);
+    if (!pSlot) return false;
+    ReleaseBlock(*pSlot);
+    pSlot->startTime = dwSeconds;
+    pSlot->playStatus = N_PS_PLAY;
+    pSlot->playSpeed = HLX_RPB_SPEED_1X;
+    pSlot->bFirstFrame = true;
+    pSlot->lastNotifyIndex = -1;
+    pSlot->failedIndex = -1;
+    pSlot->lastFrameTime = 0;
+    pSlot->bSeeking = true;
+    ++stream.users;
+    CPlaySync::SetTime(m_PlaySyncInfo, stream.streamID, 0);
+    return true;
+}
+
+/// Waits for the device with no lock held.
+BOOL CPlaybackMan::Seek(const Stream& stream, DWORD dwSeconds) {
     const DD_TIME start = DVRTime32ToDDTime(dwSeconds);
     const BOOL bDone = m_pDeviceMan->PlaybackSetTime(stream->lDeviceHandle, stream->pChannel, stream->lChnNum, start,
                                                      stream->stopTime, stream->streamID);
@@ -152,11 +175,18 @@ void CPlaybackMan::EndSeek(const Stream& stream, bool bDone) {
     PLAY_CTRL* pSlot = Slot(*stream);
     if (!pSlot) return;
     if (!bDone) m_pDataBufferMan->DropData(RingOf(*pSlot));
+    CPlaySync::SetTime(m_PlaySyncInfo, stream->streamID, bDone ? 0 : CPlaySync::ENDED);
     pSlot->bSeeking = stream->users > 0;
     m_pWaker->Wake();
 }
 
 BOOL CPlaybackMan::PlayBackControlSync(DWORD dwControlCode, DWORD dwInValue, LPDWORD lpOutValue) {
-    for (const POINTERHANDLE handle : SyncHandles()) PlayBackControl(handle, dwControlCode, dwInValue, lpOutValue);
+    if (dwControlCode == HLX_PLAYCTRL_SETPOS) {
+        SetPositionSync(dwInValue);
+        return false;
+    }
+    CTurn turn(*this, m_playLock);
+    for (tuint32 i = 0; i < m_PlaySyncInfo.lChnNum; ++i)
+        PlayBackControl(m_PlaySyncInfo.lPlayBackHandle[i], dwControlCode, dwInValue, lpOutValue);
     return false;
 }

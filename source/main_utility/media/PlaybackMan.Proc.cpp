@@ -81,7 +81,7 @@ void CPlaybackMan::WalkSlots(ROUND& round) {
             for (size_t i = 0; i < slots.size() && !round.bGaveWay; ++i) {
                 const std::pair place(lUserID, i);
                 if (!isTurn(place)) continue;
-                WalkSlot(slots[i], i, round);
+                WalkSlot(slots[i], round);
                 if (round.bGaveWay) m_lastPlace = place;
             }
         }
@@ -91,17 +91,17 @@ void CPlaybackMan::WalkSlots(ROUND& round) {
     walk([&](const auto& place) { return place <= last; });
 }
 
-void CPlaybackMan::WalkSlot(PLAY_CTRL& slot, size_t index, ROUND& round) {
+void CPlaybackMan::WalkSlot(PLAY_CTRL& slot, ROUND& round) {
     if (!CPlayPacer::IsRunning(slot)) return;
     if (!slot.dataBuffer && !TakeBlock(slot)) return OnNoData(slot, round);
-    WalkBlock(slot, index, round);
+    WalkBlock(slot, round);
     if (slot.needSleep) return;
     ReleaseBlock(slot);
     round.DueAt(0);  // more may have come meanwhile
 }
 
 /// Hands out the frames of the block until one must wait or somebody wants a lock, which leaves needSleep set.
-void CPlaybackMan::WalkBlock(PLAY_CTRL& slot, size_t index, ROUND& round) {
+void CPlaybackMan::WalkBlock(PLAY_CTRL& slot, ROUND& round) {
     slot.needSleep = false;
     while (slot.readCursor + FRAME_HEAD <= slot.dataLen) {
         unsigned char* pFrame = slot.dataBuffer + slot.readCursor;
@@ -109,7 +109,7 @@ void CPlaybackMan::WalkBlock(PLAY_CTRL& slot, size_t index, ROUND& round) {
         std::memcpy(&frame, pFrame, FRAME_HEAD);
         if (frame.length > slot.dataLen - slot.readCursor - FRAME_HEAD) return;
         const bool bOwn = frame.deviceID == slot.deviceID && frame.streamID == slot.streamID;
-        slot.needSleep = bOwn && !PlayCtrl(slot, index, frame, round);
+        slot.needSleep = bOwn && !PlayCtrl(slot, frame, round);
         if (slot.needSleep) return;
         round.bProgress = true;
         slot.readCursor += static_cast<tuint32>(FRAME_HEAD) + frame.length;
@@ -119,16 +119,17 @@ void CPlaybackMan::WalkBlock(PLAY_CTRL& slot, size_t index, ROUND& round) {
 }
 
 /// Channels that are played in step wait for each other. False: the frame is not due.
-bool CPlaybackMan::PlayCtrl(PLAY_CTRL& slot, size_t index, const HLX_FRAME_INFO& frame, ROUND& round) {
+bool CPlaybackMan::PlayCtrl(PLAY_CTRL& slot, const HLX_FRAME_INFO& frame, ROUND& round) {
     if (!m_bPlaybackSync) return PlayCtrlEx(slot, frame, round);
-    if (index >= m_PlaySyncInfo.lChnNum) return true;
-    round.bProgress = round.bProgress || m_PlaySyncInfo.curTime[index] != frame.time;
-    if (!CPlaySync::MayPass(m_PlaySyncInfo, index, frame.time)) {
+    const size_t place = CPlaySync::PlaceOf(m_PlaySyncInfo, slot.streamID);
+    if (place >= m_PlaySyncInfo.lChnNum) return true;
+    round.bProgress = round.bProgress || m_PlaySyncInfo.curTime[place] != frame.time;
+    if (!CPlaySync::MayPass(m_PlaySyncInfo, place, frame.time)) {
         round.bSyncWaits = true;
         return false;
     }
     const bool bThrough = PlayCtrlEx(slot, frame, round);
-    if (slot.playStatus == N_PS_STOP) m_PlaySyncInfo.curTime[index] = CPlaySync::ENDED;
+    if (slot.playStatus == N_PS_STOP) m_PlaySyncInfo.curTime[place] = CPlaySync::ENDED;
     return bThrough;
 }
 

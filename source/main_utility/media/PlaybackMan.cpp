@@ -64,7 +64,10 @@ void CPlaybackMan::RemoveDevice(LONG lUserID) {
     StopStreams(lUserID);
     {
         CTurn turn(*this, m_playLock);
-        if (m_PlaySyncInfo.lDeviceHandle == lUserID) m_bPlaybackSync = false;
+        if (m_PlaySyncInfo.lDeviceHandle == lUserID) {
+            m_PlaySyncInfo = {};
+            m_bPlaybackSync = false;
+        }
         const auto device = m_playCtrl.find(lUserID);
         if (device == m_playCtrl.end()) return;
         for (PLAY_CTRL& slot : device->second) ReleaseBlock(slot);

@@ -130,7 +130,9 @@ private:
     bool TakeBlock(PLAY_CTRL& slot);
     void ReleaseBlock(PLAY_CTRL& slot);
 
-    // Opening and stopping (PlaybackMan.Open.cpp); m_startLock held by the first four
+    // Opening and stopping (PlaybackMan.Open.cpp); m_startLock held by the first six
+    void BeginSync(LONG lUserID);
+    bool JoinSync(POINTERHANDLE lPlayHandle);
     POINTERHANDLE PlayBackByTime(LONG lUserID, const LONG* pChannels, LONG channelNum, const DD_TIME& start,
                                  const DD_TIME& stop, BOOL bFirstStream);
     bool ReserveSlot(const Stream& stream);
@@ -141,7 +143,7 @@ private:
     void Halt(PLAYBACK_STREAM_INFO& stream);
     void Leave(PLAYBACK_STREAM_INFO& stream);
     void FreeSlot(const PLAYBACK_STREAM_INFO& stream);
-    std::vector<POINTERHANDLE> SyncHandles();
+    POINTERHANDLE LeaveSync();
 
     // Control (PlaybackMan.Control.cpp)
     bool Steer(PLAY_CTRL& slot, CONTROL& control);
@@ -149,15 +151,18 @@ private:
     void SteerBackward(PLAY_CTRL& slot, CONTROL& control);
     void SendControl(const PLAY_CTRL& slot, DWORD dwCode, DWORD dwValue);
     BOOL SetPosition(const Stream& stream, DWORD dwSeconds);
+    void SetPositionSync(DWORD dwSeconds);
+    bool BeginSeek(PLAYBACK_STREAM_INFO& stream, DWORD dwSeconds);
+    BOOL Seek(const Stream& stream, DWORD dwSeconds);
     void EndSeek(const Stream& stream, bool bDone);
 
     // The thread (PlaybackMan.Proc.cpp)
     static void* PlayBackDataThread(void* pParam);
     void PlayBackDataProc();
     void WalkSlots(ROUND& round);
-    void WalkSlot(PLAY_CTRL& slot, size_t index, ROUND& round);
-    void WalkBlock(PLAY_CTRL& slot, size_t index, ROUND& round);
-    bool PlayCtrl(PLAY_CTRL& slot, size_t index, const HLX_FRAME_INFO& frame, ROUND& round);
+    void WalkSlot(PLAY_CTRL& slot, ROUND& round);
+    void WalkBlock(PLAY_CTRL& slot, ROUND& round);
+    bool PlayCtrl(PLAY_CTRL& slot, const HLX_FRAME_INFO& frame, ROUND& round);
     bool PlayCtrlEx(PLAY_CTRL& slot, const HLX_FRAME_INFO& frame, ROUND& round);
     void Notify(PLAY_CTRL& slot, tuint32 frameIndex);
     void OnNoData(PLAY_CTRL& slot, ROUND& round);
@@ -176,7 +181,7 @@ private:
 
     CPUB_Lock m_playLock;
     std::map<LONG, std::vector<PLAY_CTRL>> m_playCtrl;  // slots by user id; m_playLock
-    PLAYBACK_SYNC_INFO m_PlaySyncInfo;                  // m_playLock
+    PLAYBACK_SYNC_INFO m_PlaySyncInfo;                  // m_playLock; no channels while m_bPlaybackSync is not set
     CPUB_Lock m_streamLock;
     std::vector<Stream> m_streamInfoArray;           // m_streamLock
     CPUB_Lock m_streamMapLock;                       // leaf
