@@ -24,7 +24,7 @@ struct CPlaybackMan::ROUND {
 namespace {
 
 constexpr size_t FRAME_HEAD = sizeof(HLX_FRAME_INFO);
-constexpr tint64 NOTIFY_PAUSE = 100000;  // microseconds before an index that the link did not take is sent again
+constexpr tint64 NOTIFY_PAUSE = 100000;  // microseconds between two looks at a ring that stays empty
 constexpr tint64 LONGEST_PAUSE = 3600 * 1000000LL;
 
 thread_local bool t_bInFrameCallback = false;
@@ -39,6 +39,11 @@ tint64 Now() { return TimeSource().MonotonicMicroseconds(); }
 template <class Format>
 void KeepFormat(Format& format, const HLX_FRAME_INFO& frame, const unsigned char* pData) {
     if (frame.length >= sizeof(Format)) std::memcpy(&format, pData, sizeof(Format));
+}
+
+/// Of the frame's channel, which the stream has.
+PLAYBACK_FORMATS& FormatsOf(PLAYBACK_STREAM_INFO& stream, const HLX_FRAME_INFO& frame) {
+    return stream.formats[stream.PlaceOf(LONG{frame.channel})];
 }
 
 /// A frame that tells a format, made up from the head of another.
@@ -147,15 +152,20 @@ void CPlaybackMan::Notify(PLAY_CTRL& slot, tuint32 frameIndex) {
     CPlayPacer(slot).Notified(frameIndex, bDone);
 }
 
-/// The device may be waiting for an index that the link did not take.
+/// The device may be waiting for an index that the link did not take, or for that of a frame that the ring did not: one
+/// that was too large for it, or video behind that up to a key frame. Those wake nobody, so the ring is looked at.
 void CPlaybackMan::OnNoData(PLAY_CTRL& slot, ROUND& round) {
     const CThreadState::OwnNumber ownNumber;
-    m_pDeviceMan->NotifyPlayIndex_IPC(slot.deviceID, slot.streamID, m_pDataBufferMan->GetLastFrameIndex(RingOf(slot)));
-    if (slot.failedIndex < 0) return;
+    const tuint32 last = m_pDataBufferMan->GetLastFrameIndex(RingOf(slot));
+    m_pDeviceMan->NotifyPlayIndex_IPC(slot.deviceID, slot.streamID, last);
+    if (slot.lastNotifyIndex < 0) return;  // nothing of this run has come
     const auto session = m_pDeviceMan->GetDeviceResByUserID(slot.deviceID);
     if (!session || session->pNetDevice->GetDeviceStatus() != NET_DEVICE_STATUS_CONNECTED) return;
-    Notify(slot, static_cast<tuint32>(slot.failedIndex));
-    if (slot.failedIndex >= 0) round.DueAt(Now() + NOTIFY_PAUSE);
+    if (tint64{last} > slot.lastNotifyIndex)
+        Notify(slot, last);
+    else if (slot.failedIndex >= 0)
+        Notify(slot, static_cast<tuint32>(slot.failedIndex));
+    round.DueAt(Now() + NOTIFY_PAUSE);
 }
 
 // ---- Delivery ----
@@ -171,8 +181,9 @@ void CPlaybackMan::ProcessFrame(const HLX_FRAME_INFO& frame, unsigned char* pDat
 
 void CPlaybackMan::ProcessFrame(PLAYBACK_STREAM_INFO& stream, const HLX_FRAME_INFO& frame, unsigned char* pData) {
     if (stream.pPlayBackDataCallback) DeliverFrame(stream, frame, pData);
-    if (frame.frameType == DD_FRAME_TYPE_VIDEO_FORMAT) KeepFormat(stream.bmpInfo, frame, pData);
-    if (frame.frameType == DD_FRAME_TYPE_AUDIO_FORMAT) KeepFormat(stream.waveInfo, frame, pData);
+    PLAYBACK_FORMATS& formats = FormatsOf(stream, frame);
+    if (frame.frameType == DD_FRAME_TYPE_VIDEO_FORMAT) KeepFormat(formats.bmpInfo, frame, pData);
+    if (frame.frameType == DD_FRAME_TYPE_AUDIO_FORMAT) KeepFormat(formats.waveInfo, frame, pData);
     if (stream.pSave && stream.saveChannel == LONG{frame.channel}) SaveFrame(stream, frame, pData);
 }
 
@@ -188,11 +199,11 @@ void CPlaybackMan::DeliverFrame(PLAYBACK_STREAM_INFO& stream, const HLX_FRAME_IN
     if (frame.frameType == DD_FRAME_TYPE_VIDEO_FORMAT) stream.bNeedVideoFormat = false;
     if (frame.frameType == DD_FRAME_TYPE_AUDIO_FORMAT) stream.bNeedAudioFormat = false;
     if (frame.frameType == DD_FRAME_TYPE_VIDEO && stream.bNeedVideoFormat) {
-        BITMAPINFOHEADER format = stream.bmpInfo;
+        BITMAPINFOHEADER format = FormatsOf(stream, frame).bmpInfo;
         deliver(FormatFrame(frame, DD_FRAME_TYPE_VIDEO_FORMAT, format), &format);
     }
     if (frame.frameType == DD_FRAME_TYPE_AUDIO && stream.bNeedAudioFormat) {
-        WAVEFORMATEX format = stream.waveInfo;
+        WAVEFORMATEX format = FormatsOf(stream, frame).waveInfo;
         deliver(FormatFrame(frame, DD_FRAME_TYPE_AUDIO_FORMAT, format), &format);
     }
     deliver(frame, pData);
@@ -205,16 +216,17 @@ void CPlaybackMan::SaveFrame(PLAYBACK_STREAM_INFO& stream, const HLX_FRAME_INFO&
         stream.pSave->SaveFile(FormatFrame(frame, frameType, format), reinterpret_cast<const unsigned char*>(&format));
         bNeed = false;
     };
+    const PLAYBACK_FORMATS& formats = FormatsOf(stream, frame);
     bool bReady = true;
     if (frame.frameType == DD_FRAME_TYPE_VIDEO_FORMAT) stream.bNeedVFormat = false;
     if (frame.frameType == DD_FRAME_TYPE_AUDIO_FORMAT) stream.bNeedAFormat = false;
     if (frame.frameType == DD_FRAME_TYPE_VIDEO) {
-        saveFormat(stream.bNeedVFormat, stream.bmpInfo.biSize == sizeof(BITMAPINFOHEADER), DD_FRAME_TYPE_VIDEO_FORMAT,
-                   stream.bmpInfo);
+        saveFormat(stream.bNeedVFormat, formats.bmpInfo.biSize == sizeof(BITMAPINFOHEADER), DD_FRAME_TYPE_VIDEO_FORMAT,
+                   formats.bmpInfo);
         bReady = !stream.bNeedVFormat;
     } else if (frame.frameType == DD_FRAME_TYPE_AUDIO) {
-        saveFormat(stream.bNeedAFormat, stream.waveInfo.nAvgBytesPerSec != 0, DD_FRAME_TYPE_AUDIO_FORMAT,
-                   stream.waveInfo);
+        saveFormat(stream.bNeedAFormat, formats.waveInfo.nAvgBytesPerSec != 0, DD_FRAME_TYPE_AUDIO_FORMAT,
+                   formats.waveInfo);
         bReady = !stream.bNeedAFormat;
     } else if (frame.frameType != DD_FRAME_TYPE_VIDEO_FORMAT && frame.frameType != DD_FRAME_TYPE_AUDIO_FORMAT) {
         return;

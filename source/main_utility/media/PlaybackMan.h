@@ -17,6 +17,12 @@
 class CNetDeviceMan;
 class CMultiNetDataBufferMan;
 
+/// What a channel's format frames told last.
+struct PLAYBACK_FORMATS {
+    BITMAPINFOHEADER bmpInfo{};
+    WAVEFORMATEX waveInfo{};
+};
+
 /// One handle. Its address is the application's handle. Guarded by m_streamLock unless told otherwise.
 struct PLAYBACK_STREAM_INFO {
     POINTERHANDLE lPlayBackHandle = 0;  // settled before the record is found, as all down to bFirstStream
@@ -27,9 +33,8 @@ struct PLAYBACK_STREAM_INFO {
     tuint32 streamID = 0;  // 10 and the number of the slot
     PLAY_DATA_CALLBACK pPlayBackDataCallback = nullptr;
     void* pPlayBackDataCBParam = nullptr;
-    BITMAPINFOHEADER bmpInfo{};     // last video format
-    WAVEFORMATEX waveInfo{};        // last sound format
-    bool bNeedVideoFormat = false;  // the callback has not seen a format frame
+    PLAYBACK_FORMATS formats[PLAYBACK_SYNC_INFO::MAX_CHANNELS];  // of the channel at the same place in pChannel
+    bool bNeedVideoFormat = false;                               // the callback has not seen a format frame
     bool bNeedAudioFormat = false;
     std::unique_ptr<CAVISave> pSave;  // null: nothing is saved
     LONG saveChannel = 0;
@@ -39,7 +44,9 @@ struct PLAYBACK_STREAM_INFO {
     bool bStopped = false;  // m_playLock, as the next
     int users = 0;  // threads that wait for the device on its behalf; the last of a stopped stream frees the slot
 
-    bool HasChannel(LONG lChannel) const;
+    bool HasChannel(LONG lChannel) const { return PlaceOf(lChannel) < lChnNum; }
+    /// In pChannel; lChnNum for a channel that it has not.
+    LONG PlaceOf(LONG lChannel) const;
 };
 
 /// All playbacks of the process.
@@ -51,8 +58,8 @@ struct PLAYBACK_STREAM_INFO {
 ///
 /// Lock order: m_startLock, m_playLock, m_streamLock, then those of the device manager and the rings. Whoever waits for
 /// a device's answer holds at most m_startLock: a device that is silent for 10 s holds up other starts and, by
-/// m_isStartingPB, the delivery while it is being started; during its seek only its own stream rests. What is sent to a
-/// device with m_playLock held waits for nothing.
+/// m_isStartingPB, the delivery while it is being started, and so does the request of another manager that the start
+/// waits for; during its seek only its own stream rests. What is sent to a device with m_playLock held waits for nothing.
 ///
 /// A frame callback may call what only looks at or changes a stream. It may not start, stop or steer playbacks, stop
 /// live streams, log out or clean up: CSDKImpl refuses that (InFrameCallback).
@@ -75,7 +82,8 @@ public:
     /// True on the thread that delivers, while it is inside an application's callback.
     static bool InFrameCallback();
 
-    /// Makes the device's entry if it has none. False: no memory.
+    /// Makes the device's entry, anew if none of its slots is taken: the id of a caller that was refused is given to
+    /// the next device, whose slots may be more or fewer. False: no memory.
     bool AddDevice(LONG lUserID);
     /// Stops the device's streams and drops its entry; an unknown id is ignored.
     void RemoveDevice(LONG lUserID);

@@ -1,5 +1,6 @@
 #include "main_utility/media/PlaybackMan.h"
 
+#include <cstring>
 #include <random>
 #include <thread>
 
@@ -38,6 +39,8 @@ struct CPlayDevice : CTestDevice {
         s_notes = s_notes.Get() + text + " ";
         return true;
     }
+    int GetMaxPlayBackNum() override { return s_slots; }
+    static inline std::atomic<int> s_slots{4};
     static inline std::atomic<bool> s_bRefuses{false}, s_bSilent{false};
     static inline std::atomic<int> s_seeks{0};
     static inline std::atomic<LONG> s_told[4];  // of each slot
@@ -77,11 +80,15 @@ protected:
     POINTERHANDLE BeginSync(LONG channelNum) {
         return m_play.PlayBackByTimeSync(m_lUserID, CHANNELS, channelNum, &FROM, &TO, nullptr, true);
     }
-    static void OnFrame(POINTERHANDLE, HLX_FRAME_INFO frame, BYTE*, void* pUser) {
+    static void OnFrame(POINTERHANDLE, HLX_FRAME_INFO frame, BYTE* pData, void* pUser) {
         auto& test = *static_cast<PlaybackMan*>(pUser);
-        test.m_log = test.m_log.Get() + std::to_string(frame.frameType) + ":" + std::to_string(frame.frameIndex) + " ";
+        BITMAPINFOHEADER format{};
+        if (frame.length >= sizeof(format)) std::memcpy(&format, pData, sizeof(format));
+        const std::string size = format.biWidth ? "/" + std::to_string(format.biWidth) : "";
+        test.m_log =
+            test.m_log.Get() + std::to_string(frame.frameType) + ":" + std::to_string(frame.frameIndex) + size + " ";
     }
-    void Push(tuint32 index, DWORD type = DD_FRAME_TYPE_VIDEO, tuint32 slot = 0, tint64 second = 0) {
+    HLX_FRAME_INFO Frame(tuint32 index, DWORD type, tuint32 slot, tint64 second = 0) {
         HLX_FRAME_INFO frame{};
         frame.deviceID = static_cast<DWORD>(m_lUserID);
         frame.channel = 3;
@@ -90,7 +97,15 @@ protected:
         frame.frameType = type;
         frame.frameIndex = index;
         frame.time = (START + second) * SECOND + index;
-        m_rings.PushData(PLAYBACK_BUFFER_ID(m_lUserID, slot), frame, nullptr);
+        return frame;
+    }
+    bool Push(HLX_FRAME_INFO frame, const void* pData, size_t length) {
+        frame.length = static_cast<DWORD>(length);
+        const auto slot = static_cast<LONG>(frame.streamID) - 10;
+        return m_rings.PushData(PLAYBACK_BUFFER_ID(m_lUserID, slot), frame, static_cast<const unsigned char*>(pData));
+    }
+    void Push(tuint32 index, DWORD type = DD_FRAME_TYPE_VIDEO, tuint32 slot = 0, tint64 second = 0) {
+        Push(Frame(index, type, slot, second), nullptr, 0);
     }
     bool Heard(const std::string& log) {
         return WaitUntil([&] { return m_log.Get() == log; });
@@ -118,7 +133,12 @@ TEST_F(PlaybackMan, SlotsAreTakenAndGivenBack) {
         for (const POINTERHANDLE handle : handles) EXPECT_TRUE(m_play.StopPlayBack(handle));
         EXPECT_FALSE(m_play.StopPlayBack(handles[0]));
     }
+    CPlayDevice::s_slots = 1;
+    ASSERT_TRUE(m_play.AddDevice(m_lUserID));  // as for the next device of a refused caller's id
+    CPlayDevice::s_slots = 4;
     const POINTERHANDLE left = Begin();
+    ASSERT_TRUE(m_play.AddDevice(m_lUserID));
+    EXPECT_EQ(Begin(), -1) << "of the only slot";
     m_play.RemoveDevice(m_lUserID);
     EXPECT_FALSE(m_play.StopPlayBack(left));
     EXPECT_EQ(m_rings.GetFreeBufferSize(PLAYBACK_BUFFER_ID(m_lUserID, 0)), 0) << "no ring is left";
@@ -143,6 +163,33 @@ TEST_F(PlaybackMan, FramesFormatsAndTheEnd) {
     EXPECT_EQ(CPlayDevice::s_told[0], 3);
     EXPECT_FALSE(m_play.GetPlayBackOsdTime(handle, &time));
     EXPECT_TRUE(m_play.RefreshPlay(handle)) << "the handle stays";
+}
+
+TEST_F(PlaybackMan, EachChannelHasItsFormat) {
+    const POINTERHANDLE handle = Begin(2);
+    BITMAPINFOHEADER format{};
+    const auto push = [&](tuint32 index, DWORD type, tuint32 channel) {
+        HLX_FRAME_INFO frame = Frame(index, type, 0);
+        frame.channel = channel;
+        format.biWidth = static_cast<LONG>(100 + channel);
+        Push(frame, &format, type == DD_FRAME_TYPE_VIDEO ? 0 : sizeof(format));
+    };
+    push(0, DD_FRAME_TYPE_VIDEO_FORMAT, 3);
+    push(1, DD_FRAME_TYPE_VIDEO_FORMAT, 4);
+    EXPECT_TRUE(Heard("5:0/103 5:1/104 "));
+    m_play.SetPlayDataCallBack(handle, OnFrame, this);
+    push(2, DD_FRAME_TYPE_VIDEO, 3);
+    push(3, DD_FRAME_TYPE_VIDEO, 4);
+    EXPECT_TRUE(Heard("5:0/103 5:1/104 5:2/103 1:2 5:3/104 1:3 ")) << m_log.Get();
+}
+
+TEST_F(PlaybackMan, TheDeviceHearsOfFramesThatTheRingCannotHold) {
+    Begin();
+    Push(0);
+    EXPECT_TRUE(Heard("5:0 1:0 "));
+    const std::vector<unsigned char> large(5 << 20);
+    EXPECT_TRUE(WaitUntil([&] { return Push(Frame(1, DD_FRAME_TYPE_VIDEO, 0), large.data(), large.size()); }));
+    EXPECT_TRUE(WaitUntil([] { return CPlayDevice::s_told[0] == 1; }));
 }
 
 TEST_F(PlaybackMan, ControlByFamily) {
