@@ -1179,10 +1179,10 @@ HLX_API LONG HLX_LoginEx(const char* sDVRIP, WORD wDVRPort, const char* sUserNam
                          LPHLX_DEVICEINFO lpDeviceInfo, LONG lConnectType, const char* sDevSN);
 
 /// Ends a session with all its streams; 1 also when the session was gone and only its streams were left. An id below 1
-/// fails without a number. From inside a live frame callback: HLX_OPER_NOPERMIT (16). An exception callback for the
-/// session that is in progress on another thread may end after the return. Blocks until the session's threads have
-/// ended: for frame callbacks in progress, and, while the session has live streams, for a request to a device that is
-/// under way in another thread.
+/// fails without a number. From inside a frame callback, live, of a playback or a download: HLX_OPER_NOPERMIT (16). An
+/// exception callback for the session that is in progress on another thread may end after the return. Blocks until the
+/// session's threads have ended: for frame callbacks in progress, and, while the session has live streams, for a request
+/// to a device that is under way in another thread.
 HLX_API BOOL HLX_Logout(LONG lUserID);
 
 /// How long (`dwWaitTime`, ms, default 5000) and how often (`dwTryTimes`, default 1) a connection is tried; both at
@@ -1278,8 +1278,8 @@ HLX_API BOOL HLX_GetVehicleConfig(LONG lUserID);
 /// second stream of a channel already open opens a further session of its own. Result: the live handle; -1 on failure,
 /// 0 without HLX_Init. Errors: HLX_MAX_PLAYERPORT (61) more than 11 streams of the channel, HLX_NETWORK_FAIL_CONNECT
 /// (8), HLX_NORESOURCE (100), HLX_DVR_NORESOURCE (31), HLX_CHANNEL_ERROR (4), HLX_CHANNEL_OFFLINE (98),
-/// HLX_NETWORK_NOT_CONNECT (9), HLX_OPER_NOPERMIT (16) from inside a live frame callback. Request; starts and stops run
-/// one at a time.
+/// HLX_NETWORK_NOT_CONNECT (9), HLX_OPER_NOPERMIT (16) from inside a frame callback, live, of a playback or a download.
+/// Request; starts and stops run one at a time.
 HLX_API POINTERHANDLE HLX_LivePlay(LONG lUserID, const HLX_CLIENTINFO* lpClientInfo,
                                    LIVE_DATA_CALLBACK fLiveDataCallBack, void* pUser);
 
@@ -1288,8 +1288,8 @@ HLX_API POINTERHANDLE HLX_LivePlayEx(LONG lUserID, const HLX_CLIENTINFO* lpClien
                                      LIVE_DATA_CALLBACK_EX fLiveDataCallBack, void* pUser);
 
 /// Ends a live stream. When it returns no callback of the stream runs or comes any more. Refused with HLX_OPER_NOPERMIT
-/// (16) from inside a live frame callback. Blocks for the frame callback in progress, for a start of another stream
-/// that a device has not answered yet (at most 10 s), and at most about 1 s besides.
+/// (16) from inside a frame callback, live, of a playback or a download. Blocks for the frame callback in progress, for
+/// a start of another stream that a device has not answered yet (at most 10 s), and at most about 1 s besides.
 HLX_API BOOL HLX_StopLivePlay(POINTERHANDLE lLiveHandle);
 
 /// Replaces the frame callback, and takes the one-block callback off. Local, but it waits for a start of a stream that
@@ -1356,7 +1356,8 @@ HLX_API BOOL HLX_MakeKeyFrameEx(LONG lUserID, LONG lChannel, LONG lStreamType);
 /// Errors also: HLX_NETWORK_RECV_TIMEOUT (12) no frame came, HLX_NETWORK_NOT_CONNECT (9). Others: request.
 HLX_API BOOL HLX_GetDeviceTime(LONG lUserID, DD_TIME* lpTime);
 
-/// Stores the pair for a live or playback handle; it is not called. Does not reset the last error. Local.
+/// Stores the pair for a live handle; a playback handle is only checked. The pair is not called. Does not reset the last
+/// error. Local.
 HLX_API BOOL HLX_RegisterDrawFun(POINTERHANDLE lHandle, DRAW_FUN_CALLBACK fDrawFun, void* pUser);
 
 /// 1 for a known live or playback handle; there is nothing to draw. Local.
@@ -1533,10 +1534,11 @@ HLX_API BOOL HLX_FindEventInfoClose(POINTERHANDLE lEventHandle);
 /// Plays the main stream of 1 to 8 channels between two times; several channels on one handle are for classic recorders.
 /// `hWnds`: one window value a channel, or null; nothing is drawn. Result: the play handle, which stands until
 /// HLX_StopPlayBack, also behind the end of the range; -1 on failure, 0 without HLX_Init. Fails with 31 (all streams of
-/// the device taken, 4 of a classic recorder), 86 (nothing recorded then), 32 (the device refuses), 4 (no such channel),
-/// 44 (no memory for the ring), 16 (inside a playback's frame callback), 20; with no number while HLX_PlayBackByTimeSync
-/// plays, and for several channels of a device that is no classic recorder. Until the device has answered, 10 s at most,
-/// no other playback brings frames. Request.
+/// the device taken, 4 of a classic recorder), 86 (nothing recorded then), 32 (the device refuses), 13 (its answer makes
+/// no sense), 4 (no such channel), 44 (no memory for the ring), 16 (inside the frame callback of a playback or a
+/// download), 20; with no number while HLX_PlayBackByTimeSync plays, and for several channels of a device that is no
+/// classic recorder. While it runs no other playback brings frames: until the device has answered, 10 s at most, and
+/// before that until requests of other threads are through, a search among them (60 s). Request.
 ///
 /// A link that breaks ends the playback: what has come is played, then nothing comes, and seeks fail with 20. The handle
 /// stands until it is stopped. When the device is back nothing begins again by itself.
@@ -1549,9 +1551,11 @@ HLX_API POINTERHANDLE HLX_PlayBackByTimeEx(LONG lUserID, const LONG* pChannels, 
                                            BOOL bFirstStream);
 
 /// Plays up to 8 channels, each on a stream of its own, at most 300 ms apart; a channel that brings nothing holds up the
-/// others. Result: a mask of the channels' places, bit n for `pChannels[n]`, that run; no handle, so there is nothing to
-/// set a callback on. 0 while anything is played, with 20 for more than 8 channels or while channels are in step
-/// already. Request, one a channel.
+/// others, but not one that has ended or whose seek has failed. Result: a mask of the channels' places, bit n for
+/// `pChannels[n]`, that run; no handle, so there is nothing to set a callback on. 0 while anything is played, and when
+/// HLX_StopPlayBackSync or HLX_Logout of the device came meanwhile: then nothing runs; with 20 for more than 8 channels
+/// or while channels are in step already, with 16 inside the frame callback of a playback or a download. Request, one a
+/// channel.
 HLX_API POINTERHANDLE HLX_PlayBackByTimeSync(LONG lUserID, const LONG* pChannels, LONG channelNum,
                                              const DD_TIME* lpStartTime, const DD_TIME* lpStopTime, const HWND* hWnds,
                                              BOOL bFirstStream);
@@ -1563,20 +1567,20 @@ HLX_API POINTERHANDLE HLX_PlayBackByTimeSync(LONG lUserID, const LONG* pChannels
 /// - HLX_PLAYCTRL_REW: backward in key frames. A classic recorder does so at 8X (values up to 9) or 16X.
 /// - HLX_PLAYCTRL_FRAME: while it holds, brings the next video frame.
 /// - HLX_PLAYCTRL_SETPOS: goes to `dwInValue`, seconds since 1970, at 1X; once the call returns no frame of before comes.
-///   Waits for the device's answer. A refusal fails as that of a start does, and then nothing comes until another one
-///   succeeds.
+///   Waits for the device's answer. A refusal, or an answer that makes no sense (13), fails as that of a start does, and
+///   then nothing comes until another one succeeds.
 /// - HLX_PLAYCTRL_STARTAUDIO, _STOPAUDIO: the sound of all channels of the stream comes, or none.
 /// - HLX_PLAYCTRL_AUDIOVOLUME: nothing but that the speed becomes 1X. HLX_PLAYCTRL_STOP: ends the stream, not the handle.
-/// Fails with 20 for an unknown handle, 16 inside a playback's frame callback. But for SETPOS it only sends: 10 when the
-/// link takes nothing.
+/// Fails with 20 for an unknown handle, 16 inside the frame callback of a playback or a download. But for SETPOS it only
+/// sends: 10 when the link takes nothing.
 HLX_API BOOL HLX_PlayBackControl(POINTERHANDLE lPlayHandle, DWORD dwControlCode, DWORD dwInValue, LPDWORD lpOutValue);
 
-/// Steers all playbacks in step; the result is always 0. Request.
+/// Steers all playbacks in step, which stay in step over a seek; the result is always 0. Request.
 HLX_API BOOL HLX_PlayBackControlSync(DWORD dwControlCode, DWORD dwInValue, LPDWORD lpOutValue);
 
 /// Ends a playback. Waits for a frame callback that is running, so the application must not hold a lock that it takes;
-/// none comes after the return. 0 with no number for an unknown handle, with 16 inside a playback's frame callback. Only
-/// sends.
+/// none comes after the return. 0 with no number for an unknown handle, with 16 inside the frame callback of a playback
+/// or a download. Only sends.
 HLX_API BOOL HLX_StopPlayBack(POINTERHANDLE lPlayHandle);
 
 /// Ends all playbacks in step; the result is always 0. As HLX_StopPlayBack.
@@ -1600,7 +1604,8 @@ HLX_API BOOL HLX_PlayBackSaveData(POINTERHANDLE lPlayHandle, LONG lChannel, cons
 HLX_API BOOL HLX_StopPlayBackSave(POINTERHANDLE lPlayHandle, LONG lChannel);
 
 /// Local time of the video frame that is played or due next: second, minute, hour, mday, month and year. 13 for an
-/// unknown handle, before the first video frame and behind the end. Does not reset the last error. Local.
+/// unknown handle, before the first video frame and behind the end, 20 for a null pointer. Does not reset the last error.
+/// Local.
 HLX_API BOOL HLX_GetPlayBackOsdTime(POINTERHANDLE lPlayHandle, DD_TIME* lpOsdTime);
 
 /// Nothing is decoded here, so it fails: 26, or 20 for an unknown handle or channel. Does not reset the last error.

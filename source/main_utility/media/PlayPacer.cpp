@@ -92,7 +92,7 @@ bool CPlayPacer::IsDue(const HLX_FRAME_INFO& frame, tint64 now) {
     const auto stamps =
         static_cast<tint64>(std::clamp(bReverse ? -difference : difference, -LONGEST_WAIT, LONGEST_WAIT));
     const tint64 wait = WaitAt(stamps, m_slot.playSpeed);
-    const bool bHole = (!bReverse && wait >= GAP_LIMIT) || wait < -STAMP_JITTER;
+    const bool bHole = (!bReverse && wait >= GAP_LIMIT) || stamps < -STAMP_JITTER;
     m_slot.lastFrameTime = frame.time;
     if (!bHole && !MoveClock(wait, now)) return false;
     m_slot.MultiCH = bit;
@@ -105,8 +105,17 @@ bool CPlayPacer::MoveClock(tint64 wait, tint64 now) {
     return now >= m_slot.lastShowTime;
 }
 
-bool CPlaySync::MayPass(PLAYBACK_SYNC_INFO& info, size_t index, tint64 frameTime) {
-    info.curTime[index] = frameTime;
+size_t CPlaySync::PlaceOf(const PLAYBACK_SYNC_INFO& info, tuint32 streamID) {
+    return static_cast<size_t>(std::find(info.streamID, info.streamID + info.lChnNum, streamID) - info.streamID);
+}
+
+void CPlaySync::SetTime(PLAYBACK_SYNC_INFO& info, tuint32 streamID, tint64 time) {
+    const size_t place = PlaceOf(info, streamID);
+    if (place < info.lChnNum) info.curTime[place] = time;
+}
+
+bool CPlaySync::MayPass(PLAYBACK_SYNC_INFO& info, size_t place, tint64 frameTime) {
+    info.curTime[place] = frameTime;
     const auto holdsUp = [&](tint64 curTime) {
         const tuint64 lead = static_cast<tuint64>(frameTime) - static_cast<tuint64>(curTime);
         return curTime == 0 || (frameTime > curTime && lead > SYNC_WINDOW);

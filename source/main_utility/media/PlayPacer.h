@@ -84,18 +84,23 @@ private:
 struct PLAYBACK_SYNC_INFO {
     static constexpr size_t MAX_CHANNELS = 8;
 
-    tint64 curTime[MAX_CHANNELS] = {};  // stamp of the frame at each slot; 0: none yet
+    tint64 curTime[MAX_CHANNELS] = {};    // stamp of each channel's frame; 0: none yet
+    tuint32 streamID[MAX_CHANNELS] = {};  // whose place this is
     tuint32 lChnNum = 0;
     POINTERHANDLE lPlayBackHandle[MAX_CHANNELS] = {};
     LONG lDeviceHandle = 0;
 };
 
-/// Keeps slots within 300 ms of each other.
+/// Keeps channels within 300 ms of each other.
 class CPlaySync {
 public:
     static constexpr tint64 SYNC_WINDOW = 300000;  // microseconds
-    static constexpr tint64 ENDED = INT64_MAX;     // of a slot that holds up no other any more
+    static constexpr tint64 ENDED = INT64_MAX;     // of a channel that holds up no other any more
 
-    /// False while a slot that has had no frame, or lies too far behind, holds the frame of slot `index` up.
-    static bool MayPass(PLAYBACK_SYNC_INFO& info, size_t index, tint64 frameTime);
+    /// lChnNum or more for a stream that is not in step.
+    static size_t PlaceOf(const PLAYBACK_SYNC_INFO& info, tuint32 streamID);
+    /// Nothing for a stream that is not in step.
+    static void SetTime(PLAYBACK_SYNC_INFO& info, tuint32 streamID, tint64 time);
+    /// False while a channel that has had no frame, or lies too far behind, holds the frame of the one at `place` up.
+    static bool MayPass(PLAYBACK_SYNC_INFO& info, size_t place, tint64 frameTime);
 };

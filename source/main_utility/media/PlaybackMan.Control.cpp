@@ -8,7 +8,7 @@
 #include "netservice/MultiNetDataBufferMan.h"
 #include "sdk_common/PubTime.h"
 
-/// A control call: what goes to the device behind it, with no lock held.
+/// A control call, and what goes to the device behind it.
 struct CPlaybackMan::CONTROL {
     DWORD dwCode;
     DWORD dwValue;
@@ -42,15 +42,14 @@ BOOL CPlaybackMan::PlayBackControl(POINTERHANDLE lPlayHandle, DWORD dwControlCod
     CONTROL control{dwControlCode, dwInValue};
     if (const auto session = m_pDeviceMan->GetDeviceResByUserID(stream->lDeviceHandle))
         control.family = session->eDVRVer;
-    {
-        CTurn turn(*this, m_playLock);
-        PLAY_CTRL* pSlot = Slot(*stream);
-        if (!pSlot) return Failure(HLX_PARAMETER_ERROR);
-        const bool bDevice = Steer(*pSlot, control);
-        m_pWaker->Wake();
-        if (!bDevice) return true;
-    }
-    return m_pDeviceMan->PlaybackCtrl(stream->lDeviceHandle, stream->streamID, control.dwCode, control.dwValue);
+    CTurn turn(*this, m_playLock);
+    PLAY_CTRL* pSlot = Slot(*stream);
+    if (!pSlot) return Failure(HLX_PARAMETER_ERROR);
+    const bool bDevice = Steer(*pSlot, control);
+    m_pWaker->Wake();
+    // Sent under the lock: behind it, another thread could have given the stream's id to a new one.
+    return !bDevice ||
+           m_pDeviceMan->PlaybackCtrl(stream->lDeviceHandle, stream->streamID, control.dwCode, control.dwValue);
 }
 
 /// True if the device is to be told. Each call starts the pacing clock anew.
@@ -122,23 +121,46 @@ void CPlaybackMan::SendControl(const PLAY_CTRL& slot, DWORD dwCode, DWORD dwValu
     m_pDeviceMan->PlaybackCtrl(slot.deviceID, slot.streamID, dwCode, dwValue);
 }
 
-/// Waits for the device with no lock held; its stream rests meanwhile.
 BOOL CPlaybackMan::SetPosition(const Stream& stream, DWORD dwSeconds) {
+    return BeginSeek(*stream, dwSeconds) ? Seek(stream, dwSeconds) : Failure(HLX_PARAMETER_ERROR);
+}
+
+/// All streams rest before the first one is asked for: the time of one that still plays would let another pass.
+void CPlaybackMan::SetPositionSync(DWORD dwSeconds) {
+    Stream streams[PLAYBACK_SYNC_INFO::MAX_CHANNELS];
     {
         CTurn turn(*this, m_playLock);
-        PLAY_CTRL* pSlot = Slot(*stream);
-        if (!pSlot) return Failure(HLX_PARAMETER_ERROR);
-        ReleaseBlock(*pSlot);
-        pSlot->startTime = dwSeconds;
-        pSlot->playStatus = N_PS_PLAY;
-        pSlot->playSpeed = HLX_RPB_SPEED_1X;
-        pSlot->bFirstFrame = true;
-        pSlot->lastNotifyIndex = -1;
-        pSlot->failedIndex = -1;
-        pSlot->lastFrameTime = 0;
-        pSlot->bSeeking = true;
-        ++stream->users;
+        for (tuint32 i = 0; i < m_PlaySyncInfo.lChnNum; ++i) {
+            const Stream stream = FindOpen(m_PlaySyncInfo.lPlayBackHandle[i]);
+            if (stream && BeginSeek(*stream, dwSeconds)) streams[i] = stream;
+        }
     }
+    for (const Stream& stream : streams) {
+        if (stream) Seek(stream, dwSeconds);
+    }
+}
+
+/// The stream rests from here to EndSeek, and those in step with it wait for its first frame behind that.
+bool CPlaybackMan::BeginSeek(PLAYBACK_STREAM_INFO& stream, DWORD dwSeconds) {
+    CTurn turn(*this, m_playLock);
+    PLAY_CTRL* pSlot = Slot(stream);
+    if (!pSlot) return false;
+    ReleaseBlock(*pSlot);
+    pSlot->startTime = dwSeconds;
+    pSlot->playStatus = N_PS_PLAY;
+    pSlot->playSpeed = HLX_RPB_SPEED_1X;
+    pSlot->bFirstFrame = true;
+    pSlot->lastNotifyIndex = -1;
+    pSlot->failedIndex = -1;
+    pSlot->lastFrameTime = 0;
+    pSlot->bSeeking = true;
+    ++stream.users;
+    CPlaySync::SetTime(m_PlaySyncInfo, stream.streamID, 0);
+    return true;
+}
+
+/// Waits for the device with no lock held.
+BOOL CPlaybackMan::Seek(const Stream& stream, DWORD dwSeconds) {
     const DD_TIME start = DVRTime32ToDDTime(dwSeconds);
     const BOOL bDone = m_pDeviceMan->PlaybackSetTime(stream->lDeviceHandle, stream->pChannel, stream->lChnNum, start,
                                                      stream->stopTime, stream->streamID);
@@ -146,18 +168,24 @@ BOOL CPlaybackMan::SetPosition(const Stream& stream, DWORD dwSeconds) {
     return bDone;
 }
 
-/// The device has emptied the ring of what came before its answer; without one, what the ring holds is of no use.
+/// The device's class has emptied the ring, with an answer and without; another seek's frames may be in it by now.
 void CPlaybackMan::EndSeek(const Stream& stream, bool bDone) {
     CTurn turn(*this, m_playLock);
     Leave(*stream);
     PLAY_CTRL* pSlot = Slot(*stream);
     if (!pSlot) return;
-    if (!bDone) m_pDataBufferMan->DropData(RingOf(*pSlot));
+    CPlaySync::SetTime(m_PlaySyncInfo, stream->streamID, bDone ? 0 : CPlaySync::ENDED);
     pSlot->bSeeking = stream->users > 0;
     m_pWaker->Wake();
 }
 
 BOOL CPlaybackMan::PlayBackControlSync(DWORD dwControlCode, DWORD dwInValue, LPDWORD lpOutValue) {
-    for (const POINTERHANDLE handle : SyncHandles()) PlayBackControl(handle, dwControlCode, dwInValue, lpOutValue);
+    if (dwControlCode == HLX_PLAYCTRL_SETPOS) {
+        SetPositionSync(dwInValue);
+        return false;
+    }
+    CTurn turn(*this, m_playLock);
+    for (tuint32 i = 0; i < m_PlaySyncInfo.lChnNum; ++i)
+        PlayBackControl(m_PlaySyncInfo.lPlayBackHandle[i], dwControlCode, dwInValue, lpOutValue);
     return false;
 }

@@ -63,21 +63,36 @@ POINTERHANDLE CPlaybackMan::PlayBackByTimeSync(LONG lUserID, const LONG* pChanne
     const bool bGiven = pChannels && lpStartTime && lpStopTime && !m_bPlaybackSync &&
                         channelNum <= LONG{PLAYBACK_SYNC_INFO::MAX_CHANNELS};
     if (!bGiven) return Failure(HLX_PARAMETER_ERROR, POINTERHANDLE{0});
-    m_bPlaybackSync = true;
-    PLAYBACK_SYNC_INFO sync;
-    sync.lDeviceHandle = lUserID;
+    BeginSync(lUserID);
     const CStarting starting(m_isStartingPB, *m_pWaker);
     POINTERHANDLE mask = 0;
-    for (LONG i = 0; i < channelNum; ++i) {
+    for (LONG i = 0; i < channelNum && m_bPlaybackSync; ++i) {
         const POINTERHANDLE handle = PlayBackByTime(lUserID, pChannels + i, 1, *lpStartTime, *lpStopTime, bFirstStream);
         if (handle == NO_HANDLE) continue;
-        mask |= POINTERHANDLE{1} << i;
-        sync.lPlayBackHandle[sync.lChnNum++] = handle;
+        if (JoinSync(handle))
+            mask |= POINTERHANDLE{1} << i;
+        else
+            StopPlayBack(handle);
     }
-    CTurn turn(*this, m_playLock);
-    m_PlaySyncInfo = sync;
     if (mask == 0) m_bPlaybackSync = false;
-    return mask;
+    return m_bPlaybackSync ? mask : 0;
+}
+
+void CPlaybackMan::BeginSync(LONG lUserID) {
+    CTurn turn(*this, m_playLock);
+    m_PlaySyncInfo = {};
+    m_PlaySyncInfo.lDeviceHandle = lUserID;
+    m_bPlaybackSync = true;
+}
+
+/// False when another thread has ended the playback in step meanwhile, with the streams that had joined it.
+bool CPlaybackMan::JoinSync(POINTERHANDLE lPlayHandle) {
+    CTurn turn(*this, m_playLock);
+    const Stream stream = FindOpen(lPlayHandle);
+    if (!stream || !m_bPlaybackSync) return false;
+    m_PlaySyncInfo.streamID[m_PlaySyncInfo.lChnNum] = stream->streamID;
+    m_PlaySyncInfo.lPlayBackHandle[m_PlaySyncInfo.lChnNum++] = lPlayHandle;
+    return true;
 }
 
 POINTERHANDLE CPlaybackMan::PlayBackByTime(LONG lUserID, const LONG* pChannels, LONG channelNum, const DD_TIME& start,
@@ -199,15 +214,14 @@ void CPlaybackMan::FreeSlot(const PLAYBACK_STREAM_INFO& stream) {
 }
 
 BOOL CPlaybackMan::StopPlayBackSync() {
-    for (const POINTERHANDLE handle : SyncHandles()) StopPlayBack(handle);
-    m_bPlaybackSync = false;
+    while (const POINTERHANDLE handle = LeaveSync()) StopPlayBack(handle);
     return false;
 }
 
-std::vector<POINTERHANDLE> CPlaybackMan::SyncHandles() try {
+/// One of the streams in step, which then is none of them. 0: there is none, and the playback in step has ended.
+POINTERHANDLE CPlaybackMan::LeaveSync() {
     CTurn turn(*this, m_playLock);
-    if (!m_bPlaybackSync) return {};
-    return {m_PlaySyncInfo.lPlayBackHandle, m_PlaySyncInfo.lPlayBackHandle + m_PlaySyncInfo.lChnNum};
-} catch (const std::bad_alloc&) {
-    return {};
+    if (m_PlaySyncInfo.lChnNum > 0) return m_PlaySyncInfo.lPlayBackHandle[--m_PlaySyncInfo.lChnNum];
+    m_bPlaybackSync = false;
+    return 0;
 }

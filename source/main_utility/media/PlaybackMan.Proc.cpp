@@ -25,7 +25,7 @@ struct CPlaybackMan::ROUND {
 namespace {
 
 constexpr size_t FRAME_HEAD = sizeof(HLX_FRAME_INFO);
-constexpr tint64 NOTIFY_PAUSE = 100000;  // microseconds before an index that the link did not take is sent again
+constexpr tint64 NOTIFY_PAUSE = 100000;  // microseconds between two looks at a ring that stays empty
 constexpr tint64 LONGEST_PAUSE = 3600 * 1000000LL;
 constexpr tint64 LONGEST_TURN = 5000;  // microseconds of one stream before others get their turn
 
@@ -36,6 +36,11 @@ tint64 Now() { return TimeSource().MonotonicMicroseconds(); }
 template <class Format>
 void KeepFormat(Format& format, const HLX_FRAME_INFO& frame, const unsigned char* pData) {
     if (frame.length >= sizeof(Format)) std::memcpy(&format, pData, sizeof(Format));
+}
+
+/// Of the frame's channel, which the stream has.
+PLAYBACK_FORMATS& FormatsOf(PLAYBACK_STREAM_INFO& stream, const HLX_FRAME_INFO& frame) {
+    return stream.formats[stream.PlaceOf(LONG{frame.channel})];
 }
 
 /// A frame that tells a format, made up from the head of another.
@@ -70,56 +75,67 @@ void CPlaybackMan::PlayBackDataProc() {
     }
 }
 
+/// Begins behind the slot where the last walk gave way: one that catches up while others poll does not hold up the rest.
 void CPlaybackMan::WalkSlots(ROUND& round) {
     std::lock_guard guard(m_playLock);
-    for (auto& [lUserID, slots] : m_playCtrl) {
-        for (size_t i = 0; i < slots.size() && !round.bGaveWay; ++i) WalkSlot(slots[i], i, round);
-    }
+    const auto walk = [&](const auto& isTurn) {
+        for (auto& [lUserID, slots] : m_playCtrl) {
+            for (size_t i = 0; i < slots.size() && !round.bGaveWay; ++i) {
+                const std::pair place(lUserID, i);
+                if (!isTurn(place)) continue;
+                WalkSlot(slots[i], round);
+                if (round.bGaveWay) m_lastPlace = place;
+            }
+        }
+    };
+    const auto last = m_lastPlace;
+    walk([&](const auto& place) { return place > last; });
+    walk([&](const auto& place) { return place <= last; });
 }
 
-void CPlaybackMan::WalkSlot(PLAY_CTRL& slot, size_t index, ROUND& round) {
+void CPlaybackMan::WalkSlot(PLAY_CTRL& slot, ROUND& round) {
     if (!CPlayPacer::IsRunning(slot)) return;
     if (!slot.dataBuffer && !TakeBlock(slot)) return OnNoData(slot, round);
-    WalkBlock(slot, index, round);
+    WalkBlock(slot, round);
     if (slot.needSleep) return;
     ReleaseBlock(slot);
     round.DueAt(0);  // more may have come meanwhile
 }
 
-/// Hands out the frames of the block until one must wait, or until a stream that is late has had its turn: either leaves
-/// needSleep set.
-void CPlaybackMan::WalkBlock(PLAY_CTRL& slot, size_t index, ROUND& round) {
+/// Hands out the frames of the block until one must wait, somebody wants a lock, or a stream that is late has had its
+/// turn: each leaves needSleep set.
+void CPlaybackMan::WalkBlock(PLAY_CTRL& slot, ROUND& round) {
     const tint64 turnEnd = Now() + LONGEST_TURN;
     slot.needSleep = false;
     while (slot.readCursor + FRAME_HEAD <= slot.dataLen) {
-        round.bGaveWay = m_waiting > 0;
-        slot.needSleep = round.bGaveWay;
-        if (slot.needSleep) return;
         unsigned char* pFrame = slot.dataBuffer + slot.readCursor;
         HLX_FRAME_INFO frame;
         std::memcpy(&frame, pFrame, FRAME_HEAD);
         if (frame.length > slot.dataLen - slot.readCursor - FRAME_HEAD) return;
         const bool bOwn = frame.deviceID == slot.deviceID && frame.streamID == slot.streamID;
-        slot.needSleep = bOwn && !PlayCtrl(slot, index, frame, round);
+        slot.needSleep = bOwn && !PlayCtrl(slot, frame, round);
         if (slot.needSleep) return;
         round.bProgress = true;
         slot.readCursor += static_cast<tuint32>(FRAME_HEAD) + frame.length;
+        round.bGaveWay = slot.needSleep = m_waiting > 0;
+        if (round.bGaveWay) return;
         slot.needSleep = Now() > turnEnd;
         if (slot.needSleep) return round.DueAt(0);
     }
 }
 
 /// Channels that are played in step wait for each other. False: the frame is not due.
-bool CPlaybackMan::PlayCtrl(PLAY_CTRL& slot, size_t index, const HLX_FRAME_INFO& frame, ROUND& round) {
+bool CPlaybackMan::PlayCtrl(PLAY_CTRL& slot, const HLX_FRAME_INFO& frame, ROUND& round) {
     if (!m_bPlaybackSync) return PlayCtrlEx(slot, frame, round);
-    if (index >= m_PlaySyncInfo.lChnNum) return true;
-    round.bProgress = round.bProgress || m_PlaySyncInfo.curTime[index] != frame.time;
-    if (!CPlaySync::MayPass(m_PlaySyncInfo, index, frame.time)) {
+    const size_t place = CPlaySync::PlaceOf(m_PlaySyncInfo, slot.streamID);
+    if (place >= m_PlaySyncInfo.lChnNum) return true;
+    round.bProgress = round.bProgress || m_PlaySyncInfo.curTime[place] != frame.time;
+    if (!CPlaySync::MayPass(m_PlaySyncInfo, place, frame.time)) {
         round.bSyncWaits = true;
         return false;
     }
     const bool bThrough = PlayCtrlEx(slot, frame, round);
-    if (slot.playStatus == N_PS_STOP) m_PlaySyncInfo.curTime[index] = CPlaySync::ENDED;
+    if (slot.playStatus == N_PS_STOP) m_PlaySyncInfo.curTime[place] = CPlaySync::ENDED;
     return bThrough;
 }
 
@@ -137,15 +153,20 @@ void CPlaybackMan::Notify(PLAY_CTRL& slot, tuint32 frameIndex) {
     CPlayPacer(slot).Notified(frameIndex, bDone);
 }
 
-/// The device may be waiting for an index that the link did not take.
+/// The device may be waiting for an index that the link did not take, or for that of a frame that the ring did not: one
+/// that was too large for it, or video behind that up to a key frame. Those wake nobody, so the ring is looked at.
 void CPlaybackMan::OnNoData(PLAY_CTRL& slot, ROUND& round) {
     const CThreadState::OwnNumber ownNumber;
-    m_pDeviceMan->NotifyPlayIndex_IPC(slot.deviceID, slot.streamID, m_pDataBufferMan->GetLastFrameIndex(RingOf(slot)));
-    if (slot.failedIndex < 0) return;
+    const tuint32 last = m_pDataBufferMan->GetLastFrameIndex(RingOf(slot));
+    m_pDeviceMan->NotifyPlayIndex_IPC(slot.deviceID, slot.streamID, last);
+    if (slot.lastNotifyIndex < 0) return;  // nothing of this run has come
     const auto session = m_pDeviceMan->GetDeviceResByUserID(slot.deviceID);
     if (!session || session->pNetDevice->GetDeviceStatus() != NET_DEVICE_STATUS_CONNECTED) return;
-    Notify(slot, static_cast<tuint32>(slot.failedIndex));
-    if (slot.failedIndex >= 0) round.DueAt(Now() + NOTIFY_PAUSE);
+    if (tint64{last} > slot.lastNotifyIndex)
+        Notify(slot, last);
+    else if (slot.failedIndex >= 0)
+        Notify(slot, static_cast<tuint32>(slot.failedIndex));
+    round.DueAt(Now() + NOTIFY_PAUSE);
 }
 
 // ---- Delivery ----
@@ -161,8 +182,9 @@ void CPlaybackMan::ProcessFrame(const HLX_FRAME_INFO& frame, unsigned char* pDat
 
 void CPlaybackMan::ProcessFrame(PLAYBACK_STREAM_INFO& stream, const HLX_FRAME_INFO& frame, unsigned char* pData) {
     if (stream.pPlayBackDataCallback) DeliverFrame(stream, frame, pData);
-    if (frame.frameType == DD_FRAME_TYPE_VIDEO_FORMAT) KeepFormat(stream.bmpInfo, frame, pData);
-    if (frame.frameType == DD_FRAME_TYPE_AUDIO_FORMAT) KeepFormat(stream.waveInfo, frame, pData);
+    PLAYBACK_FORMATS& formats = FormatsOf(stream, frame);
+    if (frame.frameType == DD_FRAME_TYPE_VIDEO_FORMAT) KeepFormat(formats.bmpInfo, frame, pData);
+    if (frame.frameType == DD_FRAME_TYPE_AUDIO_FORMAT) KeepFormat(formats.waveInfo, frame, pData);
     if (stream.pSave && stream.saveChannel == LONG{frame.channel}) SaveFrame(stream, frame, pData);
 }
 
@@ -178,11 +200,11 @@ void CPlaybackMan::DeliverFrame(PLAYBACK_STREAM_INFO& stream, const HLX_FRAME_IN
     if (frame.frameType == DD_FRAME_TYPE_VIDEO_FORMAT) stream.bNeedVideoFormat = false;
     if (frame.frameType == DD_FRAME_TYPE_AUDIO_FORMAT) stream.bNeedAudioFormat = false;
     if (frame.frameType == DD_FRAME_TYPE_VIDEO && stream.bNeedVideoFormat) {
-        BITMAPINFOHEADER format = stream.bmpInfo;
+        BITMAPINFOHEADER format = FormatsOf(stream, frame).bmpInfo;
         deliver(FormatFrame(frame, DD_FRAME_TYPE_VIDEO_FORMAT, format), &format);
     }
     if (frame.frameType == DD_FRAME_TYPE_AUDIO && stream.bNeedAudioFormat) {
-        WAVEFORMATEX format = stream.waveInfo;
+        WAVEFORMATEX format = FormatsOf(stream, frame).waveInfo;
         deliver(FormatFrame(frame, DD_FRAME_TYPE_AUDIO_FORMAT, format), &format);
     }
     deliver(frame, pData);
@@ -195,16 +217,17 @@ void CPlaybackMan::SaveFrame(PLAYBACK_STREAM_INFO& stream, const HLX_FRAME_INFO&
         stream.pSave->SaveFile(FormatFrame(frame, frameType, format), reinterpret_cast<const unsigned char*>(&format));
         bNeed = false;
     };
+    const PLAYBACK_FORMATS& formats = FormatsOf(stream, frame);
     bool bReady = true;
     if (frame.frameType == DD_FRAME_TYPE_VIDEO_FORMAT) stream.bNeedVFormat = false;
     if (frame.frameType == DD_FRAME_TYPE_AUDIO_FORMAT) stream.bNeedAFormat = false;
     if (frame.frameType == DD_FRAME_TYPE_VIDEO) {
-        saveFormat(stream.bNeedVFormat, stream.bmpInfo.biSize == sizeof(BITMAPINFOHEADER), DD_FRAME_TYPE_VIDEO_FORMAT,
-                   stream.bmpInfo);
+        saveFormat(stream.bNeedVFormat, formats.bmpInfo.biSize == sizeof(BITMAPINFOHEADER), DD_FRAME_TYPE_VIDEO_FORMAT,
+                   formats.bmpInfo);
         bReady = !stream.bNeedVFormat;
     } else if (frame.frameType == DD_FRAME_TYPE_AUDIO) {
-        saveFormat(stream.bNeedAFormat, stream.waveInfo.nAvgBytesPerSec != 0, DD_FRAME_TYPE_AUDIO_FORMAT,
-                   stream.waveInfo);
+        saveFormat(stream.bNeedAFormat, formats.waveInfo.nAvgBytesPerSec != 0, DD_FRAME_TYPE_AUDIO_FORMAT,
+                   formats.waveInfo);
         bReady = !stream.bNeedAFormat;
     } else if (frame.frameType != DD_FRAME_TYPE_VIDEO_FORMAT && frame.frameType != DD_FRAME_TYPE_AUDIO_FORMAT) {
         return;

@@ -12,8 +12,8 @@
 #include "sdk_common/PubTime.h"
 #include "sdk_common/RunFlag.h"
 
-bool PLAYBACK_STREAM_INFO::HasChannel(LONG lChannel) const {
-    return std::find(pChannel, pChannel + lChnNum, lChannel) != pChannel + lChnNum;
+LONG PLAYBACK_STREAM_INFO::PlaceOf(LONG lChannel) const {
+    return static_cast<LONG>(std::find(pChannel, pChannel + lChnNum, lChannel) - pChannel);
 }
 
 CPlaybackMan::CPlaybackMan()
@@ -51,10 +51,20 @@ LONG CPlaybackMan::AnyDevice() {
 bool CPlaybackMan::AddDevice(LONG lUserID) try {
     const CThreadState::OwnNumber ownNumber;
     const auto slots = static_cast<size_t>(std::clamp(m_pDeviceMan->GetMaxPlayBackNum(lUserID), 0, 16));
+    std::map<LONG, std::vector<int>> ids;
+    std::map<LONG, std::vector<PLAY_CTRL>> ctrls;
+    ids.try_emplace(lUserID, slots, -1);
+    ctrls.try_emplace(lUserID, slots);
     CTurn turn(*this, m_playLock);
     std::lock_guard guard(m_streamMapLock);
-    m_streamIDMap.try_emplace(lUserID, slots, -1);
-    m_playCtrl.try_emplace(lUserID, slots);
+    const auto old = m_streamIDMap.find(lUserID);
+    if (old != m_streamIDMap.end()) {
+        if (std::ranges::any_of(old->second, [](int id) { return id != -1; })) return true;
+        m_streamIDMap.erase(old);
+        m_playCtrl.erase(lUserID);
+    }
+    m_streamIDMap.merge(ids);  // from here on nothing needs memory
+    m_playCtrl.merge(ctrls);
     return true;
 } catch (const std::bad_alloc&) {
     return false;
@@ -64,7 +74,10 @@ void CPlaybackMan::RemoveDevice(LONG lUserID) {
     StopStreams(lUserID);
     {
         CTurn turn(*this, m_playLock);
-        if (m_PlaySyncInfo.lDeviceHandle == lUserID) m_bPlaybackSync = false;
+        if (m_PlaySyncInfo.lDeviceHandle == lUserID) {
+            m_PlaySyncInfo = {};
+            m_bPlaybackSync = false;
+        }
         const auto device = m_playCtrl.find(lUserID);
         if (device == m_playCtrl.end()) return;
         for (PLAY_CTRL& slot : device->second) ReleaseBlock(slot);

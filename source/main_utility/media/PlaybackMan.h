@@ -4,6 +4,7 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "HLX.h"
@@ -16,6 +17,12 @@
 class CNetDeviceMan;
 class CMultiNetDataBufferMan;
 
+/// What a channel's format frames told last.
+struct PLAYBACK_FORMATS {
+    BITMAPINFOHEADER bmpInfo{};
+    WAVEFORMATEX waveInfo{};
+};
+
 /// One handle. Its address is the application's handle. Guarded by m_streamLock unless told otherwise.
 struct PLAYBACK_STREAM_INFO {
     POINTERHANDLE lPlayBackHandle = 0;  // settled before the record is found, as all down to bFirstStream
@@ -26,9 +33,8 @@ struct PLAYBACK_STREAM_INFO {
     tuint32 streamID = 0;  // 10 and the number of the slot
     PLAY_DATA_CALLBACK pPlayBackDataCallback = nullptr;
     void* pPlayBackDataCBParam = nullptr;
-    BITMAPINFOHEADER bmpInfo{};     // last video format
-    WAVEFORMATEX waveInfo{};        // last sound format
-    bool bNeedVideoFormat = false;  // the callback has not seen a format frame
+    PLAYBACK_FORMATS formats[PLAYBACK_SYNC_INFO::MAX_CHANNELS];  // of the channel at the same place in pChannel
+    bool bNeedVideoFormat = false;                               // the callback has not seen a format frame
     bool bNeedAudioFormat = false;
     std::unique_ptr<CAVISave> pSave;  // null: nothing is saved
     LONG saveChannel = 0;
@@ -38,7 +44,9 @@ struct PLAYBACK_STREAM_INFO {
     bool bStopped = false;  // m_playLock, as the next
     int users = 0;  // threads that wait for the device on its behalf; the last of a stopped stream frees the slot
 
-    bool HasChannel(LONG lChannel) const;
+    bool HasChannel(LONG lChannel) const { return PlaceOf(lChannel) < lChnNum; }
+    /// In pChannel; lChnNum for a channel that it has not.
+    LONG PlaceOf(LONG lChannel) const;
 };
 
 /// All playbacks of the process.
@@ -50,8 +58,8 @@ struct PLAYBACK_STREAM_INFO {
 ///
 /// Lock order: m_startLock, m_playLock, m_streamLock, then those of the device manager and the rings. Whoever waits for
 /// a device's answer holds at most m_startLock: a device that is silent for 10 s holds up other starts and, by
-/// m_isStartingPB, the delivery while it is being started; during its seek only its own stream rests. What is sent to a
-/// device with m_playLock held waits for nothing.
+/// m_isStartingPB, the delivery while it is being started, and so does the request of another manager that the start
+/// waits for; during its seek only its own stream rests. What is sent to a device with m_playLock held waits for nothing.
 ///
 /// A frame callback may call what only looks at or changes a stream. It may not start, stop or steer playbacks, stop
 /// live streams, log out or clean up: CSDKImpl refuses that (InFrameCallback).
@@ -74,7 +82,8 @@ public:
     /// True on the thread that delivers, while it is inside an application's callback.
     static bool InFrameCallback();
 
-    /// Makes the device's entry if it has none. False: no memory.
+    /// Makes the device's entry, anew if none of its slots is taken: the id of a caller that was refused is given to
+    /// the next device, whose slots may be more or fewer. False: no memory.
     bool AddDevice(LONG lUserID);
     /// Stops the device's streams and drops its entry; an unknown id is ignored.
     void RemoveDevice(LONG lUserID);
@@ -129,7 +138,9 @@ private:
     bool TakeBlock(PLAY_CTRL& slot);
     void ReleaseBlock(PLAY_CTRL& slot);
 
-    // Opening and stopping (PlaybackMan.Open.cpp); m_startLock held by the first four
+    // Opening and stopping (PlaybackMan.Open.cpp); m_startLock held by the first six
+    void BeginSync(LONG lUserID);
+    bool JoinSync(POINTERHANDLE lPlayHandle);
     POINTERHANDLE PlayBackByTime(LONG lUserID, const LONG* pChannels, LONG channelNum, const DD_TIME& start,
                                  const DD_TIME& stop, BOOL bFirstStream);
     bool ReserveSlot(const Stream& stream);
@@ -140,7 +151,7 @@ private:
     void Halt(PLAYBACK_STREAM_INFO& stream);
     void Leave(PLAYBACK_STREAM_INFO& stream);
     void FreeSlot(const PLAYBACK_STREAM_INFO& stream);
-    std::vector<POINTERHANDLE> SyncHandles();
+    POINTERHANDLE LeaveSync();
 
     // Control (PlaybackMan.Control.cpp)
     bool Steer(PLAY_CTRL& slot, CONTROL& control);
@@ -148,15 +159,18 @@ private:
     void SteerBackward(PLAY_CTRL& slot, CONTROL& control);
     void SendControl(const PLAY_CTRL& slot, DWORD dwCode, DWORD dwValue);
     BOOL SetPosition(const Stream& stream, DWORD dwSeconds);
+    void SetPositionSync(DWORD dwSeconds);
+    bool BeginSeek(PLAYBACK_STREAM_INFO& stream, DWORD dwSeconds);
+    BOOL Seek(const Stream& stream, DWORD dwSeconds);
     void EndSeek(const Stream& stream, bool bDone);
 
     // The thread (PlaybackMan.Proc.cpp)
     static void* PlayBackDataThread(void* pParam);
     void PlayBackDataProc();
     void WalkSlots(ROUND& round);
-    void WalkSlot(PLAY_CTRL& slot, size_t index, ROUND& round);
-    void WalkBlock(PLAY_CTRL& slot, size_t index, ROUND& round);
-    bool PlayCtrl(PLAY_CTRL& slot, size_t index, const HLX_FRAME_INFO& frame, ROUND& round);
+    void WalkSlot(PLAY_CTRL& slot, ROUND& round);
+    void WalkBlock(PLAY_CTRL& slot, ROUND& round);
+    bool PlayCtrl(PLAY_CTRL& slot, const HLX_FRAME_INFO& frame, ROUND& round);
     bool PlayCtrlEx(PLAY_CTRL& slot, const HLX_FRAME_INFO& frame, ROUND& round);
     void Notify(PLAY_CTRL& slot, tuint32 frameIndex);
     void OnNoData(PLAY_CTRL& slot, ROUND& round);
@@ -175,13 +189,14 @@ private:
 
     CPUB_Lock m_playLock;
     std::map<LONG, std::vector<PLAY_CTRL>> m_playCtrl;  // slots by user id; m_playLock
-    PLAYBACK_SYNC_INFO m_PlaySyncInfo;                  // m_playLock
+    PLAYBACK_SYNC_INFO m_PlaySyncInfo;                  // m_playLock; no channels while m_bPlaybackSync is not set
     CPUB_Lock m_streamLock;
     std::vector<Stream> m_streamInfoArray;           // m_streamLock
     CPUB_Lock m_streamMapLock;                       // leaf
     std::map<LONG, std::vector<int>> m_streamIDMap;  // low half of a slot's handle, -1: free; m_streamMapLock
 
-    std::atomic<int> m_waiting{0};  // threads that want a lock that the delivering thread holds
+    std::atomic<int> m_waiting{0};        // threads that want a lock that the delivering thread holds
+    std::pair<LONG, size_t> m_lastPlace;  // user id and slot where the last walk gave way; of the thread alone
     PUB_thread_t m_dataProcThread = 0;
     bool m_bPlaying = false;
 };

@@ -75,6 +75,8 @@ TEST_F(PlayPacer, WaitsByStampsSpeedAndDirection) {
         {N_PS_PLAY, 6, {0, 50, 40, 90}, {0, 50, 0, 40}},          // stamps that jitter
         {N_PS_PLAY, 6, {9000, 8000, 7000, 7040}, {0, 0, 0, 40}},  // what was sent in reverse counts for nothing
         {N_PS_REW, 6, {0, 1000, 900}, {0, 0, 100}},
+        {N_PS_FF, 10, {9000, 8000, 7000, 7320}, {0, 0, 0, 20}},  // and fast or slow, the stamps tell it
+        {N_PS_PLAY, 4, {0, 80, 40, 120}, {0, 320, 0, 160}},
     };
     for (const auto& [status, speed, stamps, waits] : rows) {
         m_index = 0;
