@@ -194,6 +194,7 @@ void CLinkTrace::WriteBytes(const LINK& link, const WAY& way, std::span<unsigned
 }
 
 void CLinkTrace::WriteLine(const LINK& link, const std::string& sRest) {
+    if (!m_file) return;  // the line before could not be written
     const long long time = TimeSource().MonotonicMicroseconds() - m_start;
     std::fprintf(m_file.get(), "%lld %u %s\n", time, link.number, sRest.c_str());
     if (std::fflush(m_file.get()) == 0) return;

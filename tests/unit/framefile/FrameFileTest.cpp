@@ -1,17 +1,18 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <fstream>
 #include <string>
 
 #include "main_utility/media/framefile/FrameFileReader.h"
 #include "main_utility/media/framefile/FrameFileWriter.h"
 #include "support/TestSupport.h"
+#ifdef HLX_SYSTEM_FAULTS
+#include "support/FaultPlan.h"
+#endif
 
 namespace {
 
@@ -82,25 +83,13 @@ TEST(FrameFile, TellsHowABrokenFileEnds) {
     EXPECT_FALSE(CFrameFileWriter().Open(folder.File("pipe").c_str())) << "nobody reads it";
 }
 
-/// Lets no file of this process grow beyond `bytes`.
-struct FILE_LIMIT {
-    explicit FILE_LIMIT(rlim_t bytes) {
-        signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &before);
-        const rlimit limit{bytes, before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FILE_LIMIT() { setrlimit(RLIMIT_FSIZE, &before); }
-    rlimit before{};
-};
-
 TEST(FrameFile, EndsBehindAWholeFrameWhenTheDiskIsFull) {
     for (const size_t size : {1000u, 200000u, 300000u}) {  // gathered, and not
         const CTempDir folder;
         CFrameFileWriter writer;
         ASSERT_TRUE(writer.Open(folder.File("x").c_str()));
         {
-            const FILE_LIMIT limit(1000000);
+            const CFullDisk limit(1000000);
             for (size_t written = 0; written < 2000000; written += size) Write(writer, size);
             EXPECT_FALSE(writer.Flush());
         }
@@ -112,5 +101,18 @@ TEST(FrameFile, EndsBehindAWholeFrameWhenTheDiskIsFull) {
         EXPECT_EQ(content.end, FILE_STEP::WHOLE);
     }
 }
+
+#ifdef HLX_SYSTEM_FAULTS
+TEST(FrameFile, SaysWhenThereIsNoMemory) {
+    const CTempDir folder;
+    std::ofstream(folder.File("x")) << Bytes(Head(700000)) << std::string(700000, 'x');
+    CFrameFileReader reader;
+    FILE_FRAME frame;
+    ASSERT_TRUE(reader.Open(folder.File("x").c_str()));
+    const CFaultsInForce faults({SYSTEM_CALL::ALLOCATE, 1, true, {ENOMEM}});
+    EXPECT_EQ(reader.Next(frame), FILE_STEP::FAILED);
+    EXPECT_EQ(reader.Error(), ENOMEM);
+}
+#endif
 
 }  // namespace

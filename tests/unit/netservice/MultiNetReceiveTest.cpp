@@ -28,10 +28,11 @@ TEST_F(MultiNetReceive, ManualModeReadsTheBareStream) {
     EXPECT_EQ(m_engine.RecvData(LINK, bytes, 5, false, 5), 0) << "nothing has come, and it need not wait";
     Write(peer, "wor");
     std::thread later([&] { Write(peer, "ld"); });
-    EXPECT_EQ(m_engine.RecvData(LINK, bytes, 5, false, 5), 5) << "begun, so it goes on";
+    EXPECT_EQ(m_engine.RecvBuff(LINK, bytes, 5, false, 5), 5) << "begun, so it goes on";
     later.join();
     EXPECT_STREQ(bytes, "world");
     EXPECT_EQ(m_engine.RecvData(99, bytes, 5, true, 5), -2);
+    EXPECT_EQ(m_engine.RecvBuff(99, bytes, 5, true, 5), -2);
     EXPECT_EQ(m_engine.RecvData(LINK, bytes, -1, true, 5), -1);
     shutdown(peer, SHUT_RDWR);
     EXPECT_EQ(m_engine.RecvData(LINK, bytes, 64, true, 5), -1) << "the peer has closed";
