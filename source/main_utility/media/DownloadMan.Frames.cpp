@@ -17,6 +17,7 @@ constexpr size_t FRAME_HEAD = sizeof(HLX_FRAME_INFO);
 constexpr size_t CALLBACK_BUFFER = 4194304;  // bytes
 constexpr int NOTICE_DISTANCE = 7;           // frames
 constexpr size_t NOTICE_BYTES = 524288;      // half of what a recorder may have under way
+constexpr size_t AHEAD_RUN = 262144;         // bytes of a run that leaves the ring room for what a notice lets come
 constexpr tuint32 NOTICE_WAIT = 5;           // milliseconds without data after which the last frame is notified
 constexpr tuint32 FLUSH_WAIT = 200;          // milliseconds without data after which the file gets what was gathered
 constexpr tuint32 IDLE_WAIT = 10000;         // milliseconds
@@ -63,6 +64,7 @@ void CDownloadMan::AwaitData() {
 }
 
 void CDownloadMan::WalkRun(const unsigned char* pRun, size_t length) {
+    const bool bNotifyAhead = length <= AHEAD_RUN;
     size_t cursor = 0;
     while (length - cursor >= FRAME_HEAD) {
         HLX_FRAME_INFO frame;
@@ -70,14 +72,26 @@ void CDownloadMan::WalkRun(const unsigned char* pRun, size_t length) {
         const unsigned char* pData = pRun + cursor + FRAME_HEAD;
         if (frame.length > length - cursor - FRAME_HEAD) return;
         cursor += FRAME_HEAD + frame.length;
-        ProcessFrame(frame, pData);
+        ProcessFrame(frame, pData, bNotifyAhead);
     }
 }
 
-void CDownloadMan::ProcessFrame(const HLX_FRAME_INFO& frame, const unsigned char* pData) {
+/// With `bNotifyAhead` the recorder sends on while the frame is saved.
+void CDownloadMan::ProcessFrame(const HLX_FRAME_INFO& frame, const unsigned char* pData, bool bNotifyAhead) {
     while (m_waiting > 0) std::this_thread::yield();
-    const std::scoped_lock guard(m_lock);
+    std::unique_lock guard(m_lock);
     if (!IsOurs(frame)) return;
+    CountFrame(frame);
+    if (bNotifyAhead && IsNoticeDue(false)) {
+        guard.unlock();
+        NotifyIndex(false);
+        guard.lock();
+        if (!IsOurs(frame)) return;  // stopped meanwhile
+    }
+    SaveFrame(*m_pDownloadInfo, frame, pData);
+}
+
+void CDownloadMan::CountFrame(const HLX_FRAME_INFO& frame) {
     if (frame.frameIndex != m_nextIndex) {
         YLOG(YLOG_WARN, "user %ld, channel %ld: download %ld lacks frames %u to %u", long{m_pDownloadInfo->lUserID},
              long{m_pDownloadInfo->lChannel}, long{m_pDownloadInfo->lHandle}, m_nextIndex, frame.frameIndex - 1);
@@ -85,7 +99,6 @@ void CDownloadMan::ProcessFrame(const HLX_FRAME_INFO& frame, const unsigned char
     m_nextIndex = frame.frameIndex + 1;
     m_takenBytes += frame.length;
     if (frame.frameIndex == 0) m_bEnd = false;
-    SaveFrame(*m_pDownloadInfo, frame, pData);
 }
 
 /// The ring's id is the same for all devices.
@@ -95,15 +108,19 @@ bool CDownloadMan::IsOurs(const HLX_FRAME_INFO& frame) const {
            frame.deviceID == static_cast<DWORD>(m_pDownloadInfo->lUserID);
 }
 
-/// Behind the release of what was walked, so that the ring has room for all that the recorder then sends. False if the
-/// link does not take it: it is tried again when the ring has run dry.
+/// Whether the device is to be told the frame that was taken last. `bDry`: no more comes.
+bool CDownloadMan::IsNoticeDue(bool bDry) const {
+    if (!m_pDownloadInfo || m_pDownloadInfo->bEnding || m_nextIndex == 0) return false;
+    const auto distance = static_cast<int>(m_nextIndex - 1 - m_frameIndex);
+    return bDry ? distance > 0 : distance >= NOTICE_DISTANCE || m_takenBytes >= NOTICE_BYTES;
+}
+
+/// Unless its run is small, a frame is notified behind the release of the run, so that the ring has room for all that the
+/// recorder then sends. False if the link does not take the notice: it is tried again when the ring has run dry.
 bool CDownloadMan::NotifyIndex(bool bDry) {
     std::unique_lock guard(m_lock);
-    if (!m_pDownloadInfo || m_pDownloadInfo->bEnding || m_nextIndex == 0) return true;
+    if (!IsNoticeDue(bDry)) return true;
     const unsigned int index = m_nextIndex - 1;
-    const auto distance = static_cast<int>(index - m_frameIndex);
-    const bool bDue = bDry ? distance > 0 : distance >= NOTICE_DISTANCE || m_takenBytes >= NOTICE_BYTES;
-    if (!bDue) return true;
     const LONG lUserID = m_pDownloadInfo->lUserID;
     const POINTERHANDLE lHandle = m_pDownloadInfo->lHandle;
     guard.unlock();

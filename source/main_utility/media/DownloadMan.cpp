@@ -91,8 +91,8 @@ POINTERHANDLE CDownloadMan::GetFileByTime(LONG lUserID, LONG lChannel, const DD_
     const CALLER caller(m_callers);
     if (InDataCallback()) return Failure(HLX_OPER_NOPERMIT, POINTERHANDLE{-1});
     const TARGET target{sSavedFileName, recFormat > 0 && !bUseCallBack, recFormat <= 0};
-    const bool bGiven = lpStartTime && lpStopTime && (!target.bCustomFile || sSavedFileName) &&
-                        (!bUseCallBack || fBackupDataCallBack);
+    const bool bGiven =
+        lpStartTime && lpStopTime && (!target.bCustomFile || sSavedFileName) && (!bUseCallBack || fBackupDataCallBack);
     if (!bGiven || DDTimeToDVRTime32(*lpStartTime) > DDTimeToDVRTime32(*lpStopTime))
         return Failure(HLX_PARAMETER_ERROR, POINTERHANDLE{-1});
 
