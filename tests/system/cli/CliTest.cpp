@@ -1,13 +1,8 @@
-#include <gtest/gtest.h>
-
 #include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "main_utility/media/avi/AVIWriter.h"
 #include "Process.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 

@@ -1,17 +1,12 @@
 // hlx as a process against a recorder in this one, which shows what it was made to do.
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 
 #include "HLX.h"
 #include "Process.h"
 #include "protocol/ClassicCommands.h"
 #include "simulator/classic/ClassicRecorder.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 

@@ -1,11 +1,9 @@
 // hlx listen against recorders that call in.
-#include <gtest/gtest.h>
 
 #include <csignal>
-#include <fstream>
 
 #include "Process.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 

@@ -1,5 +1,4 @@
 // What an application may do inside each of its callbacks: everything, but for what is refused there.
-#include <atomic>
 
 #include "main_utility/device/classic/DVRNetDevice_V3.h"
 #include "main_utility/device/NetDeviceMan.h"

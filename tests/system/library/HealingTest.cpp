@@ -1,6 +1,4 @@
 // Sessions and streams that come back by themselves.
-#include <atomic>
-#include <chrono>
 
 #include "System.h"
 

@@ -1,6 +1,4 @@
 // What an application sees of live streams beside the frames themselves.
-#include <atomic>
-#include <thread>
 
 #include "System.h"
 

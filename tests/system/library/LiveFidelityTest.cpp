@@ -1,5 +1,4 @@
 // Every frame that a device sends reaches the application whole, once and in order.
-#include <algorithm>
 
 #include "System.h"
 

@@ -1,8 +1,4 @@
 // Alarms and status as the application hears them.
-#include <algorithm>
-#include <atomic>
-#include <cstring>
-#include <future>
 
 #include "System.h"
 

@@ -1,5 +1,4 @@
 // Each operation that asks the recorder, against a recorder that answers wrongly, late, never, or leaves.
-#include <functional>
 #include <span>
 
 #include "System.h"

@@ -1,8 +1,6 @@
 // Recordings played through the exported functions. HLX_TEST_ROUNDS above 9 takes the long forms.
-#include <algorithm>
 #include <cmath>
 #include <list>
-#include <thread>
 
 #include "Recorded.h"
 

@@ -1,8 +1,5 @@
 // Starts, stops, logins, logouts and requests in random orders, from several threads and from inside callbacks, while frames pour and
 // links are cut. HLX_TEST_ROUNDS sets the number of orders.
-#include <atomic>
-#include <random>
-#include <thread>
 
 #include "System.h"
 

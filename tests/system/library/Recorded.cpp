@@ -1,7 +1,5 @@
 #include "Recorded.h"
 
-#include <algorithm>
-
 DD_TIME Time(std::int64_t seconds) {
     DD_TIME time{};
     HLX_FormatTime(seconds * 1000000, &time);

@@ -1,8 +1,6 @@
 // What tests of recordings compare with a simulated recorder's archive, and how they play it.
 #pragma once
 
-#include <atomic>
-#include <functional>
 #include <optional>
 #include <span>
 

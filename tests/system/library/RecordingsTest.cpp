@@ -1,6 +1,4 @@
 // Long results of searches against a simulated recorder with recordings.
-#include <algorithm>
-#include <tuple>
 
 #include "System.h"
 

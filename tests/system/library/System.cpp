@@ -1,7 +1,5 @@
 #include "System.h"
 
-#include <cstdlib>
-
 int Rounds(int few) {
     const char* pRounds = std::getenv("HLX_TEST_ROUNDS");
     return pRounds ? std::atoi(pRounds) : few;

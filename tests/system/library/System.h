@@ -1,15 +1,9 @@
 // The library and a simulated recorder in one process, and a receiver that checks what it is given.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "HLX.h"
 #include "simulator/classic/ClassicRecorder.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 #include "tests/soak/Receiver.h"
 
 /// How many rounds a test makes that can go on for long: HLX_TEST_ROUNDS of the environment, else `few`.

@@ -1,5 +1,4 @@
 // The record of a session, and what becomes of the session when it is played back whole, cut and maltreated.
-#include <cstdlib>
 
 #include "System.h"
 #include "tests/soak/TracedSession.h"

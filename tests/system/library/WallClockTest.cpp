@@ -1,9 +1,5 @@
 // Somebody sets the machine's clock while the library waits: nothing ends early, nothing lasts.
-#include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <optional>
-#include <thread>
 
 #include "System.h"
 

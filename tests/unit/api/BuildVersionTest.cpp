@@ -1,6 +1,5 @@
 #include "main_utility/api/BuildVersion.h"
-
-#include <gtest/gtest.h>
+#include "support/Test.h"
 
 namespace {
 

@@ -1,10 +1,8 @@
 // What of an exported call arrives at the device: the operation, the order of its arguments, the fixed ones among them.
-#include <functional>
 
 #include "ApiTestSupport.h"
 #include "main_utility/device/NetDeviceMan.h"
 #include "RecordingDevice.h"
-#include "support/TestSupport.h"
 #include "unit/device/ScriptedPeer.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // What the session root does for devices that call in.
-#include <gtest/gtest.h>
 
 #include "main_utility/api/SDKImpl.h"
+#include "support/Test.h"
 
 namespace {
 

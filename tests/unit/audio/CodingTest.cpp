@@ -1,14 +1,11 @@
 // What the codings make of sound: against ffmpeg, the recommendations' decision values, and a telephony library.
 #include <spandsp.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <iterator>
-#include <random>
 
 #include "main_utility/media/audio/ADPCMAudioCodec.h"
 #include "main_utility/media/audio/G726Maths.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 #include "unit/audio/CodecTestSupport.h"
 
 namespace {

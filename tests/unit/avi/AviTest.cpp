@@ -1,21 +1,15 @@
 // Files of the writer, read by numbers of this test's own, cut, damaged and repaired.
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <climits>
 #include <csignal>
-#include <cstring>
-#include <fstream>
-#include <map>
-#include <sstream>
 
 #include "main_utility/media/avi/AVIRepair.h"
 #include "main_utility/media/avi/AVIWriter.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 

@@ -1,10 +1,8 @@
 // Control commands: what is sent, and what each reply means.
-#include <gtest/gtest.h>
-
-#include <functional>
 
 #include "support/HeardLog.h"
 #include "support/MovedTime.h"
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

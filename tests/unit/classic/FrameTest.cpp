@@ -1,12 +1,9 @@
 // What becomes of frames and status that arrive.
-#include <gtest/gtest.h>
 
 #include <array>
-#include <atomic>
-#include <thread>
-#include <tuple>
 
 #include "sdk_common/PubTime.h"
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

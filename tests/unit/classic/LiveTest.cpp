@@ -1,6 +1,6 @@
 // Opening and closing of live channels.
-#include <gtest/gtest.h>
 
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

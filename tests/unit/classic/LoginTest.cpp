@@ -1,11 +1,7 @@
 // Login, logout, the ask-and-wait and the facts of a recorder.
-#include <gtest/gtest.h>
-
-#include <thread>
-#include <tuple>
 
 #include "support/MovedTime.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

@@ -1,8 +1,6 @@
 // Messages that come in pieces.
-#include <gtest/gtest.h>
 
-#include <utility>
-
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

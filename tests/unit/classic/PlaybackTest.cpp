@@ -1,10 +1,8 @@
 // Streams of recordings: what is sent, what each answer means, and which frames reach a ring.
-#include <gtest/gtest.h>
-
-#include <functional>
 
 #include "sdk_common/PubTime.h"
 #include "support/MovedTime.h"
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

@@ -1,9 +1,8 @@
 // Alarms and records out of status masks.
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <ctime>
 
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

@@ -1,9 +1,9 @@
 // Talk: what goes out and how sound is cut into messages.
-#include <gtest/gtest.h>
 
 #include <numeric>
 
 #include "support/MovedTime.h"
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

@@ -1,12 +1,7 @@
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <thread>
-
 #include "main_utility/device/TcpConnector.h"
 #include "ScriptedPeer.h"
 #include "sdk_common/ThreadState.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 

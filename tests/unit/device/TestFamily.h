@@ -1,17 +1,11 @@
 // A device family for tests of the manager, and the manager with it in force.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <mutex>
-#include <string>
-
 #include "main_utility/device/classic/DVRNetDevice_V3.h"
 #include "main_utility/device/NetDeviceMan.h"
 #include "ScriptedPeer.h"
 #include "support/MovedTime.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 /// What the test sets while threads of the library use it.
 template <class Value>

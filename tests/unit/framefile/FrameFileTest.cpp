@@ -1,17 +1,13 @@
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
-#include <fstream>
-#include <string>
 
 #include "main_utility/media/framefile/FrameFileReader.h"
 #include "main_utility/media/framefile/FrameFileWriter.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 

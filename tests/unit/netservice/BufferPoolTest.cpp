@@ -1,10 +1,7 @@
 #include "netservice/BufferPool.h"
-
-#include <gtest/gtest.h>
+#include "support/Test.h"
 
 #include <climits>
-#include <random>
-#include <string>
 
 namespace {
 

@@ -1,21 +1,13 @@
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/resource.h>
 #include <unistd.h>
-
-#include <atomic>
-#include <cstring>
-#include <future>
-#include <mutex>
-#include <string>
-#include <thread>
 
 #include "netservice/ConnectProc.h"
 #include "netservice/ListenProc.h"
 #include "sdk_common/TimeSource.h"
 #include "support/MovedTime.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 

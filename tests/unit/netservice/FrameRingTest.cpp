@@ -1,10 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <cstring>
 #include <deque>
-#include <random>
-#include <string>
-#include <thread>
 
 #include "EngineFixture.h"
 #include "netservice/MultiNetDataBufferMan.h"

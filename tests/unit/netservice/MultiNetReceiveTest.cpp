@@ -1,6 +1,3 @@
-#include <random>
-#include <thread>
-
 #include "EngineFixture.h"
 
 using MultiNetReceive = EngineFixture;

@@ -1,5 +1,3 @@
-#include <thread>
-
 #include "EngineFixture.h"
 #include "support/MovedTime.h"
 

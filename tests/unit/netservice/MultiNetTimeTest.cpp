@@ -1,7 +1,5 @@
 #include <sys/resource.h>
 
-#include <thread>
-
 #include "EngineFixture.h"
 #include "support/MovedTime.h"
 

@@ -1,14 +1,11 @@
 // Digests, checksums, hexadecimal, Base64 and AES against published vectors.
 #include "sdk_common/Digest.h"
 
-#include <gtest/gtest.h>
-
 #include <climits>
-#include <string>
-#include <vector>
 
 #include "sdk_common/Base64.h"
 #include "sdk_common/DataEncryption.h"
+#include "support/Test.h"
 
 namespace {
 

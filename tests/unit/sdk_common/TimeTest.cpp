@@ -1,13 +1,10 @@
-#include <gtest/gtest.h>
-
-#include <cstring>
 #include <limits>
 
 #include "HLX.h"
 #include "sdk_common/PFTime.h"
 #include "sdk_common/PubTime.h"
 #include "support/MovedTime.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 

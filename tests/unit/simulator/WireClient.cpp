@@ -1,14 +1,10 @@
 #include "WireClient.h"
+#include "support/Test.h"
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
-
-#include <algorithm>
-#include <chrono>
-
-#include "support/TestSupport.h"
 
 std::uint64_t Number(const BYTES& bytes, size_t at, size_t size) {
     std::uint64_t number = 0;
