@@ -54,12 +54,7 @@ TEST_F(CliPlay, ASignalEndsItInOrder) {
 }
 
 TEST_F(CliPlay, WhereNothingIsRecordedIsSaid) {
-    const struct {
-        const char* pCommand;
-        Args extra;
-        int exit;
-        const char* pErrors;
-    } rows[] = {
+    const std::tuple<const char*, Args, int, const char*> rows[] = {
         {"recordings", {"--from", "2026-11-22"}, 0, "no recordings of any channel then; the device has some from 2026"},
         {"recordings", {"--from", "2026-10-01", "--to", "2026-10-02"}, 0, "no recordings of any channel then"},
         {"files", {"--from", "2026-11-22", "--to", "2026-11-23"}, 0, "no files of any channel from 2026-11-22"},
@@ -67,11 +62,11 @@ TEST_F(CliPlay, WhereNothingIsRecordedIsSaid) {
         {"play", {"--from", "2026-11-22", "--to", "2026-11-23"}, 1, "HLX_FILE_NOFIND"},
         {"play", {"--from", "2026-11-22"}, 2, "--from and --to are required; see hlx play --help"},
     };
-    for (const auto& row : rows) {
-        const auto result = Run(row.pCommand, row.extra);
-        EXPECT_EQ(result.nExit, row.exit) << result.strErrors;
+    for (const auto& [pCommand, extra, exit, pErrors] : rows) {
+        const auto result = Run(pCommand, extra);
+        EXPECT_EQ(result.nExit, exit) << result.strErrors;
         EXPECT_EQ(result.strOutput, "");
-        EXPECT_TRUE(Holds(result.strErrors, row.pErrors)) << result.strErrors;
+        EXPECT_TRUE(Holds(result.strErrors, pErrors)) << result.strErrors;
     }
 }
 

@@ -33,9 +33,8 @@ std::ostream& operator<<(std::ostream& out, const CALLBACK_ROW& row) { return ou
 class Callbacks : public CSystemTest, public testing::WithParamInterface<CALLBACK_ROW> {
 public:
     CClassicRecorder& NewRecorder(const std::string& sCallIn = "") {
-        CLASSIC_RECORDER_CONFIG config = Fast(4);
+        CLASSIC_RECORDER_CONFIG config = Beating();
         config.sCallIn = sCallIn;
-        config.heartbeat = std::chrono::milliseconds(100);  // in step with the faster clock
         config.registerID = 77;
         return StartRecorder(config);
     }

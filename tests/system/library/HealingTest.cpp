@@ -26,12 +26,6 @@ protected:
         HLX_SetReconnect(3000, true);
         CSystemTest::TearDown();
     }
-    static CLASSIC_RECORDER_CONFIG Beating(unsigned channels) {
-        CLASSIC_RECORDER_CONFIG config = Fast(channels, 4);
-        config.heartbeat = std::chrono::milliseconds(100);  // in step with the faster clock
-        return config;
-    }
-
     /// The stream delivers again after what came so far.
     static bool Runs(const CReceiver& receiver) {
         return receiver.WaitForFrames(receiver.Count(DD_FRAME_TYPE_VIDEO) + 3);
@@ -43,7 +37,7 @@ protected:
 };
 
 TEST_F(Healing, CutsOfEachKindAreToldOnceAndStreamsRunAgain) {
-    CClassicRecorder& recorder = StartRecorder(Beating(4));
+    CClassicRecorder& recorder = StartRecorder(Beating(4, 4));
     const LONG id = Login();
     CReceiver receivers[3];
     ASSERT_GT(receivers[0].Play(id, 0), 0);
@@ -74,9 +68,7 @@ TEST_F(Healing, CutsOfEachKindAreToldOnceAndStreamsRunAgain) {
 }
 
 TEST_F(Healing, SixtyFourChannelsAreBackSoonAndEachFrameArrivesOnce) {
-    CLASSIC_RECORDER_CONFIG config = Beating(64);
-    config.speed = 2;  // the number of streams counts, not their rate
-    CClassicRecorder& recorder = StartRecorder(config);
+    CClassicRecorder& recorder = StartRecorder(Beating(64, 2));  // the number of streams counts, not their rate
     const LONG id = Login();
     std::vector<CReceiver> receivers(64);
     for (int channel = 0; channel < 64; ++channel) ASSERT_GT(receivers[channel].Play(id, channel, HLX_SUB_STREAM), 0);

@@ -65,14 +65,12 @@ TEST_F(Live, ACallbackThatTakesAnothersPlaceIsToldTheFormats) {
 }
 
 TEST_F(Live, ARecorderThatAnswersNothingDoesNotKeepASilentStreamOfAnotherStopped) {
-    CLASSIC_RECORDER_CONFIG beating = Fast(1, 4);
-    beating.heartbeat = std::chrono::milliseconds(100);  // in step with the faster clock
     CReceiver hungReceiver;
     CReceiver receiver;
-    CClassicRecorder& hung = StartRecorder(beating);
+    CClassicRecorder& hung = StartRecorder(Beating(1, 4));
     ASSERT_GT(hungReceiver.Play(Login(), 0), 0);
     ASSERT_TRUE(hungReceiver.WaitForFrames(1));
-    CClassicRecorder& recorder = StartRecorder(beating);
+    CClassicRecorder& recorder = StartRecorder(Beating(1, 4));
     ASSERT_GT(receiver.Play(Login(), 0), 0);
     ASSERT_TRUE(receiver.WaitForFrames(1));
     hung.SetFaults(

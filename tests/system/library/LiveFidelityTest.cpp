@@ -62,10 +62,7 @@ TEST_P(StreamFaults, NoFalseFrameAndNoHang) {
     CLASSIC_RECORDER_CONFIG config = Fast(4, 10);
     config.packLimit = 2048;
     config.bKeepDigests = true;
-    std::string sError;
-    const auto fault = ParseFault(GetParam(), sError);
-    ASSERT_TRUE(fault) << sError;
-    config.faults = {*fault};
+    config.faults = {Fault(GetParam())};
     CClassicRecorder& recorder = StartRecorder(config);
     const LONG id = Login();
     ASSERT_GT(id, 0);

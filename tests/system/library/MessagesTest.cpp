@@ -62,9 +62,7 @@ private:
 class Messages : public CSystemTest {
 protected:
     LONG LoginTo(const CLASSIC_STATUS& status) {
-        CLASSIC_RECORDER_CONFIG config = Fast(4);
-        config.heartbeat = std::chrono::milliseconds(100);  // in step with the faster clock
-        StartRecorder(config).SetStatus(status);
+        StartRecorder(Beating()).SetStatus(status);
         return Login();
     }
     LONG LoginWithMotion() { return LoginTo({.motion = 1}); }

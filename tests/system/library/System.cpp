@@ -30,6 +30,19 @@ CLASSIC_RECORDER_CONFIG CSystemTest::Fast(unsigned channels, double speed) {
     return config;
 }
 
+CLASSIC_RECORDER_CONFIG CSystemTest::Beating(unsigned channels, double speed) {
+    CLASSIC_RECORDER_CONFIG config = Fast(channels, speed);
+    config.heartbeat = std::chrono::milliseconds(100);
+    return config;
+}
+
+SIM_FAULT CSystemTest::Fault(const std::string& sText) {
+    std::string sError;
+    const auto fault = ParseFault(sText, sError);
+    EXPECT_TRUE(fault) << sError;
+    return fault.value_or(SIM_FAULT{});
+}
+
 CClassicRecorder& CSystemTest::StartRecorder(CLASSIC_RECORDER_CONFIG config) {
     config.observer = m_events.Observer();
     m_recorders.push_back(std::make_unique<CClassicRecorder>(std::move(config)));

@@ -21,6 +21,12 @@ protected:
     /// A recorder that is faster than real time, which keeps the tests short.
     static CLASSIC_RECORDER_CONFIG Fast(unsigned channels = 16, double speed = 10);
 
+    /// Such a recorder whose heartbeats keep in step with a clock that is made 20 times as fast.
+    static CLASSIC_RECORDER_CONFIG Beating(unsigned channels = 4, double speed = 10);
+
+    /// A fault by its words.
+    static SIM_FAULT Fault(const std::string& sText);
+
     LONG Login(const char* sPassword = "secret", LPHLX_DEVICEINFO pInfo = nullptr);
 
     CSimEventLog m_events;  // of all recorders; outlives them

@@ -1,9 +1,6 @@
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <csignal>
 
 #include "main_utility/media/framefile/FrameFileReader.h"
 #include "main_utility/media/framefile/FrameFileWriter.h"
@@ -78,25 +75,13 @@ TEST(FrameFile, TellsHowABrokenFileEnds) {
     EXPECT_FALSE(CFrameFileWriter().Open(folder.File("pipe").c_str())) << "nobody reads it";
 }
 
-/// Lets no file of this process grow beyond `bytes`.
-struct FILE_LIMIT {
-    explicit FILE_LIMIT(rlim_t bytes) {
-        signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &before);
-        const rlimit limit{bytes, before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FILE_LIMIT() { setrlimit(RLIMIT_FSIZE, &before); }
-    rlimit before{};
-};
-
 TEST(FrameFile, EndsBehindAWholeFrameWhenTheDiskIsFull) {
     for (const size_t size : {1000u, 200000u, 300000u}) {  // gathered, and not
         const CTempDir folder;
         CFrameFileWriter writer;
         ASSERT_TRUE(writer.Open(folder.File("x").c_str()));
         {
-            const FILE_LIMIT limit(1000000);
+            const CFullDisk full(1000000);
             for (size_t written = 0; written < 2000000; written += size) Write(writer, size);
             EXPECT_FALSE(writer.Flush());
         }
