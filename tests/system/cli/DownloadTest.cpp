@@ -10,9 +10,8 @@ namespace {
 class CliDownload : public testing::Test {
 protected:
     Args Line(const char* pFrom, const char* pTo, const char* pFile, const Args& extra = {}) const {
-        Args args = {HLX_TOOL, "download", m_simulator.Address(), "--from", pFrom, "--to", pTo, "-o", File(pFile)};
-        args.insert(args.end(), extra.begin(), extra.end());
-        return args;
+        return Args{HLX_TOOL, "download", m_simulator.Address(), "--from", pFrom, "--to", pTo, "-o", File(pFile)} +
+               extra;
     }
     std::string File(const char* pName) const { return m_folder.File(pName); }
     bool Exists(const char* pName) const { return std::filesystem::exists(File(pName)); }

@@ -8,9 +8,7 @@ namespace {
 /// hlx play and the lists against a recorder whose recordings end at two.
 struct CliPlay : testing::Test {
     Args Line(const char* pCommand, const Args& extra) const {
-        Args args = {HLX_TOOL, pCommand, m_simulator.Address()};
-        args.insert(args.end(), extra.begin(), extra.end());
-        return args;
+        return Args{HLX_TOOL, pCommand, m_simulator.Address()} + extra;
     }
     PROCESS_RESULT Run(const char* pCommand, const Args& extra) const {
         return RunProcess(Line(pCommand, extra), WITH_PASSWORD);
@@ -28,9 +26,7 @@ TEST_F(CliPlay, FiguresAreThoseOfTheFramesThatAreShown) {
         bool bSound;
     } rows[] = {{{"--speed", "4"}, 100, 4, true}, {{"--reverse"}, 3, 3, false}};
     for (const auto& row : rows) {
-        Args args = span;
-        args.insert(args.end(), row.extra.begin(), row.extra.end());
-        const auto result = Run("play", args);
+        const auto result = Run("play", span + row.extra);
         EXPECT_EQ(result.nExit, 0) << result.strErrors;
         const std::string end = result.strOutput.substr(result.strOutput.find(R"("reason":"end of range")"));
         EXPECT_GE(NumberBehind(end, R"("frames":)"), row.frames) << end;

@@ -8,6 +8,9 @@
 
 using Args = std::vector<std::string>;
 
+/// The words of both.
+Args operator+(Args first, const Args& more);
+
 struct PROCESS_OPTIONS {
     std::vector<std::string> environment;  // NAME=VALUE, added to ours; NAME alone is removed
     std::string strInput;                  // what stands on its standard input

@@ -258,7 +258,9 @@ TEST_F(Avi, AFullDiskLeavesWhatWasWritten) {
     const auto pieces = Recording(60);
     const size_t whole = Written(AVI_TYPE_STD, pieces).size();
     for (size_t limit = 1000; limit < whole; limit += whole / (getenv("HLX_ALL_POINTS") ? 200 : 20)) {
-        EXPECT_FALSE((CFullDisk(limit), Write(AVI_TYPE_STD, pieces))) << limit;
+        auto full = std::make_unique<CFullDisk>(limit);
+        EXPECT_FALSE(Write(AVI_TYPE_STD, pieces)) << limit;
+        full.reset();
         if (limit < 2048) continue;
         const std::string bytes = Bytes();
         EXPECT_EQ(U32(bytes, 4) + 8, bytes.size()) << limit;
@@ -295,7 +297,9 @@ TEST_F(Avi, ARepairMakesTheFileThatCloseWouldHaveMade) {
         // Cut behind the chunks, in the gap, in the index, and just before the mark was taken away; broken off in the meantime.
         for (const size_t length : {end, end + 1, end + 6, end + 100, closed.size()}) {
             Set(Opened(closed).substr(0, length));
-            EXPECT_EQ((CFullDisk(length % 2 ? 2000 : end + 500), Repair()), AVI_REPAIR::REFUSED);
+            auto full = std::make_unique<CFullDisk>(length % 2 ? 2000 : end + 500);
+            EXPECT_EQ(Repair(), AVI_REPAIR::REFUSED);
+            full.reset();
             EXPECT_EQ(m_report.error, EFBIG);
             EXPECT_EQ(Repair(), AVI_REPAIR::REPAIRED);
             EXPECT_TRUE(Bytes() == closed) << layout << " cut to " << length;
