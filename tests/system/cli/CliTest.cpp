@@ -179,9 +179,8 @@ TEST(Cli, WrongCommandLines) {
         EXPECT_NE(result.strErrors, "");
     }
     EXPECT_EQ(RunProcess({HLX_TOOL, "info", "h"}, {{"HLX_PASSWORD"}, {}, false}).nExit, 2);  // no password anywhere
-    for (const Args& line : {Args{HLX_TOOL, "info", "127.0.0.1:1"}, Args{HLX_SIMULATOR, "classic", "--port", "0"}}) {
+    for (const Args& line : {Args{HLX_TOOL, "info", "127.0.0.1:1"}, Args{HLX_SIMULATOR, "classic", "--port", "0"}})
         EXPECT_EQ(RunProcess(line, {{"HLX_PASSWORD=" + std::string(36, 'p')}, {}, false}).nExit, 2) << line[0];
-    }
 }
 
 TEST(CliLive, TheFileHoldsTheFrames) {

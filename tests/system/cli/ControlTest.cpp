@@ -292,9 +292,8 @@ TEST(CliCompletion, BashOffersCommandsOptionsAndWords) {
                                                  {{"hlx", "ptz", "h", ":", "80", "-c", "1", "zoom-i"}, "zoom-in"},
                                                  {{"hlx", "ptz", "h", "up", "--fo"}, "--for"},
                                                  {{"hlx", "completion", ""}, "bash zsh fish"}};
-    for (const auto& [words, strExpected] : rows) {
+    for (const auto& [words, strExpected] : rows)
         EXPECT_EQ(Offered(words), strExpected + "\n") << testing::PrintToString(words);
-    }
 }
 
 }  // namespace

@@ -173,9 +173,8 @@ TEST_F(Live, APlayBesideALogoutLeavesNoStream) {
         EXPECT_TRUE(WaitUntil([&] { return begun() >= static_cast<std::uint64_t>(i % 3); }));
         EXPECT_TRUE(HLX_Logout(id));
         for (std::thread& player : players) player.join();
-        for (const POINTERHANDLE handle : handles) {
+        for (const POINTERHANDLE handle : handles)
             EXPECT_FALSE(handle > 0 && HLX_StopLivePlay(handle)) << "stopped by the logout";
-        }
     }
 }
 

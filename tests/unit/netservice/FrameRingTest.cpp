@@ -127,9 +127,8 @@ TEST(FrameRing, RefusesWhatCannotFitAndStaysUsable) {
     CNetDataBufferMan ring;
     ASSERT_TRUE(ring.Initial(8192, false));
     const std::string data = Noise(9000);
-    for (const unsigned int length : {8192u - 55, 8192u, 9000u, 0x7FFFFFFFu, 0xFFFFFFC8u, 0xFFFFFFFFu}) {
+    for (const unsigned int length : {8192u - 55, 8192u, 9000u, 0x7FFFFFFFu, 0xFFFFFFC8u, 0xFFFFFFFFu})
         EXPECT_FALSE(ring.PushData(Frame(AUDIO, length), Bytes(data))) << length;
-    }
     EXPECT_EQ(ring.GetFreeBufferSize(), 8192);
     EXPECT_TRUE(Push(ring, 8192 - 56)) << "fills it to the last byte";
     EXPECT_FALSE(Push(ring, 0));
