@@ -36,8 +36,7 @@ public:
 private:
     struct STREAM {
         CViewers* pOwner = nullptr;
-        unsigned recorder = 0;
-        unsigned channel = 0;
+        unsigned recorder = 0, channel = 0;
         POINTERHANDLE handle = 0;
         std::uint64_t mark = 0;
     };

@@ -291,8 +291,7 @@ TEST(CliLive, AReaderThatGoesIsANormalEnd) {
 }
 
 TEST(CliRepair, ACutFileIsMadeWholeAndOthersAreLeftAlone) {
-    CTempFile cut;
-    CTempFile other;
+    CTempFile cut, other;
     std::ofstream(other.Path()) << "no film";
     const unsigned char frame[70000] = {};
     CAVIWriter writer;

@@ -21,8 +21,7 @@ TEST_F(CliPlay, FiguresAreThoseOfTheFramesThatAreShown) {
     const Args span = {"--from", "2026-11-21T13:00", "--to", "2026-11-21T13:00:04", "--json"};
     const struct {
         Args extra;
-        int64_t frames;
-        int64_t keyFrames;
+        int64_t frames, keyFrames;
         bool bSound;
     } rows[] = {{{"--speed", "4"}, 100, 4, true}, {{"--reverse"}, 3, 3, false}};
     for (const auto& row : rows) {

@@ -55,13 +55,9 @@ private:
     int Reap();
 
     pid_t m_nPid = -1;
-    int m_nPidFd = -1;
-    int m_nOutput = -1;
-    int m_nErrors = -1;
-    int m_nExit = 0;
+    int m_nPidFd = -1, m_nOutput = -1, m_nErrors = -1, m_nExit = 0;
     bool m_bEnded = false;
-    std::string m_strOutput;
-    std::string m_strErrors;
+    std::string m_strOutput, m_strErrors;
 };
 
 // One that tells its port in its first line, in JSON.
@@ -76,7 +72,6 @@ private:
 
 struct PROCESS_RESULT {
     int nExit;
-    std::string strOutput;
-    std::string strErrors;
+    std::string strOutput, strErrors;
 };
 PROCESS_RESULT RunProcess(const Args& args, const PROCESS_OPTIONS& options = {});

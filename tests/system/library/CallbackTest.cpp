@@ -117,8 +117,7 @@ protected:
 
     DWORD m_type = 0;
     WORD m_otherPort = 0;  // of the second recorder
-    std::atomic<bool> m_bCalled{false};
-    std::atomic<bool> m_bDone{false};
+    std::atomic<bool> m_bCalled{false}, m_bDone{false};
     std::atomic<LONG> m_told{0};
 };
 

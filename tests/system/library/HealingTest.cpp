@@ -31,8 +31,7 @@ protected:
         return receiver.WaitForFrames(receiver.Count(DD_FRAME_TYPE_VIDEO) + 3);
     }
 
-    std::atomic<int> m_breaks{0};
-    std::atomic<int> m_returns{0};
+    std::atomic<int> m_breaks{0}, m_returns{0};
     std::atomic<bool> m_bInOrder{true};  // breaks and returns came by turns, so far as there was one session only
 };
 

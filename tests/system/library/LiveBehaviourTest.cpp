@@ -33,8 +33,7 @@ TEST_F(Live, FormatsComeFirstAndTheOneBlockFormCarriesTheHead) {
 
     ASSERT_EQ(UINT{DD_FRAME_TYPE_VIDEO_FORMAT}, seen.blocks[0].first);
     ASSERT_EQ(96U, seen.blocks[0].second.size());
-    bool bSoundFormat = false;
-    bool bVideo = false;
+    bool bSoundFormat = false, bVideo = false;
     for (size_t at = 1; at < seen.blocks.size(); ++at) {
         const auto& [type, bytes] = seen.blocks[at];
         HLX_FRAME_INFO head;
@@ -65,8 +64,7 @@ TEST_F(Live, ACallbackThatTakesAnothersPlaceIsToldTheFormats) {
 }
 
 TEST_F(Live, ARecorderThatAnswersNothingDoesNotKeepASilentStreamOfAnotherStopped) {
-    CReceiver hungReceiver;
-    CReceiver receiver;
+    CReceiver hungReceiver, receiver;
     CClassicRecorder& hung = StartRecorder(Beating(1, 4));
     ASSERT_GT(hungReceiver.Play(Login(), 0), 0);
     ASSERT_TRUE(hungReceiver.WaitForFrames(1));
@@ -144,8 +142,7 @@ TEST_F(Live, StopLogoutAndCleanupAreQuickWhileFramesPour) {
         for (const CReceiver& receiver : receivers) EXPECT_TRUE(receiver.WaitForFrames(1));
         return handles;
     };
-    const LONG first = Login();
-    const LONG second = Login();
+    const LONG first = Login(), second = Login();
     const auto handles = playAll(first);
     EXPECT_LT(took([&] { EXPECT_TRUE(HLX_StopLivePlay(handles[0])); }), std::chrono::seconds(1));
     const size_t before = receivers[0].Count(DD_FRAME_TYPE_VIDEO);
@@ -181,10 +178,8 @@ TEST_F(Live, APlayBesideALogoutLeavesNoStream) {
 TEST_F(Live, AStreamThatIsBeingStoppedSharesItsRingWithNobody) {
     CClassicRecorder& recorder = StartRecorder(Fast(1, 20));
     const LONG id = Login();
-    std::atomic<bool> bHeld{false};
-    std::atomic<bool> bRelease{false};
-    CReceiver held;
-    CReceiver other;
+    std::atomic<bool> bHeld{false}, bRelease{false};
+    CReceiver held, other;
     held.m_inCallback = [&](POINTERHANDLE, const HLX_FRAME_INFO&) {
         bHeld = true;
         WaitUntil([&] { return bRelease.load(); });

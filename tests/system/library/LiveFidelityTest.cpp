@@ -8,8 +8,7 @@ struct LOAD {
     unsigned channels;
     LONG streamType;
     double speed;
-    unsigned packLimit;
-    unsigned soundUnits;
+    unsigned packLimit, soundUnits;
     const char* sFirstClip;
     const char* sSecondClip;
 };

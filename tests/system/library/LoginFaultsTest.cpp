@@ -20,8 +20,7 @@ TEST_P(LoginFaults, GiveTheirNumberAndLeaveNothing) {
     config.heartbeat = std::chrono::milliseconds(20);  // often enough for the fastest clock
     CClassicRecorder& recorder = StartRecorder(config);
 
-    const int threads = ThreadCount();
-    const int descriptors = OpenDescriptorCount();
+    const int threads = ThreadCount(), descriptors = OpenDescriptorCount();
     {
         const CFastTime fast(row.rate);
         const tint64 start = CFastTime::Clock().MonotonicMicroseconds();

@@ -6,8 +6,7 @@ namespace {
 
 struct CALL {
     bool bExtended;
-    LONG lCommand;
-    LONG lUserID;
+    LONG lCommand, lUserID;
     std::vector<char> data;
 
     template <class Record>
@@ -105,8 +104,7 @@ TEST_F(Messages, BothFormsGetTheirOwnRecordsInOrder) {
 }
 
 TEST_F(Messages, AChannelSetUpTwiceIsToldOnceAndWhatEndsIsToldNoMore) {
-    const LONG first = LoginWithMotion();
-    const LONG second = LoginWithMotion();
+    const LONG first = LoginWithMotion(), second = LoginWithMotion();
     for (const LONG id : {first, first, second, second, LONG{4711}}) EXPECT_EQ(HLX_SetupAlarmChan(id), id);
     HLX_SetDVRMessageCallBack(CListener::OnMessage<false>, &m_listener);
     ASSERT_TRUE(m_listener.Hears(second, 3));
@@ -129,8 +127,7 @@ TEST_F(Messages, ABrokenSessionIsSilentUntilItIsBack) {
     };
     HLX_SetSDKMessageCallBack(0, nullptr, onException, &m_breaks);
     m_listener.Listen();
-    const LONG broken = LoginWithMotion();
-    const LONG other = LoginWithMotion();
+    const LONG broken = LoginWithMotion(), other = LoginWithMotion();
     for (const LONG id : {broken, other}) HLX_SetupAlarmChan(id);
     ASSERT_TRUE(m_listener.Hears(broken));
     m_recorders[0]->SetFaults({{SIM_FAULT_KIND::CLOSE, SIM_PHASE::LOGIN, 0, 1000000}});
@@ -165,9 +162,7 @@ TEST_F(Messages, AnEndWaitsForTheCallbackAndIsFinal) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.pName);
         std::promise<void> entered;
-        std::atomic<bool> bEnding{false};
-        std::atomic<bool> bEnded{false};
-        std::atomic<bool> bEndedTooEarly{false};
+        std::atomic<bool> bEnding{false}, bEnded{false}, bEndedTooEarly{false};
         CListener listener;
         listener.m_inCallback = [&](LONG) {
             entered.set_value();
@@ -189,9 +184,7 @@ TEST_F(Messages, AnEndWaitsForTheCallbackAndIsFinal) {
 /// A message callback may stop the stream and wait for its thread.
 TEST_F(Messages, AFrameCallbackWaitsForNoMessageCallback) {
     const LONG id = LoginWithMotion();
-    std::atomic<bool> bInMessage{false};
-    std::atomic<bool> bEnded{false};
-    std::atomic<bool> bEndedMeanwhile{false};
+    std::atomic<bool> bInMessage{false}, bEnded{false}, bEndedMeanwhile{false};
     CReceiver receiver;
     receiver.m_inCallback = [&](POINTERHANDLE, const HLX_FRAME_INFO&) {
         if (bInMessage && !bEnded)

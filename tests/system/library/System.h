@@ -33,6 +33,5 @@ protected:
     std::vector<std::unique_ptr<CClassicRecorder>> m_recorders;
 
 private:
-    int m_threads = 0;
-    int m_descriptors = 0;
+    int m_threads = 0, m_descriptors = 0;
 };

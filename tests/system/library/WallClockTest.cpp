@@ -52,8 +52,7 @@ protected:
 
     CReceiver m_receiver;
     LONG m_id = -1;
-    std::atomic<int> m_breaks{0};
-    std::atomic<int> m_returns{0};
+    std::atomic<int> m_breaks{0}, m_returns{0};
 };
 
 void WallClock::SetUp() {

@@ -6,8 +6,7 @@
 namespace {
 
 struct TOLD {
-    LONG lUserID = 0;
-    LONG lRegisterID = 0;
+    LONG lUserID = 0, lRegisterID = 0;
     LPHLX_DEVICEINFO pInfo = nullptr;
 };
 

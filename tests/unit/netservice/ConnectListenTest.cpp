@@ -177,8 +177,7 @@ TEST(Listen, CallbackMayStopRestartAndDestroy) {
 
 /// A stop is never lost, whether the accept thread has begun or not, and whether the start is through or not.
 TEST(Listen, AStopBesideTheStartEndsTheListener) {
-    const int descriptors = OpenDescriptorCount();
-    const int threads = ThreadCount();
+    const int descriptors = OpenDescriptorCount(), threads = ThreadCount();
     CSWL_ListenProcEx listener(ACCEPTED::OnAccept, nullptr);
     for (int i = 0; i < 100; ++i) {
         std::thread stopper;

@@ -76,8 +76,7 @@ private:
 
 class EngineFixture : public testing::Test {
 protected:
-    static constexpr int SEND_BUFFER = 4096;
-    static constexpr int LINK = 7;
+    static constexpr int SEND_BUFFER = 4096, LINK = 7;
 
     void SetUp() override { ASSERT_TRUE(m_engine.Init(SEND_BUFFER)); }
     void TearDown() override {

@@ -109,8 +109,7 @@ TEST(FrameRing, EqualsAQueueUnderRandomUse) {
             CRingAndModel both(size, seed * 77 + static_cast<unsigned>(size));
             // Phases in which the reader keeps up, falls behind and catches up.
             for (int step = 0; step < 1500 && !testing::Test::HasFailure(); ++step) {
-                const unsigned action = both.m_random() % 10;
-                const unsigned pushes = step / 100 % 3 == 0 ? 7 : 4;
+                const unsigned action = both.m_random() % 10, pushes = step / 100 % 3 == 0 ? 7 : 4;
                 if (action < pushes) both.Push();
                 if (action >= pushes && action % 2 == 0) both.Take();
                 if (action >= pushes && action % 2 == 1) both.Release();

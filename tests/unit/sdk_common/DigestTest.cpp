@@ -38,8 +38,7 @@ TEST(Digests, PublishedVectors) {
     };
     for (const auto& [text, pMd5, pSha1, crc] : rows) {
         const int length = static_cast<int>(text.size());
-        char md5[MD5_TEXT_SIZE];
-        char sha1[SHA1_TEXT_SIZE];
+        char md5[MD5_TEXT_SIZE], sha1[SHA1_TEXT_SIZE];
         EXPECT_TRUE(PUB_MD5Encrypt(text.data(), length, md5));
         EXPECT_TRUE(PUB_SHA1Encrypt(text.data(), length, sha1));
         EXPECT_STREQ(md5, pMd5);
@@ -74,8 +73,7 @@ TEST(Base64, PublishedVectorsBothWays) {
         {"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foo", "Zm9v"}, {"fooba", "Zm9vYmE="}, {"\xFB\xFF\xBF", "+/+/"}};
     const CBase64 base64;
     for (const auto& [sPlain, sText] : rows) {
-        const int plainLength = static_cast<int>(sPlain.size());
-        const int textLength = static_cast<int>(sText.size());
+        const int plainLength = static_cast<int>(sPlain.size()), textLength = static_cast<int>(sText.size());
         std::string text(sText.size() + 1, '?');
         EXPECT_EQ(base64.Encode(sPlain.data(), plainLength, text.data(), textLength + 1), textLength);
         EXPECT_STREQ(text.c_str(), sText.c_str());

@@ -47,8 +47,7 @@ struct GATE {
         gate.bHolds = true;
         WaitUntil([&] { return gate.bGo.load(); });
     }
-    std::atomic<bool> bHolds{false};
-    std::atomic<bool> bGo{false};
+    std::atomic<bool> bHolds{false}, bGo{false};
 };
 
 bool IsDone(const std::future<void>& action, std::chrono::milliseconds wait) {

@@ -7,8 +7,7 @@ namespace {
 
 struct LINE_CASE {
     const char* pText;
-    std::int64_t at;
-    std::int64_t every;
+    std::int64_t at, every;
     std::vector<std::string> words;
     const char* pError;  // part of the sentence; null: a good line
 };
