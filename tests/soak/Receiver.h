@@ -34,8 +34,6 @@ class CReceiver {
 public:
     CReceiver() = default;
     ~CReceiver();
-    CReceiver(const CReceiver&) = delete;
-    CReceiver& operator=(const CReceiver&) = delete;
 
     /// The handle, as HLX_LivePlay gives it.
     POINTERHANDLE Play(LONG lUserID, LONG lChannel, LONG lStreamType = HLX_MAIN_STREAM);

@@ -26,11 +26,6 @@ public:
     // Until its events tell so.
     void AwaitEvent(const std::string& strEvent) { EXPECT_TRUE(ReadUntil("\"" + strEvent + "\"")); }
 };
-args.insert(args.end(), extra.begin(), extra.end());
-return args;
-}
-}
-;
 
 Args Hlx(const std::string& strCommand, const std::string& strAddress, const Args& extra = {}) {
     return Args{HLX_TOOL, strCommand, strAddress} + extra;
@@ -125,15 +120,7 @@ TEST(CliInfo, TakesThePasswordFromAFileFromInputAndFromAPrompt) {
 }
 
 // What the device or the network refuses, as exit code and as the number's name.
-struct FAILURE_ROW {
-    const char* sFault;
-    const char* sCommand;
-    Args extra;
-    int nExit;
-    const char* sErrors;
-};
-
-const FAILURE_ROW FAILURES[] = {
+const std::tuple<const char*, const char*, Args, int, const char*> FAILURES[] = {
     {"refuse=2", "info", {}, 4, "HLX_PASSWORD_ERROR"},
     {"refuse=3", "info", {}, 4, "HLX_OVER_MAXLINK"},
     {"head-family=9", "info", {}, 1, "HLX_VERSION_NOMATCH"},
@@ -148,12 +135,12 @@ const FAILURE_ROW FAILURES[] = {
 };
 
 TEST(CliFailure, HasItsExitCodeAndWords) {
-    for (const FAILURE_ROW& row : FAILURES) {
-        CSimulator simulator(row.sFault ? Args{"--fault", row.sFault} : Args{});
-        const auto result = RunHlx(row.sCommand, simulator.Address(), row.extra);
-        EXPECT_EQ(result.nExit, row.nExit) << row.sErrors;
+    for (const auto& [sFault, sCommand, extra, nExit, sErrors] : FAILURES) {
+        CSimulator simulator(sFault ? Args{"--fault", sFault} : Args{});
+        const auto result = RunHlx(sCommand, simulator.Address(), extra);
+        EXPECT_EQ(result.nExit, nExit) << sErrors;
         EXPECT_EQ(result.strOutput, "");
-        EXPECT_TRUE(Holds(result.strErrors, row.sErrors)) << result.strErrors;
+        EXPECT_TRUE(Holds(result.strErrors, sErrors)) << result.strErrors;
     }
 }
 

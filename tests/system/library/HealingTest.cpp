@@ -10,20 +10,10 @@ protected:
 
     void SetUp() override {
         CSystemTest::SetUp();
-        ASSERT_TRUE(HLX_SetReconnect(500, true));
-        ASSERT_TRUE(HLX_SetSDKMessageCallBack(
-            0, nullptr,
-            [](DWORD type, LONG, LONG, void* pUser) {
-                auto& self = *static_cast<Healing*>(pUser);
-                const bool bBreak = type == NETWORK_DISCONNECT;
-                if (self.m_breaks - self.m_returns != !bBreak) self.m_bInOrder = false;
-                (bBreak ? self.m_breaks : self.m_returns) += 1;
-            },
-            this));
+        m_told.emplace(500);
     }
     void TearDown() override {
-        HLX_SetSDKMessageCallBack(0, nullptr, nullptr, nullptr);
-        HLX_SetReconnect(3000, true);
+        m_told.reset();
         CSystemTest::TearDown();
     }
     /// The stream delivers again after what came so far.
@@ -31,8 +21,7 @@ protected:
         return receiver.WaitForFrames(receiver.Count(DD_FRAME_TYPE_VIDEO) + 3);
     }
 
-    std::atomic<int> m_breaks{0}, m_returns{0};
-    std::atomic<bool> m_bInOrder{true};  // breaks and returns came by turns, so far as there was one session only
+    std::optional<CTold> m_told;
 };
 
 TEST_F(Healing, CutsOfEachKindAreToldOnceAndStreamsRunAgain) {
@@ -52,18 +41,16 @@ TEST_F(Healing, CutsOfEachKindAreToldOnceAndStreamsRunAgain) {
         if (kind == "password") recorder.SetPassword("other");
         if (kind == "refused") recorder.SetFaults({{SIM_FAULT_KIND::CLOSE, SIM_PHASE::LOGIN, 0, 3}});
         recorder.CutLinks(kind == "silent" ? SIM_CUT::SILENT : kind == "reset" ? SIM_CUT::RESET : SIM_CUT::CLOSE);
-        ASSERT_TRUE(WaitUntil([&] { return m_breaks == round + 1; }));
+        ASSERT_TRUE(WaitUntil([&] { return m_told->m_breaks == round + 1; }));
         if (kind == "password") {
             EXPECT_TRUE(m_events.WaitFor(SIM_EVENT_KIND::REFUSED, refusals + 2, std::chrono::seconds(5)));
             recorder.SetPassword("secret");
         }
-        ASSERT_TRUE(WaitUntil([&] { return m_returns == round + 1; }));
-        EXPECT_TRUE(Runs(receivers[0]));
-        EXPECT_TRUE(Runs(receivers[1]));
+        ASSERT_TRUE(WaitUntil([&] { return m_told->m_returns == round + 1; }));
+        EXPECT_TRUE(Runs(receivers[0]) && Runs(receivers[1]));
     }
-    EXPECT_EQ(rounds, m_breaks);
-    EXPECT_TRUE(m_bInOrder);
-    EXPECT_TRUE(HLX_Logout(id));
+    EXPECT_EQ(rounds, m_told->m_breaks);
+    EXPECT_TRUE(m_told->m_bInOrder && HLX_Logout(id));
 }
 
 TEST_F(Healing, SixtyFourChannelsAreBackSoonAndEachFrameArrivesOnce) {
@@ -74,7 +61,7 @@ TEST_F(Healing, SixtyFourChannelsAreBackSoonAndEachFrameArrivesOnce) {
     for (const CReceiver& receiver : receivers) ASSERT_TRUE(receiver.WaitForFrames(1));
     const CFastTime fast(RATE);
     recorder.CutLinks(SIM_CUT::RESET);
-    ASSERT_TRUE(WaitUntil([&] { return m_returns == 1; }));
+    ASSERT_TRUE(WaitUntil([&] { return m_told->m_returns == 1; }));
     const size_t before = receivers[0].Frames().size();
     for (const CReceiver& receiver : receivers) EXPECT_TRUE(Runs(receiver));
     HLX_Logout(id);

@@ -56,8 +56,7 @@ TEST_F(Live, ACallbackThatTakesAnothersPlaceIsToldTheFormats) {
     ASSERT_TRUE(first.WaitForFrames(3) && first.WaitForFrames(1, DD_FRAME_TYPE_AUDIO));
     CReceiver next;
     ASSERT_TRUE(HLX_SetLiveDataCallBack(handle, CReceiver::OnFrame, &next));
-    EXPECT_TRUE(next.WaitForFrames(1));
-    EXPECT_TRUE(HLX_StopLivePlay(handle));
+    EXPECT_TRUE(next.WaitForFrames(1) && HLX_StopLivePlay(handle));
     const auto frames = next.Frames();
     EXPECT_EQ(frames.at(0).info.frameType, DWORD{DD_FRAME_TYPE_VIDEO_FORMAT});
     EXPECT_EQ(frames.at(1).info.frameType, DWORD{DD_FRAME_TYPE_AUDIO_FORMAT});

@@ -67,7 +67,6 @@ protected:
     LONG LoginWithMotion() { return LoginTo({.motion = 1}); }
 
     CListener m_listener;
-    std::atomic<int> m_breaks{0};
     const CFastTime m_fast{20};
 };
 
@@ -121,18 +120,14 @@ TEST_F(Messages, AChannelSetUpTwiceIsToldOnceAndWhatEndsIsToldNoMore) {
 }
 
 TEST_F(Messages, ABrokenSessionIsSilentUntilItIsBack) {
-    ASSERT_TRUE(HLX_SetReconnect(500, true));
-    const auto onException = [](DWORD type, LONG, LONG, void* pUser) {
-        if (type == NETWORK_DISCONNECT) ++*static_cast<std::atomic<int>*>(pUser);
-    };
-    HLX_SetSDKMessageCallBack(0, nullptr, onException, &m_breaks);
+    const CTold told(500);
     m_listener.Listen();
     const LONG broken = LoginWithMotion(), other = LoginWithMotion();
     for (const LONG id : {broken, other}) HLX_SetupAlarmChan(id);
     ASSERT_TRUE(m_listener.Hears(broken));
     m_recorders[0]->SetFaults({{SIM_FAULT_KIND::CLOSE, SIM_PHASE::LOGIN, 0, 1000000}});
     m_recorders[0]->CutLinks(SIM_CUT::RESET);
-    ASSERT_TRUE(WaitUntil([&] { return m_breaks == 1; }));
+    ASSERT_TRUE(WaitUntil([&] { return told.m_breaks == 1; }));
     ASSERT_TRUE(m_listener.Hears(other, 2));
     const auto own = [&](const CALL& call) { return call.lUserID == broken; };
     const size_t before = m_listener.Count(own);
@@ -145,8 +140,6 @@ TEST_F(Messages, ABrokenSessionIsSilentUntilItIsBack) {
         return own(call) && call.First<HLX_ALARMINFO>().dwAlarmType == HLX_ALARM_TYPE_VLOSS;
     };
     EXPECT_TRUE(WaitUntil([&] { return m_listener.Count(today) > 0; }));
-    HLX_SetSDKMessageCallBack(0, nullptr, nullptr, nullptr);
-    HLX_SetReconnect(3000, true);
 }
 
 TEST_F(Messages, AnEndWaitsForTheCallbackAndIsFinal) {

@@ -5,6 +5,21 @@ int Rounds(int few) {
     return pRounds ? std::atoi(pRounds) : few;
 }
 
+CTold::CTold(DWORD dwReconnect) {
+    const auto tell = [](DWORD type, LONG, LONG, void* pUser) {
+        auto& self = *static_cast<CTold*>(pUser);
+        const bool bBreak = type == NETWORK_DISCONNECT;
+        if (self.m_breaks - self.m_returns != !bBreak) self.m_bInOrder = false;
+        (bBreak ? self.m_breaks : self.m_returns) += 1;
+    };
+    EXPECT_TRUE(HLX_SetReconnect(dwReconnect, true) && HLX_SetSDKMessageCallBack(0, nullptr, tell, this));
+}
+
+CTold::~CTold() {
+    HLX_SetSDKMessageCallBack(0, nullptr, nullptr, nullptr);
+    HLX_SetReconnect(3000, true);
+}
+
 void CSystemTest::SetUp() {
     CFastTime::Clock();
     ASSERT_TRUE(HLX_Init());

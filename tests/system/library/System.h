@@ -9,6 +9,16 @@
 /// How many rounds a test makes that can go on for long: HLX_TEST_ROUNDS of the environment, else `few`.
 int Rounds(int few);
 
+/// Counts the breaks and returns of sessions that the library tells while this lives, and sets how it reconnects.
+class CTold {
+public:
+    explicit CTold(DWORD dwReconnect);
+    ~CTold();
+
+    std::atomic<int> m_breaks{0}, m_returns{0};
+    std::atomic<bool> m_bInOrder{true};  // they came by turns, so far as there was one session only
+};
+
 /// HLX_Init before and HLX_Cleanup behind each test; then no thread and no descriptor may be left.
 class CSystemTest : public testing::Test {
 protected:

@@ -91,22 +91,6 @@ TEST_F(Trace, CutAtEachByteGivesTheResultOrANumber) {
     }
 }
 
-TEST_F(Trace, PiecesOfAnySizeGiveTheSame) {
-    for (const size_t size : {0, 1, 2, 7, 700, 1399}) {
-        for (const unsigned seed : {0, 1, 2}) {
-            if (seed > 0 && size < 7) continue;
-            SCOPED_TRACE(std::to_string(size) + ", seed " + std::to_string(seed));
-            m_record.config.pieceSize = size;
-            m_record.config.pieceSeed = seed;
-            const TRACED_OUTCOME again = RunReplayed(m_record.config, {});
-            ExpectWholeOrTold(again);
-            EXPECT_TRUE(again.AllDone());
-            EXPECT_EQ(Whole().calls.size(), again.calls.size());
-            EXPECT_GE(again.pictures.size(), TRACED_ORDER::PICTURES);
-        }
-    }
-}
-
 TEST_F(Trace, MutatedSessionsAreBorne) {
     const CFastTime fast(1000);  // what is waited for need not come
     const int rounds = Rounds(8);

@@ -102,8 +102,7 @@ TEST_F(Forward, LogoutFreesTheStreamsOfASessionThatIsGone) {
     EXPECT_TRUE(WaitUntil([&] { return m_bInCallback.load(); }));
     EXPECT_TRUE(HLX_Logout(m_caller));
     EXPECT_EQ(HLX_GetLastError(), DWORD{HLX_SUCCESS});
-    EXPECT_FALSE(HLX_StopLivePlay(live));
-    EXPECT_FALSE(HLX_Logout(m_caller));
+    EXPECT_FALSE(HLX_StopLivePlay(live) || HLX_Logout(m_caller));
     EXPECT_EQ(HLX_GetLastError(), DWORD{HLX_PARAMETER_ERROR});
     HLX_SetRegisterPort(0, nullptr, 0);
 }

@@ -12,8 +12,7 @@ constexpr unsigned int FIRST = 0x401, SECOND = 0x405, OTHER = 0x409;
 class FrameTest : public testing::Test {
 protected:
     FrameTest() {
-        EXPECT_TRUE(m_recorder.LoggedIn());
-        EXPECT_TRUE(m_device.StartLiveChannel(0, true, FIRST, 0));
+        EXPECT_TRUE(m_recorder.LoggedIn() && m_device.StartLiveChannel(0, true, FIRST, 0));
         EXPECT_TRUE(m_device.StartLiveChannel(0, false, SECOND, 1));
         EXPECT_TRUE(m_device.StartLiveChannel(1, true, OTHER, 0));
     }

@@ -99,8 +99,7 @@ protected:
         CTestDevice::s_message = nullptr;
         CTestDevice::s_logouts = 0;
         m_man.SetDeviceMaker(MakeTestDevice);
-        ASSERT_TRUE(m_man.Initial());
-        ASSERT_TRUE(m_man.Start());
+        ASSERT_TRUE(m_man.Initial() && m_man.Start());
     }
     void TearDown() override {
         m_man.Stop();

@@ -2,7 +2,6 @@
 #include "support/Test.h"
 
 #include <limits>
-#include <optional>
 
 namespace {
 

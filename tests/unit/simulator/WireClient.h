@@ -11,7 +11,6 @@ using BYTES = std::vector<std::uint8_t>;
 
 std::uint32_t Word(const BYTES& bytes, size_t at);
 std::uint64_t Long(const BYTES& bytes, size_t at);
-std::string Text(const BYTES& bytes, size_t at);
 
 /// One link frame as it came: packed pieces have a negative length and their 24-byte head in `payload`.
 struct WIRE_MESSAGE {
