@@ -1,7 +1,10 @@
+#include <gtest/gtest.h>
+
 #include <csignal>
+#include <fstream>
 
 #include "Process.h"
-#include "support/Test.h"
+#include "support/TestSupport.h"
 
 namespace {
 
@@ -10,8 +13,9 @@ namespace {
 class CliDownload : public testing::Test {
 protected:
     Args Line(const char* pFrom, const char* pTo, const char* pFile, const Args& extra = {}) const {
-        return Args{HLX_TOOL, "download", m_simulator.Address(), "--from", pFrom, "--to", pTo, "-o", File(pFile)} +
-               extra;
+        Args args = {HLX_TOOL, "download", m_simulator.Address(), "--from", pFrom, "--to", pTo, "-o", File(pFile)};
+        args.insert(args.end(), extra.begin(), extra.end());
+        return args;
     }
     std::string File(const char* pName) const { return m_folder.File(pName); }
     bool Exists(const char* pName) const { return std::filesystem::exists(File(pName)); }
@@ -29,20 +33,26 @@ protected:
 };
 
 TEST_F(CliDownload, BringsAWholeFileOrSaysWhyNot) {
-    const std::tuple<const char*, const char*, const char*, Args, int, const char*> rows[] = {
-        {"2026-11-21T12:29:30", "2026-11-21T12:30:30", "a.hlx", {}, 0, "complete"},
-        {"2026-11-21T12:30", "2026-11-21T12:31", "b.avi", {"--sub"}, 0, "complete"},
-        {"2026-11-21T13:59", "2026-11-21T14:30", "c.avi", {}, 6, "recording ended early"},
-        {"2026-11-21T15:00", "2026-11-21T15:30", "d.avi", {}, 1, nullptr}};
-    for (const auto& [pFrom, pTo, pFile, extra, exit, pState] : rows) {
-        Args args = Line(pFrom, pTo, pFile, extra);
+    const struct {
+        const char* pFrom;
+        const char* pTo;
+        const char* pFile;
+        Args extra;
+        int exit;
+        const char* pState;
+    } rows[] = {{"2026-11-21T12:29:30", "2026-11-21T12:30:30", "a.hlx", {}, 0, "complete"},
+                {"2026-11-21T12:30", "2026-11-21T12:31", "b.avi", {"--sub"}, 0, "complete"},
+                {"2026-11-21T13:59", "2026-11-21T14:30", "c.avi", {}, 6, "recording ended early"},
+                {"2026-11-21T15:00", "2026-11-21T15:30", "d.avi", {}, 1, nullptr}};
+    for (const auto& row : rows) {
+        Args args = Line(row.pFrom, row.pTo, row.pFile, row.extra);
         args.push_back("--json");
         const auto result = RunProcess(args, WITH_PASSWORD);
-        EXPECT_EQ(result.nExit, exit) << result.strOutput << result.strErrors;
-        const std::string state = pState ? "\"state\":\"" + std::string(pState) + "\"" : "";
+        EXPECT_EQ(result.nExit, row.exit) << result.strOutput << result.strErrors;
+        const std::string state = row.pState ? "\"state\":\"" + std::string(row.pState) + "\"" : "";
         EXPECT_TRUE(Holds(result.strOutput, state)) << result.strOutput;
-        EXPECT_EQ(Exists(pFile), pState != nullptr);
-        EXPECT_FALSE(Exists((std::string(pFile) + ".part").c_str()));
+        EXPECT_EQ(Exists(row.pFile), row.pState != nullptr);
+        EXPECT_FALSE(Exists((std::string(row.pFile) + ".part").c_str()));
     }
     EXPECT_EQ(RunProcess({HLX_TOOL, "convert", File("a.hlx"), File("e.avi")}).nExit, 0);
     EXPECT_EQ(Probed("e.avi").substr(0, 9), "h264,704,");
