@@ -1,7 +1,6 @@
 // What tests of recordings compare with a simulated recorder's archive, and how they play it.
 #pragma once
 
-#include <optional>
 #include <span>
 
 #include "System.h"

@@ -2,7 +2,6 @@
 
 #include "support/HeardLog.h"
 #include "support/MovedTime.h"
-#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

@@ -2,7 +2,6 @@
 
 #include <array>
 
-#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

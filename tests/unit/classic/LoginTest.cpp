@@ -1,7 +1,6 @@
 // Login, logout, the ask-and-wait and the facts of a recorder.
 
 #include "support/MovedTime.h"
-#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

@@ -1,6 +1,5 @@
 // Messages that come in pieces.
 
-#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

@@ -2,7 +2,6 @@
 
 #include "sdk_common/PubTime.h"
 #include "support/MovedTime.h"
-#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

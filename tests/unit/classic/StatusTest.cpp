@@ -2,7 +2,6 @@
 
 #include <ctime>
 
-#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

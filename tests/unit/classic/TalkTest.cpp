@@ -3,7 +3,6 @@
 #include <numeric>
 
 #include "support/MovedTime.h"
-#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

@@ -1,7 +1,4 @@
-#include <algorithm>
-#include <mutex>
 #include <set>
-#include <thread>
 
 #include "TestFamily.h"
 

@@ -1,4 +1,3 @@
-#include <future>
 
 #include "support/HeardLog.h"
 #include "TestFamily.h"

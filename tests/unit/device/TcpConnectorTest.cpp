@@ -1,7 +1,6 @@
 #include "main_utility/device/TcpConnector.h"
 #include "ScriptedPeer.h"
 #include "sdk_common/ThreadState.h"
-#include "support/Test.h"
 
 namespace {
 

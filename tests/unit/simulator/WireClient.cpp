@@ -1,5 +1,4 @@
 #include "WireClient.h"
-#include "support/Test.h"
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
