@@ -2,6 +2,7 @@
 
 #include "support/HeardLog.h"
 #include "support/MovedTime.h"
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

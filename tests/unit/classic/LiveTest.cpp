@@ -1,5 +1,6 @@
 // Opening and closing of live channels.
 
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

@@ -1,6 +1,7 @@
 // Login, logout, the ask-and-wait and the facts of a recorder.
 
 #include "support/MovedTime.h"
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

@@ -1,5 +1,6 @@
 // Messages that come in pieces.
 
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

@@ -2,6 +2,7 @@
 
 #include "sdk_common/PubTime.h"
 #include "support/MovedTime.h"
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

@@ -1,6 +1,7 @@
 // Searches: what is asked, what the records become, and what refusals and wrong replies give.
 
 #include "protocol/ClassicRecordings.h"
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

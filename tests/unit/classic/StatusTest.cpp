@@ -2,6 +2,7 @@
 
 #include <ctime>
 
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

@@ -3,6 +3,7 @@
 #include <numeric>
 
 #include "support/MovedTime.h"
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

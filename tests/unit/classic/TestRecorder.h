@@ -1,8 +1,15 @@
 // A recorder at the other end of a link that exists in memory only: it keeps what the device sends, and answers by script.
 #pragma once
 
+#include <cstring>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "main_utility/device/classic/DVRNetDevice_V3.h"
-#include "support/Test.h"
 
 using Bytes = std::string;
 
@@ -129,12 +136,13 @@ inline bool FailedWith(DWORD error, bool bDone) { return !bDone && LastError() =
 using RING_FRAME = std::pair<HLX_FRAME_INFO, Bytes>;
 
 /// A ring of the process, taken away at the end.
-class CTestRing : CUncopied {
+class CTestRing {
 public:
     explicit CTestRing(unsigned int id, int size = 1 << 20) : m_id(id) {
         CMultiNetDataBufferMan::Instance()->AddBuffer(id, size, false);
     }
     ~CTestRing() { CMultiNetDataBufferMan::Instance()->RemoveBuffer(m_id); }
+    CTestRing(const CTestRing&) = delete;
 
     std::vector<RING_FRAME> Drain() {
         std::vector<RING_FRAME> frames;
