@@ -49,8 +49,7 @@ CLASSIC_RECORDER_CONFIG Config(unsigned channels, double speed) {
 
 /// Runs `round` `count` times and compares what the process holds with what it held after the first tenth.
 std::string ProveRounds(int count, bool bMemory, const std::function<bool()>& round, std::string& sFigures) {
-    int threads = 0;
-    int descriptors = 0;
+    int threads = 0, descriptors = 0;
     double bytes = 0;
     for (int i = 0; i < count; ++i) {
         if (!round()) return Text("round %d failed, number %u", i + 1, unsigned{HLX_GetLastError()});

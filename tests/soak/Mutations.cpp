@@ -19,8 +19,7 @@ constexpr std::chrono::seconds LONGEST_SESSION{60};
 
 /// What the process holds.
 struct HOLDINGS {
-    int threads = ThreadCount();
-    int descriptors = OpenDescriptorCount();
+    int threads = ThreadCount(), descriptors = OpenDescriptorCount();
     double bytes = ResidentBytes();
 };
 
@@ -49,8 +48,7 @@ public:
 
     std::atomic<unsigned> m_ended{0};
     std::atomic<unsigned> m_whole{0};  // that nothing was wrong with
-    std::atomic<unsigned> m_refused{0};
-    std::atomic<unsigned> m_pictures{0};
+    std::atomic<unsigned> m_refused{0}, m_pictures{0};
 
 private:
     void RunOne(unsigned seed) {

@@ -9,16 +9,15 @@
 
 #include "HLX.h"
 #include "support/MovedTime.h"
+#include "support/TestSupport.h"
 #include "tests/soak/FrameLedger.h"
 
 /// Makes the library's clock run faster for a scope. The clock itself stays in force for the whole process, since threads of the
 /// library wait on it before and behind the scope.
-class CFastTime {
+class CFastTime : CUncopied {
 public:
     explicit CFastTime(int rate) { Clock().SetRate(rate); }
     ~CFastTime() { Clock().SetRate(1); }
-    CFastTime(const CFastTime&) = delete;
-    CFastTime& operator=(const CFastTime&) = delete;
 
     static CMovedTime& Clock();
 };
@@ -34,8 +33,6 @@ class CReceiver {
 public:
     CReceiver() = default;
     ~CReceiver();
-    CReceiver(const CReceiver&) = delete;
-    CReceiver& operator=(const CReceiver&) = delete;
 
     /// The handle, as HLX_LivePlay gives it.
     POINTERHANDLE Play(LONG lUserID, LONG lChannel, LONG lStreamType = HLX_MAIN_STREAM);

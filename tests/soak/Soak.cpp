@@ -54,10 +54,8 @@ private:
     std::atomic<unsigned> m_breaks{0};         // told by the library
     std::atomic<unsigned> m_returns{0};
     std::uint64_t m_dropped = 0;
-    double m_startBytes = 0;
-    double m_endBytes = 0;
-    bool m_bHealed = false;
-    bool m_bClean = false;
+    double m_startBytes = 0, m_endBytes = 0;
+    bool m_bHealed = false, m_bClean = false;
 };
 
 bool CSoak::Start() {
@@ -162,8 +160,7 @@ std::string CSoak::Verdict(const LEDGER_TOTALS& totals) const {
 bool CSoak::Run() {
     HLX_Init();
     HLX_Cleanup();  // what lives as long as the process is there from now on
-    const int threads = ThreadCount();
-    const int descriptors = OpenDescriptorCount();
+    const int threads = ThreadCount(), descriptors = OpenDescriptorCount();
     HLX_Init();
     if (!Start()) {
         std::fprintf(stderr, "soak: no start, number %u\n", unsigned{HLX_GetLastError()});

@@ -99,8 +99,7 @@ TRACED_RECORD RecordTraced(const TRACED_ORDER& order) {
 }
 
 size_t PicturesWithin(const REPLAY_LINK& link, size_t bytes) {
-    size_t end = 0;
-    size_t pictures = 0;
+    size_t end = 0, pictures = 0;
     bool bPicture = false;
     for (const REPLAY_STEP& step : link) {
         end += step.bytes.size();

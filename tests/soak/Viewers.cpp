@@ -76,8 +76,7 @@ bool CViewers::AllRun(std::uint64_t count) const {
 double ResidentBytes() {
     malloc_trim(0);
     std::ifstream file("/proc/self/statm");
-    double total = 0;
-    double resident = 0;
+    double total = 0, resident = 0;
     file >> total >> resident;
     return resident * static_cast<double>(sysconf(_SC_PAGESIZE));
 }

@@ -13,8 +13,6 @@ public:
     /// Starts `count` recorders made of `config`, whose user and password are used for the logins.
     CViewers(unsigned count, CLASSIC_RECORDER_CONFIG config);
     ~CViewers();
-    CViewers(const CViewers&) = delete;
-    CViewers& operator=(const CViewers&) = delete;
 
     /// Logs in to each recorder and plays each channel. False when one refuses.
     bool Start();
@@ -36,8 +34,7 @@ public:
 private:
     struct STREAM {
         CViewers* pOwner = nullptr;
-        unsigned recorder = 0;
-        unsigned channel = 0;
+        unsigned recorder = 0, channel = 0;
         POINTERHANDLE handle = 0;
         std::uint64_t mark = 0;
     };

@@ -9,8 +9,7 @@
 #include "support/TestSupport.h"
 
 struct AVI_CHUNK {
-    std::string id;
-    std::string bytes;
+    std::string id, bytes;
 };
 
 inline std::uint32_t NumberAt(const std::string& bytes, size_t offset) {

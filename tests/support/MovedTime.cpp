@@ -54,8 +54,7 @@ tint64 CMovedTime::RealSlice(tint64 leftMicroseconds) {
 
 tint64 CMovedTime::Now() {
     constexpr tint64 LONGEST_STEP = 5000;
-    const tint64 real = RealMicroseconds<std::chrono::steady_clock>();
-    const tint64 passed = real - m_realSeen;
+    const tint64 real = RealMicroseconds<std::chrono::steady_clock>(), passed = real - m_realSeen;
     m_realSeen = real;
     return m_monotonicBase += m_rate > 1 ? std::min(passed, LONGEST_STEP) * m_rate : passed * m_rate;
 }

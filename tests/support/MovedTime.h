@@ -13,8 +13,6 @@ class CMovedTime : public CTimeSource {
 public:
     CMovedTime();
     ~CMovedTime() override;
-    CMovedTime(const CMovedTime&) = delete;
-    CMovedTime& operator=(const CMovedTime&) = delete;
 
     void Advance(tint64 milliseconds);
     void JumpWall(tint64 milliseconds);

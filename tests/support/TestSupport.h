@@ -8,6 +8,13 @@
 #include <functional>
 #include <string>
 
+/// What is never copied.
+struct CUncopied {
+    CUncopied() = default;
+    CUncopied(const CUncopied&) = delete;
+    CUncopied& operator=(const CUncopied&) = delete;
+};
+
 /// Looks at `predicate` every millisecond of real time until it is true (result true) or `timeout` is over (result
 /// false).
 bool WaitUntil(const std::function<bool()>& predicate, std::chrono::milliseconds timeout = std::chrono::seconds(10));
@@ -25,12 +32,10 @@ int ThreadCount();
 std::string ReadBytes(const std::filesystem::path& path);
 
 /// A directory of its own, removed with all that is in it.
-class CTempDir {
+class CTempDir : CUncopied {
 public:
     CTempDir();
     ~CTempDir();
-    CTempDir(const CTempDir&) = delete;
-    CTempDir& operator=(const CTempDir&) = delete;
 
     const std::filesystem::path& Path() const { return m_path; }
     std::string File(const char* pName) const { return (m_path / pName).string(); }
@@ -40,12 +45,10 @@ private:
 };
 
 /// Stands for a disk that is full: no file of this process grows beyond `room` bytes. One at a time.
-class CFullDisk {
+class CFullDisk : CUncopied {
 public:
     explicit CFullDisk(size_t room);
     ~CFullDisk();
-    CFullDisk(const CFullDisk&) = delete;
-    CFullDisk& operator=(const CFullDisk&) = delete;
 
 private:
     rlimit m_before{};

@@ -1,17 +1,12 @@
 // hlx as a process against a recorder in this one, which shows what it was made to do.
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 
 #include "HLX.h"
 #include "Process.h"
 #include "protocol/ClassicCommands.h"
 #include "simulator/classic/ClassicRecorder.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 
@@ -37,9 +32,7 @@ protected:
 
     // {"ptz", "up"} becomes hlx ptz HOST up.
     Args Line(const Args& args) const {
-        Args line = {HLX_TOOL, args[0], m_strAddress};
-        line.insert(line.end(), args.begin() + 1, args.end());
-        return line;
+        return Args{HLX_TOOL, args[0], m_strAddress} + Args(args.begin() + 1, args.end());
     }
     PROCESS_RESULT Run(const Args& args, const std::string& strZone = "UTC0") const {
         return RunProcess(Line(args), {{"HLX_PASSWORD=secret", "TZ=" + strZone}, {}, false});
@@ -198,9 +191,8 @@ TEST_F(CliControl, RecordingsFilesEventsAndLogs) {
     const CSimArchive& archive = m_recorder->Archive();
     const CSimArchive::QUERY lastDay = {{1'795'219'200, 1'795'305'600}, 1};
     const auto there = archive.FindFiles(lastDay).size();
-    const auto run = [&](Args args, const Args& more, size_t nLines, int nExit = 0) {
-        args.insert(args.end(), more.begin(), more.end());
-        const auto result = Run(args);
+    const auto run = [&](const Args& args, const Args& more, size_t nLines, int nExit = 0) {
+        const auto result = Run(args + more);
         EXPECT_EQ(result.nExit, nExit) << testing::PrintToString(args) << result.strErrors;
         EXPECT_EQ(static_cast<size_t>(std::ranges::count(result.strOutput, '\n')), nLines) << result.strOutput;
     };
@@ -220,41 +212,37 @@ TEST_F(CliControl, RecordingsFilesEventsAndLogs) {
 }
 
 TEST_F(CliControl, RefusalsAndWrongLines) {
-    struct ROW {
-        Args args;
-        int nExit;
-        const char* sText;
-    };
-    const ROW rows[] = {{{"ptz", "preset-go", "9"}, 1, "HLX_ERROR_SERIALPORT, 18"},
-                        {{"ptz", "preset-go", "9", "--json"}, 1, "HLX_ERROR_SERIALPORT, 18"},
-                        {{"ptz", "up", "-c", "4"}, 1, "channel 4 of 0 to 3: the device has no such channel"},
-                        {{"snapshot", "-o", "/no/such/x.jpg"}, 1, "cannot write /no/such/x.jpg"},
-                        {{"color", "--hue", "256"}, 2, "hue 256: the device takes 0 to 255"},
-                        {{"reboot"}, 2, "--yes"},
-                        {{"ptz"}, 2, "ACTION"},
-                        {{"ptz", "dance"}, 2, "dance: no such action"},
-                        {{"ptz", "preset-go"}, 2, "needs a number"},
-                        {{"ptz", "up", "3"}, 2, "takes no number"},
-                        {{"ptz", "stop", "--for", "1s"}, 2, "takes no --for"},
-                        {{"ptz", "cruise-set", "1"}, 2, "at least one --station"},
-                        {{"ptz", "cruise-set", "1", "--station", "3:x"}, 2, "3:x: not a station"},
-                        {{"time", "--set", "noon"}, 2, "noon: not a time"},
-                        {{"files", "--from", "12:00", "--to", "11:00"}, 2, "not later than --from"},
-                        {{"files", "--delete", "--yes"}, 2, "--from"},
-                        {{"recordings", "--calendar", "13"}, 2, "13: not a month"},
-                        {{"snapshot"}, 2, "--output"},
-                        {{"snapshot", "-o", "-", "--json"}, 2, "both need standard output"},
-                        {{"reboot", "--limit", "1s"}, 2, "--wait"},
-                        {{"info", "--log", "/tmp/x.txt"}, 2, "ends in .log"},
-                        {{"info", "--log", "/no/such/x.log"}, 1, "cannot write /no/such/x.log"}};
-    for (const ROW& row : rows) {
-        const auto result = Run(row.args);
-        EXPECT_EQ(result.nExit, row.nExit) << testing::PrintToString(row.args);
-        EXPECT_TRUE(Holds(result.strErrors, row.sText)) << result.strErrors;
-        const bool bJson = row.args.back() == "--json";
+    const std::tuple<Args, int, const char*> rows[] = {
+        {{"ptz", "preset-go", "9"}, 1, "HLX_ERROR_SERIALPORT, 18"},
+        {{"ptz", "preset-go", "9", "--json"}, 1, "HLX_ERROR_SERIALPORT, 18"},
+        {{"ptz", "up", "-c", "4"}, 1, "channel 4 of 0 to 3: the device has no such channel"},
+        {{"snapshot", "-o", "/no/such/x.jpg"}, 1, "cannot write /no/such/x.jpg"},
+        {{"color", "--hue", "256"}, 2, "hue 256: the device takes 0 to 255"},
+        {{"reboot"}, 2, "--yes"},
+        {{"ptz"}, 2, "ACTION"},
+        {{"ptz", "dance"}, 2, "dance: no such action"},
+        {{"ptz", "preset-go"}, 2, "needs a number"},
+        {{"ptz", "up", "3"}, 2, "takes no number"},
+        {{"ptz", "stop", "--for", "1s"}, 2, "takes no --for"},
+        {{"ptz", "cruise-set", "1"}, 2, "at least one --station"},
+        {{"ptz", "cruise-set", "1", "--station", "3:x"}, 2, "3:x: not a station"},
+        {{"time", "--set", "noon"}, 2, "noon: not a time"},
+        {{"files", "--from", "12:00", "--to", "11:00"}, 2, "not later than --from"},
+        {{"files", "--delete", "--yes"}, 2, "--from"},
+        {{"recordings", "--calendar", "13"}, 2, "13: not a month"},
+        {{"snapshot"}, 2, "--output"},
+        {{"snapshot", "-o", "-", "--json"}, 2, "both need standard output"},
+        {{"reboot", "--limit", "1s"}, 2, "--wait"},
+        {{"info", "--log", "/tmp/x.txt"}, 2, "ends in .log"},
+        {{"info", "--log", "/no/such/x.log"}, 1, "cannot write /no/such/x.log"}};
+    for (const auto& [args, nExit, sText] : rows) {
+        const auto result = Run(args);
+        EXPECT_EQ(result.nExit, nExit) << testing::PrintToString(args);
+        EXPECT_TRUE(Holds(result.strErrors, sText)) << result.strErrors;
+        const bool bJson = args.back() == "--json";
         EXPECT_EQ(Holds(result.strOutput, "\"event\":\"error\""), bJson) << result.strOutput;
-        EXPECT_EQ(NumberBehind(result.strOutput, "\"exit\":"), bJson ? row.nExit : -1);
-        EXPECT_EQ(NumberBehind(result.strOutput, "\"number\":"), bJson && row.nExit == 1 ? 18 : -1);
+        EXPECT_EQ(NumberBehind(result.strOutput, "\"exit\":"), bJson ? nExit : -1);
+        EXPECT_EQ(NumberBehind(result.strOutput, "\"number\":"), bJson && nExit == 1 ? 18 : -1);
     }
     EXPECT_EQ(m_recorder->CommandCount(CMD_REQUEST_REBOOT), 0u);
 }
@@ -287,8 +275,7 @@ std::string Offered(const Args& words) {
                  "' completion bash); COMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1)); "
                  "$(complete -p hlx | sed 's/.*-F \\([^ ]*\\).*/\\1/'); echo \"${COMPREPLY[*]}\"",
                  "bash"};
-    line.insert(line.end(), words.begin(), words.end());
-    const auto result = RunProcess(line);
+    const auto result = RunProcess(line + words);
     EXPECT_EQ(result.strErrors, "");
     return result.strOutput;
 }
@@ -305,9 +292,8 @@ TEST(CliCompletion, BashOffersCommandsOptionsAndWords) {
                                                  {{"hlx", "ptz", "h", ":", "80", "-c", "1", "zoom-i"}, "zoom-in"},
                                                  {{"hlx", "ptz", "h", "up", "--fo"}, "--for"},
                                                  {{"hlx", "completion", ""}, "bash zsh fish"}};
-    for (const auto& [words, strExpected] : rows) {
+    for (const auto& [words, strExpected] : rows)
         EXPECT_EQ(Offered(words), strExpected + "\n") << testing::PrintToString(words);
-    }
 }
 
 }  // namespace

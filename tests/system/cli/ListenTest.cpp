@@ -1,11 +1,9 @@
 // hlx listen against recorders that call in.
-#include <gtest/gtest.h>
 
 #include <csignal>
-#include <fstream>
 
 #include "Process.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 
@@ -24,10 +22,9 @@ struct CListening : CServer {
 
 // A recorder of four channels named Gate that calls the listener.
 Args Caller(const CListening& listening, const char* sID, const Args& extra = {}) {
-    Args args = {HLX_SIMULATOR, "classic", "--call-in", listening.Address(), "--register-id", sID,       "--channels",
-                 "4",           "--name",  "Gate",      "--call-again",      "50ms",          "--events"};
-    args.insert(args.end(), extra.begin(), extra.end());
-    return args;
+    return Args{HLX_SIMULATOR, "classic", "--call-in", listening.Address(), "--register-id", sID,       "--channels",
+                "4",           "--name",  "Gate",      "--call-again",      "50ms",          "--events"} +
+           extra;
 }
 
 constexpr const char* GATE =

@@ -1,18 +1,14 @@
-#include <gtest/gtest.h>
-
 #include <csignal>
 
 #include "Process.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 
 /// hlx play and the lists against a recorder whose recordings end at two.
 struct CliPlay : testing::Test {
     Args Line(const char* pCommand, const Args& extra) const {
-        Args args = {HLX_TOOL, pCommand, m_simulator.Address()};
-        args.insert(args.end(), extra.begin(), extra.end());
-        return args;
+        return Args{HLX_TOOL, pCommand, m_simulator.Address()} + extra;
     }
     PROCESS_RESULT Run(const char* pCommand, const Args& extra) const {
         return RunProcess(Line(pCommand, extra), WITH_PASSWORD);
@@ -25,14 +21,11 @@ TEST_F(CliPlay, FiguresAreThoseOfTheFramesThatAreShown) {
     const Args span = {"--from", "2026-11-21T13:00", "--to", "2026-11-21T13:00:04", "--json"};
     const struct {
         Args extra;
-        int64_t frames;
-        int64_t keyFrames;
+        int64_t frames, keyFrames;
         bool bSound;
     } rows[] = {{{"--speed", "4"}, 100, 4, true}, {{"--reverse"}, 3, 3, false}};
     for (const auto& row : rows) {
-        Args args = span;
-        args.insert(args.end(), row.extra.begin(), row.extra.end());
-        const auto result = Run("play", args);
+        const auto result = Run("play", span + row.extra);
         EXPECT_EQ(result.nExit, 0) << result.strErrors;
         const std::string end = result.strOutput.substr(result.strOutput.find(R"("reason":"end of range")"));
         EXPECT_GE(NumberBehind(end, R"("frames":)"), row.frames) << end;
@@ -56,12 +49,7 @@ TEST_F(CliPlay, ASignalEndsItInOrder) {
 }
 
 TEST_F(CliPlay, WhereNothingIsRecordedIsSaid) {
-    const struct {
-        const char* pCommand;
-        Args extra;
-        int exit;
-        const char* pErrors;
-    } rows[] = {
+    const std::tuple<const char*, Args, int, const char*> rows[] = {
         {"recordings", {"--from", "2026-11-22"}, 0, "no recordings of any channel then; the device has some from 2026"},
         {"recordings", {"--from", "2026-10-01", "--to", "2026-10-02"}, 0, "no recordings of any channel then"},
         {"files", {"--from", "2026-11-22", "--to", "2026-11-23"}, 0, "no files of any channel from 2026-11-22"},
@@ -69,11 +57,11 @@ TEST_F(CliPlay, WhereNothingIsRecordedIsSaid) {
         {"play", {"--from", "2026-11-22", "--to", "2026-11-23"}, 1, "HLX_FILE_NOFIND"},
         {"play", {"--from", "2026-11-22"}, 2, "--from and --to are required; see hlx play --help"},
     };
-    for (const auto& row : rows) {
-        const auto result = Run(row.pCommand, row.extra);
-        EXPECT_EQ(result.nExit, row.exit) << result.strErrors;
+    for (const auto& [pCommand, extra, exit, pErrors] : rows) {
+        const auto result = Run(pCommand, extra);
+        EXPECT_EQ(result.nExit, exit) << result.strErrors;
         EXPECT_EQ(result.strOutput, "");
-        EXPECT_TRUE(Holds(result.strErrors, row.pErrors)) << result.strErrors;
+        EXPECT_TRUE(Holds(result.strErrors, pErrors)) << result.strErrors;
     }
 }
 

@@ -55,6 +55,11 @@ void Take(int& nFd, std::string& strText) {
 
 }  // namespace
 
+Args operator+(Args first, const Args& more) {
+    first.insert(first.end(), more.begin(), more.end());
+    return first;
+}
+
 bool Holds(const std::string& strText, const std::string& strPart) {
     return strText.find(strPart) != std::string::npos;
 }

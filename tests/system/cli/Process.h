@@ -8,6 +8,9 @@
 
 using Args = std::vector<std::string>;
 
+/// The words of both.
+Args operator+(Args first, const Args& more);
+
 struct PROCESS_OPTIONS {
     std::vector<std::string> environment;  // NAME=VALUE, added to ours; NAME alone is removed
     std::string strInput;                  // what stands on its standard input
@@ -52,13 +55,9 @@ private:
     int Reap();
 
     pid_t m_nPid = -1;
-    int m_nPidFd = -1;
-    int m_nOutput = -1;
-    int m_nErrors = -1;
-    int m_nExit = 0;
+    int m_nPidFd = -1, m_nOutput = -1, m_nErrors = -1, m_nExit = 0;
     bool m_bEnded = false;
-    std::string m_strOutput;
-    std::string m_strErrors;
+    std::string m_strOutput, m_strErrors;
 };
 
 // One that tells its port in its first line, in JSON.
@@ -73,7 +72,6 @@ private:
 
 struct PROCESS_RESULT {
     int nExit;
-    std::string strOutput;
-    std::string strErrors;
+    std::string strOutput, strErrors;
 };
 PROCESS_RESULT RunProcess(const Args& args, const PROCESS_OPTIONS& options = {});

@@ -1,10 +1,7 @@
-#include <gtest/gtest.h>
-
 #include <csignal>
-#include <fstream>
 
 #include "Process.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 

@@ -1,15 +1,12 @@
 #include "hlx/Text.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
 #include <ctime>
-#include <tuple>
 
 #include "hlx/Calendar.h"
 #include "hlx/DateText.h"
 #include "hlx/Picture.h"
 #include "hlx/TimeText.h"
+#include "support/Test.h"
 
 namespace {
 

@@ -1,5 +1,4 @@
 // What an application may do inside each of its callbacks: everything, but for what is refused there.
-#include <atomic>
 
 #include "main_utility/device/classic/DVRNetDevice_V3.h"
 #include "main_utility/device/NetDeviceMan.h"
@@ -34,9 +33,8 @@ std::ostream& operator<<(std::ostream& out, const CALLBACK_ROW& row) { return ou
 class Callbacks : public CSystemTest, public testing::WithParamInterface<CALLBACK_ROW> {
 public:
     CClassicRecorder& NewRecorder(const std::string& sCallIn = "") {
-        CLASSIC_RECORDER_CONFIG config = Fast(4);
+        CLASSIC_RECORDER_CONFIG config = Beating();
         config.sCallIn = sCallIn;
-        config.heartbeat = std::chrono::milliseconds(100);  // in step with the faster clock
         config.registerID = 77;
         return StartRecorder(config);
     }
@@ -119,8 +117,7 @@ protected:
 
     DWORD m_type = 0;
     WORD m_otherPort = 0;  // of the second recorder
-    std::atomic<bool> m_bCalled{false};
-    std::atomic<bool> m_bDone{false};
+    std::atomic<bool> m_bCalled{false}, m_bDone{false};
     std::atomic<LONG> m_told{0};
 };
 

@@ -1,8 +1,4 @@
 // An application steers a recorder.
-#include <algorithm>
-#include <atomic>
-#include <filesystem>
-#include <thread>
 
 #include "simulator/SimBytes.h"
 #include "System.h"

@@ -6,6 +6,7 @@
 #include "main_utility/media/framefile/FrameFileReader.h"
 #include "Recorded.h"
 #include "support/HeardLog.h"
+#include "support/PaddedClip.h"
 
 namespace {
 
@@ -32,6 +33,7 @@ protected:
         if (dataType == NET_DVR_BACKUP_DATA_TYPE_NULL) return test.m_ends.push_back(*pBuffer);
         test.m_records.append(reinterpret_cast<const char*>(pBuffer), length);
         ++test.m_count;
+        std::this_thread::sleep_for(std::chrono::milliseconds(test.m_pause));
     }
     /// The position that is not the way to 100.
     static int Await(POINTERHANDLE handle) {
@@ -61,6 +63,7 @@ protected:
     std::string m_records;
     std::atomic<size_t> m_count{0};
     std::vector<int> m_ends;
+    int m_pause = 0;  // milliseconds
 };
 
 TEST_F(Downloads, BringWhatTheArchiveHas) {
@@ -96,6 +99,27 @@ TEST_F(Downloads, BringWhatTheArchiveHas) {
             }
             Compare(m_folder.File("x"), expected, expected.frames.size());
         }
+    }
+}
+
+/// Frames of which few fit the ring, and a callback that takes longer than the engine waits for room.
+TEST_F(Downloads, LoseNoFrameHoweverLarge) {
+    for (const size_t size : {75'000, 400'000, 1'100'000}) {
+        SCOPED_TRACE(size);
+        CTempDir media;
+        CLASSIC_RECORDER_CONFIG config = Fast(4);
+        config.recordings.firstClips = {MakePaddedClip(media.Path(), size, 25)};
+        Open(config);
+        const tint64 start = m_places->last.span.start;
+        const ARCHIVE_SEQUENCE expected = Expected({1}, start, start + 1);
+        m_records.clear();
+        m_pause = 12;
+        const POINTERHANDLE handle = Begin(1, start, start + 1, true);
+        ASSERT_GT(handle, 0) << HLX_GetLastError();
+        EXPECT_EQ(Await(handle), FINISHED);
+        EXPECT_TRUE(HLX_StopGetFile(handle));
+        std::ofstream(m_folder.File("x")) << m_records;
+        Compare(m_folder.File("x"), expected, expected.frames.size());
     }
 }
 

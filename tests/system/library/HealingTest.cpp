@@ -1,6 +1,4 @@
 // Sessions and streams that come back by themselves.
-#include <atomic>
-#include <chrono>
 
 #include "System.h"
 
@@ -12,40 +10,22 @@ protected:
 
     void SetUp() override {
         CSystemTest::SetUp();
-        ASSERT_TRUE(HLX_SetReconnect(500, true));
-        ASSERT_TRUE(HLX_SetSDKMessageCallBack(
-            0, nullptr,
-            [](DWORD type, LONG, LONG, void* pUser) {
-                auto& self = *static_cast<Healing*>(pUser);
-                const bool bBreak = type == NETWORK_DISCONNECT;
-                if (self.m_breaks - self.m_returns != !bBreak) self.m_bInOrder = false;
-                (bBreak ? self.m_breaks : self.m_returns) += 1;
-            },
-            this));
+        m_told.emplace(500);
     }
     void TearDown() override {
-        HLX_SetSDKMessageCallBack(0, nullptr, nullptr, nullptr);
-        HLX_SetReconnect(3000, true);
+        m_told.reset();
         CSystemTest::TearDown();
     }
-    static CLASSIC_RECORDER_CONFIG Beating(unsigned channels) {
-        CLASSIC_RECORDER_CONFIG config = Fast(channels, 4);
-        config.heartbeat = std::chrono::milliseconds(100);  // in step with the faster clock
-        return config;
-    }
-
     /// The stream delivers again after what came so far.
     static bool Runs(const CReceiver& receiver) {
         return receiver.WaitForFrames(receiver.Count(DD_FRAME_TYPE_VIDEO) + 3);
     }
 
-    std::atomic<int> m_breaks{0};
-    std::atomic<int> m_returns{0};
-    std::atomic<bool> m_bInOrder{true};  // breaks and returns came by turns, so far as there was one session only
+    std::optional<CTold> m_told;
 };
 
 TEST_F(Healing, CutsOfEachKindAreToldOnceAndStreamsRunAgain) {
-    CClassicRecorder& recorder = StartRecorder(Beating(4));
+    CClassicRecorder& recorder = StartRecorder(Beating(4, 4));
     const LONG id = Login();
     CReceiver receivers[3];
     ASSERT_GT(receivers[0].Play(id, 0), 0);
@@ -61,31 +41,27 @@ TEST_F(Healing, CutsOfEachKindAreToldOnceAndStreamsRunAgain) {
         if (kind == "password") recorder.SetPassword("other");
         if (kind == "refused") recorder.SetFaults({{SIM_FAULT_KIND::CLOSE, SIM_PHASE::LOGIN, 0, 3}});
         recorder.CutLinks(kind == "silent" ? SIM_CUT::SILENT : kind == "reset" ? SIM_CUT::RESET : SIM_CUT::CLOSE);
-        ASSERT_TRUE(WaitUntil([&] { return m_breaks == round + 1; }));
+        ASSERT_TRUE(WaitUntil([&] { return m_told->m_breaks == round + 1; }));
         if (kind == "password") {
             EXPECT_TRUE(m_events.WaitFor(SIM_EVENT_KIND::REFUSED, refusals + 2, std::chrono::seconds(5)));
             recorder.SetPassword("secret");
         }
-        ASSERT_TRUE(WaitUntil([&] { return m_returns == round + 1; }));
-        EXPECT_TRUE(Runs(receivers[0]));
-        EXPECT_TRUE(Runs(receivers[1]));
+        ASSERT_TRUE(WaitUntil([&] { return m_told->m_returns == round + 1; }));
+        EXPECT_TRUE(Runs(receivers[0]) && Runs(receivers[1]));
     }
-    EXPECT_EQ(rounds, m_breaks);
-    EXPECT_TRUE(m_bInOrder);
-    EXPECT_TRUE(HLX_Logout(id));
+    EXPECT_EQ(rounds, m_told->m_breaks);
+    EXPECT_TRUE(m_told->m_bInOrder && HLX_Logout(id));
 }
 
 TEST_F(Healing, SixtyFourChannelsAreBackSoonAndEachFrameArrivesOnce) {
-    CLASSIC_RECORDER_CONFIG config = Beating(64);
-    config.speed = 2;  // the number of streams counts, not their rate
-    CClassicRecorder& recorder = StartRecorder(config);
+    CClassicRecorder& recorder = StartRecorder(Beating(64, 2));  // the number of streams counts, not their rate
     const LONG id = Login();
     std::vector<CReceiver> receivers(64);
     for (int channel = 0; channel < 64; ++channel) ASSERT_GT(receivers[channel].Play(id, channel, HLX_SUB_STREAM), 0);
     for (const CReceiver& receiver : receivers) ASSERT_TRUE(receiver.WaitForFrames(1));
     const CFastTime fast(RATE);
     recorder.CutLinks(SIM_CUT::RESET);
-    ASSERT_TRUE(WaitUntil([&] { return m_returns == 1; }));
+    ASSERT_TRUE(WaitUntil([&] { return m_told->m_returns == 1; }));
     const size_t before = receivers[0].Frames().size();
     for (const CReceiver& receiver : receivers) EXPECT_TRUE(Runs(receiver));
     HLX_Logout(id);

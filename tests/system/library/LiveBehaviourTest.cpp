@@ -1,6 +1,4 @@
 // What an application sees of live streams beside the frames themselves.
-#include <atomic>
-#include <thread>
 
 #include "System.h"
 
@@ -35,8 +33,7 @@ TEST_F(Live, FormatsComeFirstAndTheOneBlockFormCarriesTheHead) {
 
     ASSERT_EQ(UINT{DD_FRAME_TYPE_VIDEO_FORMAT}, seen.blocks[0].first);
     ASSERT_EQ(96U, seen.blocks[0].second.size());
-    bool bSoundFormat = false;
-    bool bVideo = false;
+    bool bSoundFormat = false, bVideo = false;
     for (size_t at = 1; at < seen.blocks.size(); ++at) {
         const auto& [type, bytes] = seen.blocks[at];
         HLX_FRAME_INFO head;
@@ -59,22 +56,18 @@ TEST_F(Live, ACallbackThatTakesAnothersPlaceIsToldTheFormats) {
     ASSERT_TRUE(first.WaitForFrames(3) && first.WaitForFrames(1, DD_FRAME_TYPE_AUDIO));
     CReceiver next;
     ASSERT_TRUE(HLX_SetLiveDataCallBack(handle, CReceiver::OnFrame, &next));
-    EXPECT_TRUE(next.WaitForFrames(1));
-    EXPECT_TRUE(HLX_StopLivePlay(handle));
+    EXPECT_TRUE(next.WaitForFrames(1) && HLX_StopLivePlay(handle));
     const auto frames = next.Frames();
     EXPECT_EQ(frames.at(0).info.frameType, DWORD{DD_FRAME_TYPE_VIDEO_FORMAT});
     EXPECT_EQ(frames.at(1).info.frameType, DWORD{DD_FRAME_TYPE_AUDIO_FORMAT});
 }
 
 TEST_F(Live, ARecorderThatAnswersNothingDoesNotKeepASilentStreamOfAnotherStopped) {
-    CLASSIC_RECORDER_CONFIG beating = Fast(1, 4);
-    beating.heartbeat = std::chrono::milliseconds(100);  // in step with the faster clock
-    CReceiver hungReceiver;
-    CReceiver receiver;
-    CClassicRecorder& hung = StartRecorder(beating);
+    CReceiver hungReceiver, receiver;
+    CClassicRecorder& hung = StartRecorder(Beating(1, 4));
     ASSERT_GT(hungReceiver.Play(Login(), 0), 0);
     ASSERT_TRUE(hungReceiver.WaitForFrames(1));
-    CClassicRecorder& recorder = StartRecorder(beating);
+    CClassicRecorder& recorder = StartRecorder(Beating(1, 4));
     ASSERT_GT(receiver.Play(Login(), 0), 0);
     ASSERT_TRUE(receiver.WaitForFrames(1));
     hung.SetFaults(
@@ -148,8 +141,7 @@ TEST_F(Live, StopLogoutAndCleanupAreQuickWhileFramesPour) {
         for (const CReceiver& receiver : receivers) EXPECT_TRUE(receiver.WaitForFrames(1));
         return handles;
     };
-    const LONG first = Login();
-    const LONG second = Login();
+    const LONG first = Login(), second = Login();
     const auto handles = playAll(first);
     EXPECT_LT(took([&] { EXPECT_TRUE(HLX_StopLivePlay(handles[0])); }), std::chrono::seconds(1));
     const size_t before = receivers[0].Count(DD_FRAME_TYPE_VIDEO);
@@ -177,19 +169,16 @@ TEST_F(Live, APlayBesideALogoutLeavesNoStream) {
         EXPECT_TRUE(WaitUntil([&] { return begun() >= static_cast<std::uint64_t>(i % 3); }));
         EXPECT_TRUE(HLX_Logout(id));
         for (std::thread& player : players) player.join();
-        for (const POINTERHANDLE handle : handles) {
+        for (const POINTERHANDLE handle : handles)
             EXPECT_FALSE(handle > 0 && HLX_StopLivePlay(handle)) << "stopped by the logout";
-        }
     }
 }
 
 TEST_F(Live, AStreamThatIsBeingStoppedSharesItsRingWithNobody) {
     CClassicRecorder& recorder = StartRecorder(Fast(1, 20));
     const LONG id = Login();
-    std::atomic<bool> bHeld{false};
-    std::atomic<bool> bRelease{false};
-    CReceiver held;
-    CReceiver other;
+    std::atomic<bool> bHeld{false}, bRelease{false};
+    CReceiver held, other;
     held.m_inCallback = [&](POINTERHANDLE, const HLX_FRAME_INFO&) {
         bHeld = true;
         WaitUntil([&] { return bRelease.load(); });

@@ -1,5 +1,4 @@
 // Every frame that a device sends reaches the application whole, once and in order.
-#include <algorithm>
 
 #include "System.h"
 
@@ -9,8 +8,7 @@ struct LOAD {
     unsigned channels;
     LONG streamType;
     double speed;
-    unsigned packLimit;
-    unsigned soundUnits;
+    unsigned packLimit, soundUnits;
     const char* sFirstClip;
     const char* sSecondClip;
 };
@@ -63,10 +61,7 @@ TEST_P(StreamFaults, NoFalseFrameAndNoHang) {
     CLASSIC_RECORDER_CONFIG config = Fast(4, 10);
     config.packLimit = 2048;
     config.bKeepDigests = true;
-    std::string sError;
-    const auto fault = ParseFault(GetParam(), sError);
-    ASSERT_TRUE(fault) << sError;
-    config.faults = {*fault};
+    config.faults = {Fault(GetParam())};
     CClassicRecorder& recorder = StartRecorder(config);
     const LONG id = Login();
     ASSERT_GT(id, 0);

@@ -1,8 +1,4 @@
 // Alarms and status as the application hears them.
-#include <algorithm>
-#include <atomic>
-#include <cstring>
-#include <future>
 
 #include "System.h"
 
@@ -10,8 +6,7 @@ namespace {
 
 struct CALL {
     bool bExtended;
-    LONG lCommand;
-    LONG lUserID;
+    LONG lCommand, lUserID;
     std::vector<char> data;
 
     template <class Record>
@@ -66,15 +61,12 @@ private:
 class Messages : public CSystemTest {
 protected:
     LONG LoginTo(const CLASSIC_STATUS& status) {
-        CLASSIC_RECORDER_CONFIG config = Fast(4);
-        config.heartbeat = std::chrono::milliseconds(100);  // in step with the faster clock
-        StartRecorder(config).SetStatus(status);
+        StartRecorder(Beating()).SetStatus(status);
         return Login();
     }
     LONG LoginWithMotion() { return LoginTo({.motion = 1}); }
 
     CListener m_listener;
-    std::atomic<int> m_breaks{0};
     const CFastTime m_fast{20};
 };
 
@@ -111,8 +103,7 @@ TEST_F(Messages, BothFormsGetTheirOwnRecordsInOrder) {
 }
 
 TEST_F(Messages, AChannelSetUpTwiceIsToldOnceAndWhatEndsIsToldNoMore) {
-    const LONG first = LoginWithMotion();
-    const LONG second = LoginWithMotion();
+    const LONG first = LoginWithMotion(), second = LoginWithMotion();
     for (const LONG id : {first, first, second, second, LONG{4711}}) EXPECT_EQ(HLX_SetupAlarmChan(id), id);
     HLX_SetDVRMessageCallBack(CListener::OnMessage<false>, &m_listener);
     ASSERT_TRUE(m_listener.Hears(second, 3));
@@ -129,19 +120,14 @@ TEST_F(Messages, AChannelSetUpTwiceIsToldOnceAndWhatEndsIsToldNoMore) {
 }
 
 TEST_F(Messages, ABrokenSessionIsSilentUntilItIsBack) {
-    ASSERT_TRUE(HLX_SetReconnect(500, true));
-    const auto onException = [](DWORD type, LONG, LONG, void* pUser) {
-        if (type == NETWORK_DISCONNECT) ++*static_cast<std::atomic<int>*>(pUser);
-    };
-    HLX_SetSDKMessageCallBack(0, nullptr, onException, &m_breaks);
+    const CTold told(500);
     m_listener.Listen();
-    const LONG broken = LoginWithMotion();
-    const LONG other = LoginWithMotion();
+    const LONG broken = LoginWithMotion(), other = LoginWithMotion();
     for (const LONG id : {broken, other}) HLX_SetupAlarmChan(id);
     ASSERT_TRUE(m_listener.Hears(broken));
     m_recorders[0]->SetFaults({{SIM_FAULT_KIND::CLOSE, SIM_PHASE::LOGIN, 0, 1000000}});
     m_recorders[0]->CutLinks(SIM_CUT::RESET);
-    ASSERT_TRUE(WaitUntil([&] { return m_breaks == 1; }));
+    ASSERT_TRUE(WaitUntil([&] { return told.m_breaks == 1; }));
     ASSERT_TRUE(m_listener.Hears(other, 2));
     const auto own = [&](const CALL& call) { return call.lUserID == broken; };
     const size_t before = m_listener.Count(own);
@@ -154,8 +140,6 @@ TEST_F(Messages, ABrokenSessionIsSilentUntilItIsBack) {
         return own(call) && call.First<HLX_ALARMINFO>().dwAlarmType == HLX_ALARM_TYPE_VLOSS;
     };
     EXPECT_TRUE(WaitUntil([&] { return m_listener.Count(today) > 0; }));
-    HLX_SetSDKMessageCallBack(0, nullptr, nullptr, nullptr);
-    HLX_SetReconnect(3000, true);
 }
 
 TEST_F(Messages, AnEndWaitsForTheCallbackAndIsFinal) {
@@ -171,9 +155,7 @@ TEST_F(Messages, AnEndWaitsForTheCallbackAndIsFinal) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.pName);
         std::promise<void> entered;
-        std::atomic<bool> bEnding{false};
-        std::atomic<bool> bEnded{false};
-        std::atomic<bool> bEndedTooEarly{false};
+        std::atomic<bool> bEnding{false}, bEnded{false}, bEndedTooEarly{false};
         CListener listener;
         listener.m_inCallback = [&](LONG) {
             entered.set_value();
@@ -195,9 +177,7 @@ TEST_F(Messages, AnEndWaitsForTheCallbackAndIsFinal) {
 /// A message callback may stop the stream and wait for its thread.
 TEST_F(Messages, AFrameCallbackWaitsForNoMessageCallback) {
     const LONG id = LoginWithMotion();
-    std::atomic<bool> bInMessage{false};
-    std::atomic<bool> bEnded{false};
-    std::atomic<bool> bEndedMeanwhile{false};
+    std::atomic<bool> bInMessage{false}, bEnded{false}, bEndedMeanwhile{false};
     CReceiver receiver;
     receiver.m_inCallback = [&](POINTERHANDLE, const HLX_FRAME_INFO&) {
         if (bInMessage && !bEnded)

@@ -1,8 +1,6 @@
 // Recordings played through the exported functions. HLX_TEST_ROUNDS above 9 takes the long forms.
-#include <algorithm>
 #include <cmath>
 #include <list>
-#include <thread>
 
 #include "Recorded.h"
 
@@ -45,8 +43,7 @@ TEST_F(Playback, PacedOnNineStreamsOfThreeRecorders) {
     for (DWORD speed = HLX_RPB_SPEED_1_4X; speed <= HLX_RPB_SPEED_4X; ++speed) {
         if (!bLong && speed != HLX_RPB_SPEED_4X) continue;
         for (CPlayed& stream : streams) {
-            EXPECT_TRUE(stream.Control(HLX_PLAYCTRL_SETPOS, m_from));
-            EXPECT_TRUE(stream.Control(HLX_PLAYCTRL_FF, speed));
+            EXPECT_TRUE(stream.Control(HLX_PLAYCTRL_SETPOS, m_from) && stream.Control(HLX_PLAYCTRL_FF, speed));
             stream.Forget();
         }
         std::this_thread::sleep_for(std::chrono::seconds(bLong ? 10 : 1));

@@ -1,8 +1,5 @@
 // Starts, stops, logins, logouts and requests in random orders, from several threads and from inside callbacks, while frames pour and
 // links are cut. HLX_TEST_ROUNDS sets the number of orders.
-#include <atomic>
-#include <random>
-#include <thread>
 
 #include "System.h"
 
@@ -107,9 +104,7 @@ protected:
 };
 
 TEST_F(RandomOrders, NeitherHangNorLeak) {
-    CLASSIC_RECORDER_CONFIG config = Fast(4, 20);
-    config.heartbeat = std::chrono::milliseconds(100);  // in step with the faster clock
-    StartRecorder(config).SetStatus({.motion = 1});
+    StartRecorder(Beating(4, 20)).SetStatus({.motion = 1});
     const CFastTime fast(20);
     const auto orders = static_cast<unsigned>(Rounds(30));
     for (unsigned order = 0; order < orders; ++order) {

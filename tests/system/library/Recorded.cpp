@@ -1,7 +1,5 @@
 #include "Recorded.h"
 
-#include <algorithm>
-
 DD_TIME Time(std::int64_t seconds) {
     DD_TIME time{};
     HLX_FormatTime(seconds * 1000000, &time);
@@ -22,8 +20,7 @@ DWORD TypeOf(const ARCHIVE_FRAME& frame) {
 }
 
 std::string DataOf(const ARCHIVE_FRAME& frame) {
-    constexpr size_t PREFIX = 4;
-    constexpr size_t BLOCK = 320;
+    constexpr size_t PREFIX = 4, BLOCK = 320;
     std::string data(reinterpret_cast<const char*>(frame.data.data()), frame.data.size());
     if (frame.frameType == FRAME_TYPE_AUDIO)
         for (size_t at = 0; at < data.size(); at += BLOCK) data.erase(at, PREFIX);

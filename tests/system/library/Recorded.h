@@ -1,9 +1,6 @@
 // What tests of recordings compare with a simulated recorder's archive, and how they play it.
 #pragma once
 
-#include <atomic>
-#include <functional>
-#include <optional>
 #include <span>
 
 #include "System.h"
@@ -37,8 +34,6 @@ class CPlayed {
 public:
     CPlayed() = default;
     ~CPlayed() { HLX_StopPlayBack(m_lHandle); }
-    CPlayed(const CPlayed&) = delete;
-    CPlayed& operator=(const CPlayed&) = delete;
 
     /// Starts a playback from the first second on to before the second one.
     void Play(LONG lUserID, std::vector<LONG> channels, std::int64_t from, std::int64_t to, bool bFirst = true);

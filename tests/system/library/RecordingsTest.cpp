@@ -1,6 +1,4 @@
 // Long results of searches against a simulated recorder with recordings.
-#include <algorithm>
-#include <tuple>
 
 #include "System.h"
 
@@ -76,8 +74,7 @@ TEST_F(Recordings, FaultsInALongResult) {
         EXPECT_TRUE(WaitUntil([&] { return (m_id = Login()) > 0; }));
     };
     for (const auto& row : rows) {
-        std::string sError;
-        begin({ParseFault(row.sFault, sError).value()});
+        begin({Fault(row.sFault)});
         const CFastTime fast(row.rate);
         EXPECT_EQ(row.bEvents ? FindEvents() : FindLogs(), -1) << row.sFault;
         EXPECT_EQ(HLX_GetLastError(), row.error) << row.sFault;

@@ -1,6 +1,4 @@
 // Live streams that are saved: the file holds what was delivered, whatever else goes on.
-#include <algorithm>
-#include <thread>
 
 #include "support/AVIFileReader.h"
 #include "System.h"

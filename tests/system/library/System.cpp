@@ -1,10 +1,23 @@
 #include "System.h"
 
-#include <cstdlib>
-
 int Rounds(int few) {
     const char* pRounds = std::getenv("HLX_TEST_ROUNDS");
     return pRounds ? std::atoi(pRounds) : few;
+}
+
+CTold::CTold(DWORD dwReconnect) {
+    const auto tell = [](DWORD type, LONG, LONG, void* pUser) {
+        auto& self = *static_cast<CTold*>(pUser);
+        const bool bBreak = type == NETWORK_DISCONNECT;
+        if (self.m_breaks - self.m_returns != !bBreak) self.m_bInOrder = false;
+        (bBreak ? self.m_breaks : self.m_returns) += 1;
+    };
+    EXPECT_TRUE(HLX_SetReconnect(dwReconnect, true) && HLX_SetSDKMessageCallBack(0, nullptr, tell, this));
+}
+
+CTold::~CTold() {
+    HLX_SetSDKMessageCallBack(0, nullptr, nullptr, nullptr);
+    HLX_SetReconnect(3000, true);
 }
 
 void CSystemTest::SetUp() {
@@ -30,6 +43,19 @@ CLASSIC_RECORDER_CONFIG CSystemTest::Fast(unsigned channels, double speed) {
     config.speed = speed;
     config.sPassword = "secret";
     return config;
+}
+
+CLASSIC_RECORDER_CONFIG CSystemTest::Beating(unsigned channels, double speed) {
+    CLASSIC_RECORDER_CONFIG config = Fast(channels, speed);
+    config.heartbeat = std::chrono::milliseconds(100);
+    return config;
+}
+
+SIM_FAULT CSystemTest::Fault(const std::string& sText) {
+    std::string sError;
+    const auto fault = ParseFault(sText, sError);
+    EXPECT_TRUE(fault) << sError;
+    return fault.value_or(SIM_FAULT{});
 }
 
 CClassicRecorder& CSystemTest::StartRecorder(CLASSIC_RECORDER_CONFIG config) {

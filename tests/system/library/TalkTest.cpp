@@ -1,6 +1,5 @@
 // An application talks with a recorder.
 #include <numeric>
-#include <thread>
 
 #include "protocol/ClassicProtocol.h"
 #include "System.h"

@@ -1,9 +1,4 @@
 // Somebody sets the machine's clock while the library waits: nothing ends early, nothing lasts.
-#include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <optional>
-#include <thread>
 
 #include "System.h"
 
@@ -30,16 +25,16 @@ std::ostream& operator<<(std::ostream& out, const WAIT_ROW& row) { return out <<
 class WallClock : public CSystemTest, public testing::WithParamInterface<std::tuple<WAIT_ROW, bool>> {
 public:
     bool LoginFails(DWORD number) { return Login() == -1 && HLX_GetLastError() == number; }
-    bool PlayStarts() { return m_receiver.Play(m_id, 0) > 0 && m_breaks == 0; }
+    bool PlayStarts() { return m_receiver.Play(m_id, 0) > 0 && m_told->m_breaks == 0; }
     bool BreakIsTold(SIM_CUT cut) {
         m_recorders.back()->CutLinks(cut);
-        return WaitUntil([&] { return m_breaks == 1; }, 20s);
+        return WaitUntil([&] { return m_told->m_breaks == 1; }, 20s);
     }
     bool ReturnIsTold() {
-        return BreakIsTold(SIM_CUT::CLOSE) && WaitUntil([&] { return m_returns == 1; }, 20s);
+        return BreakIsTold(SIM_CUT::CLOSE) && WaitUntil([&] { return m_told->m_returns == 1; }, 20s);
     }
     bool StreamRunsOn(size_t frames) {
-        return m_receiver.WaitForFrames(m_receiver.Count(DD_FRAME_TYPE_VIDEO) + frames) && m_breaks == 0;
+        return m_receiver.WaitForFrames(m_receiver.Count(DD_FRAME_TYPE_VIDEO) + frames) && m_told->m_breaks == 0;
     }
     bool TimePasses(tint64 seconds) {
         const tint64 end = Seconds() + seconds;
@@ -49,15 +44,14 @@ public:
 protected:
     void SetUp() override;
     void TearDown() override {
-        HLX_SetReconnect(3000, true);
+        m_told.reset();
         HLX_SetConnectTime(5000, 3);
         CSystemTest::TearDown();
     }
 
     CReceiver m_receiver;
     LONG m_id = -1;
-    std::atomic<int> m_breaks{0};
-    std::atomic<int> m_returns{0};
+    std::optional<CTold> m_told;
 };
 
 void WallClock::SetUp() {
@@ -66,12 +60,7 @@ void WallClock::SetUp() {
     config.heartbeat = 50ms;  // in step with the faster clock
     StartRecorder(config);
     ASSERT_TRUE(HLX_SetConnectTime(8000, 1));
-    ASSERT_TRUE(HLX_SetReconnect(8000, true));
-    const auto tell = [](DWORD type, LONG, LONG, void* pUser) {
-        auto& self = *static_cast<WallClock*>(pUser);
-        (type == NETWORK_DISCONNECT ? self.m_breaks : self.m_returns) += 1;
-    };
-    ASSERT_TRUE(HLX_SetSDKMessageCallBack(0, nullptr, tell, this));
+    m_told.emplace(8000);
     ASSERT_GT(m_id = Login(), 0);
 }
 

@@ -1,6 +1,4 @@
 // Whatever one device or one callback does, the others' frames come whole, in order and without a gap.
-#include <future>
-#include <optional>
 
 #include "netservice/MultiNetDataBufferMan.h"
 #include "simulator/classic/ClassicSession.h"

@@ -1,8 +1,6 @@
 // Short forms of the heavy runs of scripts/soak --load.
-#include <gtest/gtest.h>
 
-#include <functional>
-
+#include "support/Test.h"
 #include "tests/soak/LoadProofs.h"
 
 namespace {

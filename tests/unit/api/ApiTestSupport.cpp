@@ -1,7 +1,5 @@
 #include "ApiTestSupport.h"
 
-#include <sstream>
-
 #include "sdk_common/ThreadState.h"
 
 namespace {

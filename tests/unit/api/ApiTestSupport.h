@@ -1,14 +1,9 @@
 // What the tests of the exported functions share.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "HLX.h"
 #include "support/MovedTime.h"
+#include "support/Test.h"
 
 /// A number that nothing under test sets.
 constexpr DWORD OTHER_ERROR = HLX_CARDHAVEINIT;

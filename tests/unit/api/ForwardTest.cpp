@@ -1,10 +1,8 @@
 // What of an exported call arrives at the device: the operation, the order of its arguments, the fixed ones among them.
-#include <functional>
 
 #include "ApiTestSupport.h"
 #include "main_utility/device/NetDeviceMan.h"
 #include "RecordingDevice.h"
-#include "support/TestSupport.h"
 #include "unit/device/ScriptedPeer.h"
 
 namespace {
@@ -104,8 +102,7 @@ TEST_F(Forward, LogoutFreesTheStreamsOfASessionThatIsGone) {
     EXPECT_TRUE(WaitUntil([&] { return m_bInCallback.load(); }));
     EXPECT_TRUE(HLX_Logout(m_caller));
     EXPECT_EQ(HLX_GetLastError(), DWORD{HLX_SUCCESS});
-    EXPECT_FALSE(HLX_StopLivePlay(live));
-    EXPECT_FALSE(HLX_Logout(m_caller));
+    EXPECT_FALSE(HLX_StopLivePlay(live) || HLX_Logout(m_caller));
     EXPECT_EQ(HLX_GetLastError(), DWORD{HLX_PARAMETER_ERROR});
     HLX_SetRegisterPort(0, nullptr, 0);
 }

@@ -7,8 +7,7 @@ class Life : public testing::Test {
 protected:
     void SetUp() override {
         m_time.SetRate(1000);
-        ASSERT_TRUE(HLX_Init());
-        ASSERT_TRUE(HLX_Cleanup());
+        ASSERT_TRUE(HLX_Init() && HLX_Cleanup());
     }
     void TearDown() override { HLX_Cleanup(); }
 

@@ -1,14 +1,8 @@
 // A device family whose devices do nothing but note what they are asked.
 #pragma once
 
-#include <atomic>
-#include <cstring>
-#include <mutex>
-#include <sstream>
-#include <string>
-#include <utility>
-
 #include "main_utility/device/classic/DVRNetDevice_V3.h"
+#include "support/Test.h"
 
 /// Notes each operation as "Name argument argument", in order, for all devices of the process.
 class CRecordingDevice : public CDVRNetDevice_V3 {

@@ -1,13 +1,12 @@
 // What the session root does for devices that call in.
-#include <gtest/gtest.h>
 
 #include "main_utility/api/SDKImpl.h"
+#include "support/Test.h"
 
 namespace {
 
 struct TOLD {
-    LONG lUserID = 0;
-    LONG lRegisterID = 0;
+    LONG lUserID = 0, lRegisterID = 0;
     LPHLX_DEVICEINFO pInfo = nullptr;
 };
 

@@ -1,10 +1,8 @@
 // The six families of searches: what they have in common and in what they differ.
-#include <functional>
 
 #include "ApiTestSupport.h"
 #include "main_utility/device/NetDeviceMan.h"
 #include "RecordingDevice.h"
-#include "support/TestSupport.h"
 #include "unit/device/ScriptedPeer.h"
 
 namespace {

@@ -1,6 +1,5 @@
 // What every exported function does to the last error, without and with a session root.
 #include <set>
-#include <string>
 
 #include "ApiTestSupport.h"
 

@@ -1,12 +1,9 @@
 // Codecs as tests use them.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <vector>
-
 #include "main_utility/media/AudioCodecMan.h"
 #include "sdk_common/ThreadState.h"
+#include "support/Test.h"
 
 using CODE_BYTES = std::vector<BYTE>;
 using SAMPLES = std::vector<short>;

@@ -1,14 +1,11 @@
 // What the codings make of sound: against ffmpeg, the recommendations' decision values, and a telephony library.
 #include <spandsp.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <iterator>
-#include <random>
 
 #include "main_utility/media/audio/ADPCMAudioCodec.h"
 #include "main_utility/media/audio/G726Maths.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 #include "unit/audio/CodecTestSupport.h"
 
 namespace {
@@ -86,8 +83,7 @@ void CompareG726() {
     CODE_BYTES theirCodes(sound.size());
     ASSERT_EQ(g726_encode(pTheirCoder, theirCodes.data(), sound.data(), int(sound.size())), int(sound.size()));
     auto* pTheirDecoder = init();
-    g726_state coder;
-    g726_state decoder;
+    g726_state coder, decoder;
     // What the coder made, then codes that no coder makes.
     CODE_BYTES heard = theirCodes;
     std::minstd_rand random(BITS);

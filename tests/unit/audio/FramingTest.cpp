@@ -1,6 +1,4 @@
 // How payloads are cut and packed, and what becomes of calls that make no sense.
-#include <cstring>
-#include <thread>
 
 #include "main_utility/media/audio/ADPCMAudioCodec.h"
 #include "unit/audio/CodecTestSupport.h"

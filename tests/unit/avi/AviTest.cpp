@@ -1,21 +1,14 @@
 // Files of the writer, read by numbers of this test's own, cut, damaged and repaired.
-#include <gtest/gtest.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <climits>
 #include <csignal>
-#include <cstring>
-#include <fstream>
-#include <map>
-#include <sstream>
 
 #include "main_utility/media/avi/AVIRepair.h"
 #include "main_utility/media/avi/AVIWriter.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 
@@ -122,10 +115,6 @@ FIELDS HeadFields(tuint32 extra = 0) {
 
 class Avi : public testing::Test {
 protected:
-    Avi() {
-        signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &m_before);
-    }
     bool Open(CAVIWriter& writer, AVI_TYPE layout = AVI_TYPE_STD, int extra = 0) {
         m_wave.cbSize = static_cast<WORD>(extra);
         return writer.Open(m_path.c_str(), m_bmp, extra < 0 ? nullptr : &m_wave, extra >= 0, layout, 0);
@@ -154,12 +143,6 @@ protected:
         EXPECT_EQ(size < 0 ? 0 : truncate(m_path.c_str(), size), 0);
     }
     AVI_REPAIR Repair(bool bForce = false) { return (m_report = CAVIRepair().Repair(m_path.c_str(), bForce)).result; }
-    // No write of this process gets behind `limit` until Unlimit.
-    void Limit(size_t limit) {
-        const rlimit narrow{limit, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &narrow);
-    }
-    void Unlimit() { setrlimit(RLIMIT_FSIZE, &m_before); }
     // All but what was gathered, or one chunk too large to be gathered, is there or comes back.
     void ExpectRepairable(const PIECES& pieces, size_t given) {
         const AVI_REPAIR result = Repair();
@@ -178,7 +161,6 @@ protected:
     const std::string m_path = m_dir.File("a.avi");
     BITMAPINFOHEADER m_bmp{40, 704, 576, 1, 24, Code("H264")};
     WAVEFORMATEX m_wave{6, 1, 8000, 8000, 1, 8, 0};
-    rlimit m_before{};
     AVI_REPAIR_REPORT m_report;
 };
 
@@ -276,9 +258,9 @@ TEST_F(Avi, AFullDiskLeavesWhatWasWritten) {
     const auto pieces = Recording(60);
     const size_t whole = Written(AVI_TYPE_STD, pieces).size();
     for (size_t limit = 1000; limit < whole; limit += whole / (getenv("HLX_ALL_POINTS") ? 200 : 20)) {
-        Limit(limit);
+        auto full = std::make_unique<CFullDisk>(limit);
         EXPECT_FALSE(Write(AVI_TYPE_STD, pieces)) << limit;
-        Unlimit();
+        full.reset();
         if (limit < 2048) continue;
         const std::string bytes = Bytes();
         EXPECT_EQ(U32(bytes, 4) + 8, bytes.size()) << limit;
@@ -315,9 +297,9 @@ TEST_F(Avi, ARepairMakesTheFileThatCloseWouldHaveMade) {
         // Cut behind the chunks, in the gap, in the index, and just before the mark was taken away; broken off in the meantime.
         for (const size_t length : {end, end + 1, end + 6, end + 100, closed.size()}) {
             Set(Opened(closed).substr(0, length));
-            Limit(length % 2 ? 2000 : end + 500);
+            auto full = std::make_unique<CFullDisk>(length % 2 ? 2000 : end + 500);
             EXPECT_EQ(Repair(), AVI_REPAIR::REFUSED);
-            Unlimit();
+            full.reset();
             EXPECT_EQ(m_report.error, EFBIG);
             EXPECT_EQ(Repair(), AVI_REPAIR::REPAIRED);
             EXPECT_TRUE(Bytes() == closed) << layout << " cut to " << length;

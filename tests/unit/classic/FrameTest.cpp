@@ -1,12 +1,8 @@
 // What becomes of frames and status that arrive.
-#include <gtest/gtest.h>
 
 #include <array>
-#include <atomic>
-#include <thread>
-#include <tuple>
 
-#include "sdk_common/PubTime.h"
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {
@@ -16,8 +12,7 @@ constexpr unsigned int FIRST = 0x401, SECOND = 0x405, OTHER = 0x409;
 class FrameTest : public testing::Test {
 protected:
     FrameTest() {
-        EXPECT_TRUE(m_recorder.LoggedIn());
-        EXPECT_TRUE(m_device.StartLiveChannel(0, true, FIRST, 0));
+        EXPECT_TRUE(m_recorder.LoggedIn() && m_device.StartLiveChannel(0, true, FIRST, 0));
         EXPECT_TRUE(m_device.StartLiveChannel(0, false, SECOND, 1));
         EXPECT_TRUE(m_device.StartLiveChannel(1, true, OTHER, 0));
     }
@@ -128,18 +123,6 @@ TEST_F(FrameTest, LengthsThatLieAndCutMessages) {
     EXPECT_EQ(m_device.GetDeviceStatus(), NET_DEVICE_STATUS_CONNECTED);
 }
 
-TEST_F(FrameTest, StatusMasks) {
-    const Bytes four = Word(0xEE) + Mask(0x1122334455667788) + Mask(2) + Mask(3) + Mask(4);
-    for (const Bytes& message :
-         {Message(0x9000001, Word(9) + Mask(0x8000000000000001)), Message(0x9000002, Word(9) + Mask(5)),
-          Message(0x9000003, Word(9) + Mask(6)), Message(0x9000004, four), Message(0x9000005, Bytes(36, 'x')),
-          Message(0x9000004, Bytes(35, 'x')), Message(0x9000002, Bytes(11, 'x'))}) {
-        m_recorder.Receive(message);
-    }
-    const std::vector<tuint64> masks = {0x8000000000000001, 5, 6, 0x1122334455667788, 2, 3, 4};
-    EXPECT_EQ(m_device.StatusMasks(), masks) << "short and other messages change nothing";
-}
-
 TEST_F(FrameTest, TalkFrames) {
     const Bytes format =
         Number(6, 2) + Number(1, 2) + Word(8000) + Word(8000) + Number(1, 2) + Number(8, 2) + Number(0, 2);
@@ -165,22 +148,6 @@ TEST_F(FrameTest, TalkFrames) {
     ASSERT_TRUE(m_device.GetTalkFrame(frame));
     m_device.ReleaseTalkBuf(frame);
     EXPECT_EQ(static_cast<tuint32>(frame.frameIndex), 44u) << "the oldest went";
-}
-
-TEST_F(FrameTest, ClockOfTheRecorder) {
-    DD_TIME told = {};
-    std::atomic<bool> bRun{true};
-    std::thread engine([&] {
-        while (bRun) {
-            m_recorder.Receive(TEST_FRAME{.attrib = 0x20, .time = 1'700'000'000'000'000});
-            m_recorder.Receive(TEST_FRAME{.attrib = 0x02, .time = 1});  // carries no clock
-        }
-    });
-    EXPECT_TRUE(m_device.GetDvrCurrentTime("", &told));
-    bRun = false;
-    engine.join();
-    const tm expected = DVRTimeToTm(1'700'000'000'000'000);
-    EXPECT_TRUE(told.year == expected.tm_year && told.mday == expected.tm_mday && told.second == expected.tm_sec);
 }
 
 }  // namespace

@@ -1,11 +1,7 @@
 // Login, logout, the ask-and-wait and the facts of a recorder.
-#include <gtest/gtest.h>
-
-#include <thread>
-#include <tuple>
 
 #include "support/MovedTime.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {
@@ -63,8 +59,7 @@ TEST_F(LoginTest, RefusalsThatAreCutShort) {
     m_recorder.m_answers[0x101] = Message(0x10001, LoginSuccess());
     EXPECT_TRUE(m_recorder.Login());
     m_recorder.m_sent.clear();
-    EXPECT_TRUE(m_recorder.Login());
-    EXPECT_TRUE(m_recorder.m_sent.empty());
+    EXPECT_TRUE(m_recorder.Login() && m_recorder.m_sent.empty());
 }
 
 TEST_F(LoginTest, OneLoginAtATime) {

@@ -1,8 +1,6 @@
 // Messages that come in pieces.
-#include <gtest/gtest.h>
 
-#include <utility>
-
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {
@@ -22,9 +20,8 @@ struct PIECE {
 std::vector<PIECE> Cut(const Bytes& message, tuint32 count, tuint32 id = 1) {
     std::vector<PIECE> pieces;
     const size_t step = (message.size() + count - 1) / count;
-    for (tuint32 i = 0; i < count; ++i) {
+    for (tuint32 i = 0; i < count; ++i)
         pieces.push_back({id, count, static_cast<tuint32>(message.size()), i + 1, message.substr(i * step, step)});
-    }
     return pieces;
 }
 

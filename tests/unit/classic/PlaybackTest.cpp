@@ -1,10 +1,8 @@
 // Streams of recordings: what is sent, what each answer means, and which frames reach a ring.
-#include <gtest/gtest.h>
-
-#include <functional>
 
 #include "sdk_common/PubTime.h"
 #include "support/MovedTime.h"
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {
@@ -40,11 +38,8 @@ TEST_F(PlaybackTest, Requests) {
         return Word(number) + Word(stream) + Word(first) + channels + Word(FROM) + Word(TO);
     };
     const Bytes two = Word(2) + Word(3) + Word(63) + Bytes(24, 0), one = Word(1) + Word(5) + Bytes(28, 0);
-    const struct {
-        std::function<BOOL()> operation;
-        tuint32 request;  // 0: none
-        Bytes body;
-    } rows[] = {
+    const std::tuple<std::function<BOOL()>, tuint32, Bytes> rows[] = {
+        // operation; request, 0: none; its body
         {[&] { return Start(); }, READ, read(1, 10, 0, two)},
         {[&] { return Seek(); }, READ, read(2, 10, 0, two)},
         {[&] { return m_device.DownLoadByTime(5, true, m_from, m_to); }, READ, read(3, 100, 1, one)},
@@ -62,12 +57,12 @@ TEST_F(PlaybackTest, Requests) {
         {[&] { return m_device.StopPlayback(10); }, STOP, Word(10) + Word(0) + Word(0)},
         {[&] { return m_device.StopDownLoad(0); }, STOP, Word(100) + Word(1) + Word(0)},
     };
-    for (const auto& row : rows) {
+    for (const auto& [operation, request, body] : rows) {
         m_recorder.m_sent.clear();
-        EXPECT_TRUE(row.operation());
-        ASSERT_EQ(m_recorder.m_sent.size(), row.request ? 1u : 0u);
-        if (!row.request) continue;
-        EXPECT_EQ(m_recorder.m_sent[0], Message(row.request, row.body)) << std::hex << row.request;
+        EXPECT_TRUE(operation());
+        ASSERT_EQ(m_recorder.m_sent.size(), request ? 1u : 0u);
+        if (!request) continue;
+        EXPECT_EQ(m_recorder.m_sent[0], Message(request, body)) << std::hex << request;
     }
 }
 
@@ -89,10 +84,7 @@ TEST_F(PlaybackTest, RefusedBeforeAnythingIsSent) {
 TEST_F(PlaybackTest, Answers) {
     const auto info = [](const Bytes& rest) { return [rest](const Bytes& id) { return Message(0x50001, id + rest); }; };
     const auto null = [](const Bytes& rest) { return [rest](const Bytes& id) { return Message(0x50002, id + rest); }; };
-    const struct {
-        std::function<Bytes(const Bytes&)> answer;
-        DWORD error;
-    } rows[] = {
+    const std::pair<std::function<Bytes(const Bytes&)>, DWORD> rows[] = {
         {null(Word(0)), 86},
         {null(Word(1)), 31},
         {null(Word(2)), 32},
@@ -104,13 +96,13 @@ TEST_F(PlaybackTest, Answers) {
         {nullptr, 12},
         {info(Word(6) + Word(0) + Word(0)), 0},
     };
-    for (const auto& row : rows) {
-        m_recorder.m_streamAnswer = row.answer;
-        m_time.SetRate(row.answer ? 1 : 2000);
-        EXPECT_EQ(Start(), row.error == 0) << row.error;
-        EXPECT_TRUE(row.error == 0 || LastError() == row.error) << row.error;
+    for (const auto& [answer, error] : rows) {
+        m_recorder.m_streamAnswer = answer;
+        m_time.SetRate(answer ? 1 : 2000);
+        EXPECT_EQ(Start(), error == 0) << error;
+        EXPECT_TRUE(error == 0 || LastError() == error) << error;
         Send(0);
-        EXPECT_EQ(Indices().size(), row.error ? 0u : 1u) << row.error;
+        EXPECT_EQ(Indices().size(), error ? 0u : 1u) << error;
     }
 }
 

@@ -1,9 +1,7 @@
 // Searches: what is asked, what the records become, and what refusals and wrong replies give.
-#include <gtest/gtest.h>
-
-#include <cstdlib>
 
 #include "protocol/ClassicRecordings.h"
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {

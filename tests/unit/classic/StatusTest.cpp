@@ -1,9 +1,8 @@
 // Alarms and records out of status masks.
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <ctime>
 
+#include "support/Test.h"
 #include "TestRecorder.h"
 
 namespace {
@@ -84,7 +83,10 @@ TEST_F(StatusTest, InputsThatTheRecorderDoesNotHaveAreLeftOut) {
     m_recorder.m_answers[0x101] = Message(0x10001, LoginSuccess(4, 2));
     LogInAgain();
     Tell(~tuint64{0}, ~tuint64{0}, ~tuint64{0}, {~tuint64{0}, 0, 0, ~tuint64{0}});
-    EXPECT_EQ(Alarms(), 4 + 2 + 4);
+    for (const Bytes& cut : {Message(0x9000005, Bytes(36, 'x')), Message(0x9000004, Bytes(35, 0)),
+                             Message(0x9000003, Bytes(11, 0)), Message(0x9000002, Bytes(11, 0)), Message(0x9000001)})
+        m_recorder.Receive(cut);
+    EXPECT_EQ(Alarms(), 4 + 2 + 4) << "short and other messages change nothing";
     EXPECT_EQ(Records(), 4 + 4);
     EXPECT_EQ(m_records[7].dwChannel, 3u);
 }

@@ -111,10 +111,6 @@ public:
 
     struct CDevice : CDVRNetDevice_V3 {
         using CDVRNetDevice_V3::m_talkFrames;
-        std::vector<tuint64> StatusMasks() const {
-            return {m_ullVloss,       m_ullMotion,    m_ullSensor,   m_ullManualRec,
-                    m_ullScheduleRec, m_ullMotionRec, m_ullSensorRec};
-        }
     };
 
     std::map<tuint32, Bytes> m_answers;     // whole messages by the request's id; none: silence

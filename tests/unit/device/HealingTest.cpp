@@ -1,7 +1,4 @@
-#include <algorithm>
-#include <mutex>
 #include <set>
-#include <thread>
 
 #include "TestFamily.h"
 
@@ -188,8 +185,7 @@ TEST_F(AutoRegister, ALoginWithoutMemoryLeavesNothingAndTheNextCallerIsServed) {
         CTestDevice::s_login = nullptr;
         throw std::bad_alloc();
     };
-    EXPECT_TRUE(CallIn(4711));
-    EXPECT_TRUE(CallIn(4711));
+    EXPECT_TRUE(CallIn(4711) && CallIn(4711));
     EXPECT_TRUE(WaitUntil([&] { return Known() == 1; }));
     EXPECT_EQ(1, CTestDevice::s_alive);
     EXPECT_EQ(0, CTestDevice::s_lateModes);
@@ -239,12 +235,10 @@ TEST_F(AutoRegister, ThePortIsKeptFromStopToStart) {
     m_man.Stop();
     Listen();
     EXPECT_FALSE(Connect()) << "nothing is opened behind the stop";
-    EXPECT_TRUE(m_man.Start());
-    EXPECT_TRUE(Connect());
+    EXPECT_TRUE(m_man.Start() && Connect());
     m_man.Stop();
     EXPECT_FALSE(Connect());
-    EXPECT_TRUE(m_man.Start());
-    EXPECT_TRUE(Connect());
+    EXPECT_TRUE(m_man.Start() && Connect());
 }
 
 /// The first change waits for a callback, the second one comes through, and the first must then leave the second's port alone.

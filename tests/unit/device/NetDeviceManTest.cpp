@@ -1,4 +1,3 @@
-#include <future>
 
 #include "support/HeardLog.h"
 #include "TestFamily.h"
@@ -7,8 +6,7 @@ namespace {
 
 TEST_F(NetDeviceMan, CountsUserIdsUpAndWraps) {
     m_man.SetNextDeviceID(2097144);
-    const LONG last = Login();
-    const LONG first = Login();
+    const LONG last = Login(), first = Login();
     EXPECT_EQ(2097144, last);
     EXPECT_EQ(1, first);
     HLX_DEVICEINFO info{};

@@ -7,14 +7,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <cstring>
-#include <functional>
-#include <string>
-#include <thread>
-#include <vector>
-
 #include "protocol/LinkFrame.h"
+#include "support/Test.h"
 
 /// Accepts on the loopback address until its end; `serve` runs on a thread per connection, which is closed behind it.
 class CScriptedPeer {

@@ -1,17 +1,11 @@
 // A device family for tests of the manager, and the manager with it in force.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <mutex>
-#include <string>
-
 #include "main_utility/device/classic/DVRNetDevice_V3.h"
 #include "main_utility/device/NetDeviceMan.h"
 #include "ScriptedPeer.h"
 #include "support/MovedTime.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 /// What the test sets while threads of the library use it.
 template <class Value>
@@ -81,8 +75,7 @@ public:
     std::atomic<bool> m_bWoken{false};  // told of a broken link
     std::atomic<int> m_interrupts{0};
 
-    static inline std::atomic<int> s_alive{0};
-    static inline std::atomic<int> s_logouts{0};
+    static inline std::atomic<int> s_alive{0}, s_logouts{0};
     static inline std::atomic<int> s_lateModes{0};  // told to be called-in when messages could reach them already
     static inline CShared<LoginBody> s_login;
     static inline CShared<std::function<std::string()>> s_message;  // the next one, "" for none
@@ -106,8 +99,7 @@ protected:
         CTestDevice::s_message = nullptr;
         CTestDevice::s_logouts = 0;
         m_man.SetDeviceMaker(MakeTestDevice);
-        ASSERT_TRUE(m_man.Initial());
-        ASSERT_TRUE(m_man.Start());
+        ASSERT_TRUE(m_man.Initial() && m_man.Start());
     }
     void TearDown() override {
         m_man.Stop();
@@ -123,8 +115,7 @@ protected:
 
     CNetDeviceMan& m_man = *CNetDeviceMan::Instance();
     CShared<std::string> m_block{FirstBlock(77, 1)};  // what the device sends first on links from now on
-    std::atomic<int> m_links{0};
-    std::atomic<int> m_accepted{0};
+    std::atomic<int> m_links{0}, m_accepted{0};
     std::atomic<int> m_cuts{0};  // each rise makes the peer drop the links that stand
     CScriptedPeer m_peer{[this](int sock) {
         ++m_links;

@@ -1,13 +1,8 @@
 // Replies of several messages: what comes to the one that asked, in which order, and when it stops waiting.
 #include "device_base/ReplyWaiter.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <string>
-#include <thread>
-
 #include "support/MovedTime.h"
+#include "support/Test.h"
 
 namespace {
 

@@ -1,15 +1,10 @@
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <string>
-
 #include "main_utility/media/framefile/FrameFileReader.h"
 #include "main_utility/media/framefile/FrameFileWriter.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 #ifdef HLX_SYSTEM_FAULTS
 #include "support/FaultPlan.h"
 #endif
@@ -89,7 +84,7 @@ TEST(FrameFile, EndsBehindAWholeFrameWhenTheDiskIsFull) {
         CFrameFileWriter writer;
         ASSERT_TRUE(writer.Open(folder.File("x").c_str()));
         {
-            const CFullDisk limit(1000000);
+            const CFullDisk full(1000000);
             for (size_t written = 0; written < 2000000; written += size) Write(writer, size);
             EXPECT_FALSE(writer.Flush());
         }

@@ -1,13 +1,8 @@
 #include "main_utility/media/AVISave.h"
 
-#include <gtest/gtest.h>
-
-#include <map>
-#include <sstream>
-
 #include "sdk_common/ThreadState.h"
 #include "support/AVIFileReader.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 

@@ -1,11 +1,7 @@
 #include "main_utility/media/PlayPacer.h"
-
-#include <gtest/gtest.h>
+#include "support/Test.h"
 
 #include <limits>
-#include <optional>
-#include <tuple>
-#include <vector>
 
 namespace {
 

@@ -1,10 +1,7 @@
 #include "netservice/BufferPool.h"
-
-#include <gtest/gtest.h>
+#include "support/Test.h"
 
 #include <climits>
-#include <random>
-#include <string>
 
 namespace {
 
@@ -22,9 +19,8 @@ TEST(BufferPool, SenselessSizesChangeNothing) {
     pool.FreeBuffer(3);
     pool.FillBuffer(3);
     ASSERT_TRUE(pool.Init(8) && pool.PushData("abc", 3));
-    for (const int len : {-1, INT_MIN, INT_MAX, 8}) {
+    for (const int len : {-1, INT_MIN, INT_MAX, 8})
         EXPECT_FALSE(pool.PushData("abcdefghijkl", len) || pool.GetDataBuffer(len) || pool.GetFreeBuffer(len)) << len;
-    }
     EXPECT_FALSE(pool.IncreaseSize(INT_MAX) || pool.IncreaseSize(-1));
     pool.FillBuffer(INT_MAX);
     EXPECT_EQ(pool.GetDataSize(), 7);

@@ -1,21 +1,13 @@
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/resource.h>
 #include <unistd.h>
-
-#include <atomic>
-#include <cstring>
-#include <future>
-#include <mutex>
-#include <string>
-#include <thread>
 
 #include "netservice/ConnectProc.h"
 #include "netservice/ListenProc.h"
 #include "sdk_common/TimeSource.h"
 #include "support/MovedTime.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 
@@ -185,8 +177,7 @@ TEST(Listen, CallbackMayStopRestartAndDestroy) {
 
 /// A stop is never lost, whether the accept thread has begun or not, and whether the start is through or not.
 TEST(Listen, AStopBesideTheStartEndsTheListener) {
-    const int descriptors = OpenDescriptorCount();
-    const int threads = ThreadCount();
+    const int descriptors = OpenDescriptorCount(), threads = ThreadCount();
     CSWL_ListenProcEx listener(ACCEPTED::OnAccept, nullptr);
     for (int i = 0; i < 100; ++i) {
         std::thread stopper;

@@ -1,19 +1,12 @@
 // An engine with links over socket pairs, of which the test plays the other ends.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstring>
-#include <functional>
-#include <mutex>
-#include <string>
-#include <vector>
-
 #include "netservice/MultiNetComm.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 /// A link frame around `payload`.
 inline std::string Framed(const std::string& payload) {
@@ -83,8 +76,7 @@ private:
 
 class EngineFixture : public testing::Test {
 protected:
-    static constexpr int SEND_BUFFER = 4096;
-    static constexpr int LINK = 7;
+    static constexpr int SEND_BUFFER = 4096, LINK = 7;
 
     void SetUp() override { ASSERT_TRUE(m_engine.Init(SEND_BUFFER)); }
     void TearDown() override {

@@ -1,10 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <cstring>
 #include <deque>
-#include <random>
-#include <string>
-#include <thread>
 
 #include "EngineFixture.h"
 #include "netservice/MultiNetDataBufferMan.h"
@@ -115,8 +109,7 @@ TEST(FrameRing, EqualsAQueueUnderRandomUse) {
             CRingAndModel both(size, seed * 77 + static_cast<unsigned>(size));
             // Phases in which the reader keeps up, falls behind and catches up.
             for (int step = 0; step < 1500 && !testing::Test::HasFailure(); ++step) {
-                const unsigned action = both.m_random() % 10;
-                const unsigned pushes = step / 100 % 3 == 0 ? 7 : 4;
+                const unsigned action = both.m_random() % 10, pushes = step / 100 % 3 == 0 ? 7 : 4;
                 if (action < pushes) both.Push();
                 if (action >= pushes && action % 2 == 0) both.Take();
                 if (action >= pushes && action % 2 == 1) both.Release();
@@ -133,13 +126,11 @@ TEST(FrameRing, RefusesWhatCannotFitAndStaysUsable) {
     CNetDataBufferMan ring;
     ASSERT_TRUE(ring.Initial(8192, false));
     const std::string data = Noise(9000);
-    for (const unsigned int length : {8192u - 55, 8192u, 9000u, 0x7FFFFFFFu, 0xFFFFFFC8u, 0xFFFFFFFFu}) {
+    for (const unsigned int length : {8192u - 55, 8192u, 9000u, 0x7FFFFFFFu, 0xFFFFFFC8u, 0xFFFFFFFFu})
         EXPECT_FALSE(ring.PushData(Frame(AUDIO, length), Bytes(data))) << length;
-    }
     EXPECT_EQ(ring.GetFreeBufferSize(), 8192);
     EXPECT_TRUE(Push(ring, 8192 - 56)) << "fills it to the last byte";
-    EXPECT_FALSE(Push(ring, 0));
-    EXPECT_FALSE(CNetDataBufferMan().Initial(0, true));
+    EXPECT_FALSE(Push(ring, 0) || CNetDataBufferMan().Initial(0, true));
     EXPECT_FALSE(CNetDataBufferMan().Initial(-4096, true));
 }
 
@@ -208,8 +199,7 @@ TEST(FrameRing, TenthTryGivesUpAndClosesTheGate) {
 
 TEST(FrameRing, LostEndFrameFollowsWhenThereIsRoom) {
     CNetDataBufferMan ring;
-    ASSERT_TRUE(ring.Initial(8192, true));
-    ASSERT_TRUE(Push(ring, 8100));
+    ASSERT_TRUE(ring.Initial(8192, true) && Push(ring, 8100));
     const HLX_FRAME_INFO end = Frame(DD_FRAME_TYPE_END, 7);
     const std::string data = "the end";
     for (int i = 1; i <= 10; ++i) {
@@ -217,8 +207,7 @@ TEST(FrameRing, LostEndFrameFollowsWhenThereIsRoom) {
         EXPECT_EQ(ring.ProcessPushDataFailed(end, bStored, Bytes(data)), i == 10);
     }
     RUN run;
-    ASSERT_TRUE(ring.GetDataBuffer(run.pBuffer, run.len));
-    ASSERT_TRUE(ring.ReleaseDataBuffer(run.pBuffer, run.len));
+    ASSERT_TRUE(ring.GetDataBuffer(run.pBuffer, run.len) && ring.ReleaseDataBuffer(run.pBuffer, run.len));
     EXPECT_TRUE(ring.HasData()) << "pushed by the release, for nothing else may come";
     ASSERT_TRUE(ring.GetDataBuffer(run.pBuffer, run.len));
     HLX_FRAME_INFO head{};

@@ -1,9 +1,5 @@
 #include "netservice/LinkReader.h"
 
-#include <gtest/gtest.h>
-
-#include <random>
-
 #include "EngineFixture.h"
 
 namespace {

@@ -1,13 +1,9 @@
-#include <random>
-#include <thread>
-
 #include "EngineFixture.h"
 
 using MultiNetReceive = EngineFixture;
 
 TEST_F(MultiNetReceive, ServesEveryLinkWhileOneHasMuchToSay) {
-    const int loud = AddAutomatic(1);
-    const int quiet = AddAutomatic(2);
+    const int loud = AddAutomatic(1), quiet = AddAutomatic(2);
     std::atomic<bool> bQuietHeard{false};
     m_receiver.m_onMessage = [&](int deviceID, const std::string&) { bQuietHeard = bQuietHeard || deviceID == 2; };
     std::atomic<bool> bStop{false};
@@ -129,8 +125,7 @@ TEST_F(MultiNetReceive, BufferOutlivesARemovalFromAnotherThread) {
 }
 
 TEST_F(MultiNetReceive, AnIdHasOneLinkAndCanBeUsedAgainAtOnce) {
-    const int old = AddAutomatic();
-    const int another = socket(AF_UNIX, SOCK_STREAM, 0);
+    const int old = AddAutomatic(), another = socket(AF_UNIX, SOCK_STREAM, 0);
     EXPECT_EQ(m_engine.AddNewComm(LINK, SWL_socket_t{another}), -1);
     EXPECT_EQ(close(another), 0) << "it still belongs to the caller";
     EXPECT_EQ(m_engine.RemoveComm(LINK), 0);

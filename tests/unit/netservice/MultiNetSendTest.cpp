@@ -1,5 +1,3 @@
-#include <thread>
-
 #include "EngineFixture.h"
 #include "support/MovedTime.h"
 
@@ -84,8 +82,7 @@ TEST_F(MultiNetSend, WaitsEndWithTheLink) {
 /// The engine's thread finds no room while it alone could make some: it writes the queue out itself, for any link.
 TEST_F(MultiNetSend, TheEnginesOwnThreadMaySendAndWait) {
     constexpr int OTHER = 8, ROUNDS = 20;
-    const int peer = AddManual();
-    const int other = AddManual(OTHER);
+    const int peer = AddManual(), other = AddManual(OTHER);
     const std::string message = Noise(3000);
     m_receiver.m_onMessage = [&](int, const std::string&) {
         for (int i = 0; i < ROUNDS; ++i) {

@@ -11,8 +11,7 @@ namespace {
 
 struct ROW {
     const char* pName;
-    size_t expected;
-    size_t cxx;
+    size_t expected, cxx;
 };
 
 constexpr ROW ROWS[] = {

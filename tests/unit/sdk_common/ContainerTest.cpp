@@ -1,12 +1,9 @@
-#include <gtest/gtest.h>
-
 #include <list>
-#include <random>
-#include <vector>
 
 #include "sdk_common/Guid.h"
 #include "sdk_common/MyList.h"
 #include "sdk_common/WireReader.h"
+#include "support/Test.h"
 
 namespace {
 

@@ -1,14 +1,11 @@
 // Digests, checksums, hexadecimal, Base64 and AES against published vectors.
 #include "sdk_common/Digest.h"
 
-#include <gtest/gtest.h>
-
 #include <climits>
-#include <string>
-#include <vector>
 
 #include "sdk_common/Base64.h"
 #include "sdk_common/DataEncryption.h"
+#include "support/Test.h"
 
 namespace {
 
@@ -33,28 +30,21 @@ std::string Hex(const void* pBytes, int length) {
 
 TEST(Digests, PublishedVectors) {
     const std::string million(1000000, 'a');
-    const struct {
-        std::string text;
-        const char* pMd5;
-        const char* pSha1;
-        tuint32 crc;
-    } rows[] = {
+    const std::tuple<std::string, const char*, const char*, tuint32> rows[] = {
         {"", "D41D8CD98F00B204E9800998ECF8427E", "DA39A3EE5E6B4B0D3255BFEF95601890AFD80709", 0},
         {"abc", "900150983CD24FB0D6963F7D28E17F72", "A9993E364706816ABA3E25717850C26C9CD0D89D", 0x352441C2},
         {"123456789", "25F9E794323B453885F5181F1B624D0B", "F7C3BC1D808E04732ADF679965CCC34CA7AE3441", 0xCBF43926},
         {million, "7707D6AE4E027C70EEA2A935C2296F21", "34AA973CD4C4DAA4F61EEB2BDBAD27316534016F", 0xDC25BFBC},
     };
-    for (const auto& row : rows) {
-        const int length = static_cast<int>(row.text.size());
-        char md5[MD5_TEXT_SIZE];
-        char sha1[SHA1_TEXT_SIZE];
-        EXPECT_TRUE(PUB_MD5Encrypt(row.text.data(), length, md5));
-        EXPECT_TRUE(PUB_SHA1Encrypt(row.text.data(), length, sha1));
-        EXPECT_STREQ(md5, row.pMd5);
-        EXPECT_STREQ(sha1, row.pSha1);
-        EXPECT_EQ(GetCRC32(0, row.text.data(), length), row.crc);
+    for (const auto& [text, pMd5, pSha1, crc] : rows) {
+        const int length = static_cast<int>(text.size());
+        char md5[MD5_TEXT_SIZE], sha1[SHA1_TEXT_SIZE];
+        EXPECT_TRUE(PUB_MD5Encrypt(text.data(), length, md5) && PUB_SHA1Encrypt(text.data(), length, sha1));
+        EXPECT_STREQ(md5, pMd5);
+        EXPECT_STREQ(sha1, pSha1);
+        EXPECT_EQ(GetCRC32(0, text.data(), length), crc);
         const int first = length / 3;
-        EXPECT_EQ(GetCRC32(GetCRC32(0, row.text.data(), first), row.text.data() + first, length - first), row.crc);
+        EXPECT_EQ(GetCRC32(GetCRC32(0, text.data(), first), text.data() + first, length - first), crc);
     }
     char text[MD5_TEXT_SIZE] = "old";
     EXPECT_TRUE(PUB_MD5Encrypt("abc", 3, text, false));
@@ -69,11 +59,9 @@ TEST(Hexadecimal, WrongTextAndRoomAreRefused) {
     char out[8] = {};
     EXPECT_EQ(HexToBin("aBcD09", 6, out, 3), 3);
     EXPECT_EQ(Hex(out, 3), "ABCD09");
-    const struct {
-        const char* pHex;
-        int length, room;
-    } rows[] = {{"abc", 3, 8}, {"ag", 2, 8}, {"/0", 2, 8}, {"@1", 2, 8}, {"0:", 2, 8}, {"abcd", 4, 1}, {"ab", -2, 8}};
-    for (const auto& row : rows) EXPECT_EQ(HexToBin(row.pHex, row.length, out, row.room), -1) << row.pHex;
+    const std::tuple<const char*, int, int> rows[] = {{"abc", 3, 8}, {"ag", 2, 8},   {"/0", 2, 8}, {"@1", 2, 8},
+                                                      {"0:", 2, 8},  {"abcd", 4, 1}, {"ab", -2, 8}};
+    for (const auto& [pHex, length, room] : rows) EXPECT_EQ(HexToBin(pHex, length, out, room), -1) << pHex;
     EXPECT_EQ(BinToHex("ab", 2, out, 5), 4);
     EXPECT_EQ(BinToHex("ab", 2, out, 4), -1);
     EXPECT_EQ(BinToHex("ab", INT_MAX, out, 4), -1);
@@ -84,8 +72,7 @@ TEST(Base64, PublishedVectorsBothWays) {
         {"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foo", "Zm9v"}, {"fooba", "Zm9vYmE="}, {"\xFB\xFF\xBF", "+/+/"}};
     const CBase64 base64;
     for (const auto& [sPlain, sText] : rows) {
-        const int plainLength = static_cast<int>(sPlain.size());
-        const int textLength = static_cast<int>(sText.size());
+        const int plainLength = static_cast<int>(sPlain.size()), textLength = static_cast<int>(sText.size());
         std::string text(sText.size() + 1, '?');
         EXPECT_EQ(base64.Encode(sPlain.data(), plainLength, text.data(), textLength + 1), textLength);
         EXPECT_STREQ(text.c_str(), sText.c_str());

@@ -1,6 +1,5 @@
 // The log: outputs, levels, names, rotation, and what must not harm anybody.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -8,17 +7,13 @@
 
 #include <cerrno>
 #include <csignal>
-#include <fstream>
-#include <future>
 #include <set>
-#include <sstream>
-#include <thread>
 
 #include "sdk_common/LogText.h"
 #include "sdk_common/ThreadState.h"
 #include "sdk_common/YLog4C.h"
 #include "support/MovedTime.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace fs = std::filesystem;
 
@@ -52,8 +47,7 @@ struct GATE {
         gate.bHolds = true;
         WaitUntil([&] { return gate.bGo.load(); });
     }
-    std::atomic<bool> bHolds{false};
-    std::atomic<bool> bGo{false};
+    std::atomic<bool> bHolds{false}, bGo{false};
 };
 
 bool IsDone(const std::future<void>& action, std::chrono::milliseconds wait) {

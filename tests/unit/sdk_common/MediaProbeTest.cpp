@@ -1,11 +1,7 @@
 #include "sdk_common/MediaProbe.h"
-
-#include <gtest/gtest.h>
+#include "support/Test.h"
 
 #include <array>
-#include <sstream>
-#include <string>
-#include <vector>
 
 namespace {
 

@@ -1,14 +1,8 @@
-#include <gtest/gtest.h>
-
-#include <atomic>
 #include <cerrno>
-#include <fstream>
-#include <thread>
-#include <vector>
 
 #include "sdk_common/PubThread.h"
 #include "sdk_common/ThreadState.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 

@@ -1,13 +1,10 @@
-#include <gtest/gtest.h>
-
-#include <cstring>
 #include <limits>
 
 #include "HLX.h"
 #include "sdk_common/PFTime.h"
 #include "sdk_common/PubTime.h"
 #include "support/MovedTime.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 
@@ -24,10 +21,7 @@ protected:
 };
 
 TEST_F(Calendar, DayBeginsAndEndsWhereTheLocalDayDoes) {
-    const struct {
-        const char* pZone;
-        tint64 first, last;
-    } rows[] = {
+    const std::tuple<const char*, tint64, tint64> rows[] = {
         {BERLIN, 1719784800, 1719871199},     // an ordinary day of summer
         {BERLIN, 1711839600, 1711922399},     // 23 hours
         {BERLIN, 1729980000, 1730069999},     // 25 hours
@@ -36,12 +30,12 @@ TEST_F(Calendar, DayBeginsAndEndsWhereTheLocalDayDoes) {
         {HAVANA, 1710046800, 1710129599},     // begins at 01:00
         {HAVANA, 1730606400, 1730696399},     // has its first hour twice
     };
-    for (const auto& row : rows) {
-        setenv("TZ", row.pZone, 1);
+    for (const auto& [pZone, first, last] : rows) {
+        setenv("TZ", pZone, 1);
         for (int part = 0; part <= 20; ++part) {
-            const tint64 time = row.first + (row.last - row.first) * part / 20;
-            EXPECT_EQ(GetZeroTimeOfDate(time * SECOND + 999999), row.first * SECOND) << row.pZone << time;
-            EXPECT_EQ(GetEndTimeOfDate(time * SECOND + 999999), row.last * SECOND) << row.pZone << time;
+            const tint64 time = first + (last - first) * part / 20;
+            EXPECT_EQ(GetZeroTimeOfDate(time * SECOND + 999999), first * SECOND) << pZone << time;
+            EXPECT_EQ(GetEndTimeOfDate(time * SECOND + 999999), last * SECOND) << pZone << time;
         }
     }
 }
@@ -90,21 +84,16 @@ TEST(Clock, TicksAndWallTimeFollowTheClockInForce) {
 }
 
 TEST_F(Calendar, DateTimeCarriesAndBorrows) {
-    const struct {
-        ZEQ_DATE_TIME start;
-        LONGLONG add;
-        ZEQ_DATE_TIME expected;
-    } rows[] = {
+    const std::tuple<ZEQ_DATE_TIME, LONGLONG, ZEQ_DATE_TIME> rows[] = {
         {{10, 400000}, -1500000, {8, 900000}}, {{10, 400000}, 599999, {10, 999999}}, {{10, 400000}, 600000, {11, 0}},
         {{10, 400000}, -400000, {10, 0}},      {{10, 400000}, -400001, {9, 999999}}, {{10, 999999}, 3000001, {14, 0}},
     };
-    for (const auto& row : rows) {
-        ZEQ_DATE_TIME sum = row.start, difference = row.start;
-        sum += row.add;
-        difference -= -row.add;
-        EXPECT_TRUE(sum == row.expected && difference == row.expected)
-            << row.add << " " << sum.seconds << "." << sum.microsecond;
-        EXPECT_TRUE(sum.Dec(row.start) == row.add && (sum < row.start) == (row.add < 0)) << row.add;
+    for (const auto& [start, add, expected] : rows) {
+        ZEQ_DATE_TIME sum = start, difference = start;
+        sum += add;
+        difference -= -add;
+        EXPECT_TRUE(sum == expected && difference == expected) << add << " " << sum.seconds << "." << sum.microsecond;
+        EXPECT_TRUE(sum.Dec(start) == add && (sum < start) == (add < 0)) << add;
     }
 }
 

@@ -1,17 +1,13 @@
-#include <gtest/gtest.h>
 #include <poll.h>
 
-#include <atomic>
 #include <climits>
 #include <csignal>
-#include <functional>
-#include <thread>
 
 #include "sdk_common/PubLock.h"
 #include "sdk_common/PubTime.h"
 #include "sdk_common/WaitEvent.h"
 #include "support/MovedTime.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 

@@ -1,12 +1,8 @@
 // What a simulated archive holds, and the frames of its files.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdlib>
-#include <utility>
 
 #include "simulator/archive/ArchiveCalendar.h"
 #include "simulator/archive/ArchiveStream.h"
+#include "support/Test.h"
 
 namespace {
 

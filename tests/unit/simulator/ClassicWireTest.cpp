@@ -3,8 +3,6 @@
 
 namespace {
 
-constexpr std::uint32_t STREAM = 0xA000001;
-
 class ClassicWire : public RecorderTest {};
 
 TEST_F(ClassicWire, LoginIsRefusedWithTheWordForTheReason) {
@@ -67,29 +65,6 @@ TEST_F(ClassicWire, KeyFrameIsSentOnRequest) {
     client.StartStreams(0, 1, 0, 516);
     // By itself it would be the 25th; a frame or two may be under way when the request arrives.
     EXPECT_TRUE(nextIsKey() || nextIsKey() || nextIsKey() || nextIsKey());
-}
-
-TEST_F(ClassicWire, StoppedStreamsAreStill) {
-    m_config.heartbeat = std::chrono::milliseconds(20);
-    CWireClient client(StartRecorder());
-    client.Login();
-    client.StartStreams(0xF, 0, 0xF);
-    ASSERT_TRUE(client.Next(STREAM));
-    client.StartStreams(0x3, 0, 0x3, 514);
-    client.StartStreams(0, 0, 0, 515);
-    client.Command(1292);
-    ASSERT_TRUE(client.Next(0x50003));  // the last answer; what was under way lies before it
-    for (int n = 0; n < 3; ++n) {
-        const auto message = client.Next();
-        ASSERT_TRUE(message);
-        EXPECT_EQ(message->length, 0);  // heartbeats only
-    }
-    const auto events = m_log.Events();
-    std::vector<std::uint64_t> masks;
-    for (const SIM_EVENT& event : events) {
-        if (event.kind == SIM_EVENT_KIND::STREAMS) masks.push_back(event.firstMask);
-    }
-    EXPECT_EQ(masks, (std::vector<std::uint64_t>{0xF, 0x3, 0}));
 }
 
 }  // namespace

@@ -1,13 +1,8 @@
 // Cutting of streams, written by hand, into frames.
 #include "simulator/ClipSplitter.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <fstream>
-
 #include "simulator/SimClip.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 
 namespace {
 

@@ -1,12 +1,8 @@
 // A running recorder with an event log.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <memory>
-
 #include "simulator/classic/ClassicRecorder.h"
-#include "support/TestSupport.h"
+#include "support/Test.h"
 #include "WireClient.h"
 
 class RecorderTest : public testing::Test {

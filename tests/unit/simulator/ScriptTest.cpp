@@ -5,16 +5,9 @@
 
 namespace {
 
-struct LINE_CASE {
-    const char* pText;
-    std::int64_t at;
-    std::int64_t every;
-    std::vector<std::string> words;
-    const char* pError;  // part of the sentence; null: a good line
-};
-
 TEST(SimScript, LineIsTimeAndWords) {
-    const LINE_CASE cases[] = {
+    // text, milliseconds of its time and its turn, words, part of the sentence; null: a good line
+    const std::tuple<const char*, int, int, std::vector<std::string>, const char*> cases[] = {
         {"2s motion 0 on", 2000, 0, {"motion", "0", "on"}, nullptr},
         {"\t every  30s\tcut   close\r", 30000, 30000, {"cut", "close"}, nullptr},
         {"reboot", 0, 0, {"reboot"}, nullptr},
@@ -28,17 +21,17 @@ TEST(SimScript, LineIsTimeAndWords) {
         {"5s", 0, 0, {}, "nothing to do"},
         {"every 5s # what?", 0, 0, {}, "nothing to do"},
     };
-    for (const LINE_CASE& row : cases) {
+    for (const auto& [pText, at, every, words, pError] : cases) {
         SIM_SCRIPT_LINE line;
         std::string sError;
-        EXPECT_EQ(ParseScriptLine(row.pText, line, sError), row.pError == nullptr) << row.pText;
-        if (row.pError) {
-            EXPECT_NE(sError.find(row.pError), std::string::npos) << row.pText << ": " << sError;
+        EXPECT_EQ(ParseScriptLine(pText, line, sError), pError == nullptr) << pText;
+        if (pError) {
+            EXPECT_NE(sError.find(pError), std::string::npos) << pText << ": " << sError;
             continue;
         }
-        EXPECT_EQ(line.at.count(), row.at) << row.pText;
-        EXPECT_EQ(line.every.count(), row.every) << row.pText;
-        EXPECT_EQ(line.words, row.words) << row.pText;
+        EXPECT_EQ(line.at.count(), at) << pText;
+        EXPECT_EQ(line.every.count(), every) << pText;
+        EXPECT_EQ(line.words, words) << pText;
     }
 }
 

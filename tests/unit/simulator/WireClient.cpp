@@ -5,11 +5,6 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
-
-#include "support/TestSupport.h"
-
 std::uint64_t Number(const BYTES& bytes, size_t at, size_t size) {
     std::uint64_t number = 0;
     for (size_t n = 0; n < size; ++n) number |= std::uint64_t{bytes.at(at + n)} << (8 * n);
@@ -17,7 +12,6 @@ std::uint64_t Number(const BYTES& bytes, size_t at, size_t size) {
 }
 std::uint32_t Word(const BYTES& bytes, size_t at) { return static_cast<std::uint32_t>(Number(bytes, at, 4)); }
 std::uint64_t Long(const BYTES& bytes, size_t at) { return Number(bytes, at, 8); }
-std::string Text(const BYTES& bytes, size_t at) { return reinterpret_cast<const char*>(bytes.data() + at); }
 
 static void Put(BYTES& bytes, std::uint64_t number, size_t size) {
     for (size_t n = 0; n < size; ++n) bytes.push_back(static_cast<std::uint8_t>(number >> (8 * n)));
@@ -72,7 +66,7 @@ void CWireClient::Write(const BYTES& bytes) { send(m_sock, bytes.data(), bytes.s
 
 std::optional<WIRE_MESSAGE> CWireClient::Next() {
     const BYTES head = Read(8);
-    if (head.size() < 8 || Text({head[0], head[1], head[2], head[3], 0}, 0) != "1111") return std::nullopt;
+    if (head.size() < 8 || Word(head, 0) != 0x31313131) return std::nullopt;
     WIRE_MESSAGE message{static_cast<std::int32_t>(Word(head, 4)), {}};
     if (message.length >= 0) {
         message.payload = Read(static_cast<size_t>(message.length));

@@ -2,16 +2,13 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
-#include <optional>
-#include <string>
-#include <vector>
+
+#include "support/Test.h"
 
 using BYTES = std::vector<std::uint8_t>;
 
 std::uint32_t Word(const BYTES& bytes, size_t at);
 std::uint64_t Long(const BYTES& bytes, size_t at);
-std::string Text(const BYTES& bytes, size_t at);
 
 /// One link frame as it came: packed pieces have a negative length and their 24-byte head in `payload`.
 struct WIRE_MESSAGE {
@@ -21,14 +18,12 @@ struct WIRE_MESSAGE {
 };
 
 /// A blocking socket; no read waits longer than 5 s.
-class CWireClient {
+class CWireClient : CUncopied {
 public:
     explicit CWireClient(std::uint16_t port);
     /// Takes the next caller of a listening socket; none within 5 s leaves it closed.
     explicit CWireClient(const class CWireListener& listener);
     ~CWireClient();
-    CWireClient(const CWireClient&) = delete;
-    CWireClient& operator=(const CWireClient&) = delete;
 
     /// Up to `length` bytes; fewer when the link ended or the time is over.
     BYTES Read(size_t length);
@@ -54,12 +49,10 @@ private:
 };
 
 /// Listens on a port of this machine that was free.
-class CWireListener {
+class CWireListener : CUncopied {
 public:
     CWireListener();
     ~CWireListener();
-    CWireListener(const CWireListener&) = delete;
-    CWireListener& operator=(const CWireListener&) = delete;
 
     int Socket() const { return m_sock; }
     std::uint16_t Port() const { return m_port; }
