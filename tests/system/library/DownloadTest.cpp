@@ -104,7 +104,7 @@ TEST_F(Downloads, BringWhatTheArchiveHas) {
 
 /// Frames of which few fit the ring, and a callback that takes longer than the engine waits for room.
 TEST_F(Downloads, LoseNoFrameHoweverLarge) {
-    for (const size_t size : {75'000, 400'000, 1'100'000}) {
+    for (const size_t size : {75'000, 1'100'000}) {
         SCOPED_TRACE(size);
         CTempDir media;
         CLASSIC_RECORDER_CONFIG config = Fast(4);
