@@ -63,8 +63,9 @@ void CDownloadMan::AwaitData() {
     TellFailedWrite(*m_pDownloadInfo, m_pDownloadInfo->pZeqFile->Error());
 }
 
-void CDownloadMan::WalkRun(const unsigned char* pRun, size_t length) {
-    const bool bNotifyAhead = length <= AHEAD_RUN;
+/// Hands the frames of a run of the ring to `take`; what does not fit the run ends it.
+template <class Take>
+void CDownloadMan::ForEachFrame(const unsigned char* pRun, size_t length, const Take& take) {
     size_t cursor = 0;
     while (length - cursor >= FRAME_HEAD) {
         HLX_FRAME_INFO frame;
@@ -72,33 +73,36 @@ void CDownloadMan::WalkRun(const unsigned char* pRun, size_t length) {
         const unsigned char* pData = pRun + cursor + FRAME_HEAD;
         if (frame.length > length - cursor - FRAME_HEAD) return;
         cursor += FRAME_HEAD + frame.length;
-        ProcessFrame(frame, pData, bNotifyAhead);
+        take(frame, pData);
     }
 }
 
-/// With `bNotifyAhead` the recorder sends on while the frame is saved.
-void CDownloadMan::ProcessFrame(const HLX_FRAME_INFO& frame, const unsigned char* pData, bool bNotifyAhead) {
+/// Behind a small run the recorder is told at once, and sends on while the frames are saved.
+void CDownloadMan::WalkRun(const unsigned char* pRun, size_t length) {
+    CountRun(pRun, length);
+    if (length <= AHEAD_RUN) NotifyIndex(false);
+    ForEachFrame(pRun, length, [this](const auto& frame, const unsigned char* pData) { ProcessFrame(frame, pData); });
+}
+
+void CDownloadMan::CountRun(const unsigned char* pRun, size_t length) {
+    const std::scoped_lock guard(m_lock);
+    ForEachFrame(pRun, length, [this](const HLX_FRAME_INFO& frame, const unsigned char*) {
+        if (!IsOurs(frame)) return;
+        if (frame.frameIndex != m_nextIndex) {
+            YLOG(YLOG_WARN, "user %ld, channel %ld: download %ld lacks frames %u to %u", long{m_pDownloadInfo->lUserID},
+                 long{m_pDownloadInfo->lChannel}, long{m_pDownloadInfo->lHandle}, m_nextIndex, frame.frameIndex - 1);
+        }
+        m_nextIndex = frame.frameIndex + 1;
+        m_takenBytes += frame.length;
+    });
+}
+
+void CDownloadMan::ProcessFrame(const HLX_FRAME_INFO& frame, const unsigned char* pData) {
     while (m_waiting > 0) std::this_thread::yield();
-    std::unique_lock guard(m_lock);
+    const std::scoped_lock guard(m_lock);
     if (!IsOurs(frame)) return;
-    CountFrame(frame);
-    if (bNotifyAhead && IsNoticeDue(false)) {
-        guard.unlock();
-        NotifyIndex(false);
-        guard.lock();
-        if (!IsOurs(frame)) return;  // stopped meanwhile
-    }
-    SaveFrame(*m_pDownloadInfo, frame, pData);
-}
-
-void CDownloadMan::CountFrame(const HLX_FRAME_INFO& frame) {
-    if (frame.frameIndex != m_nextIndex) {
-        YLOG(YLOG_WARN, "user %ld, channel %ld: download %ld lacks frames %u to %u", long{m_pDownloadInfo->lUserID},
-             long{m_pDownloadInfo->lChannel}, long{m_pDownloadInfo->lHandle}, m_nextIndex, frame.frameIndex - 1);
-    }
-    m_nextIndex = frame.frameIndex + 1;
-    m_takenBytes += frame.length;
     if (frame.frameIndex == 0) m_bEnd = false;
+    SaveFrame(*m_pDownloadInfo, frame, pData);
 }
 
 /// The ring's id is the same for all devices.
@@ -115,8 +119,8 @@ bool CDownloadMan::IsNoticeDue(bool bDry) const {
     return bDry ? distance > 0 : distance >= NOTICE_DISTANCE || m_takenBytes >= NOTICE_BYTES;
 }
 
-/// Unless its run is small, a frame is notified behind the release of the run, so that the ring has room for all that the
-/// recorder then sends. False if the link does not take the notice: it is tried again when the ring has run dry.
+/// Behind a large run only once that is released, so that the ring has room for all that the recorder then sends. False
+/// if the link does not take the notice: it is tried again when the ring has run dry.
 bool CDownloadMan::NotifyIndex(bool bDry) {
     std::unique_lock guard(m_lock);
     if (!IsNoticeDue(bDry)) return true;

@@ -123,11 +123,13 @@ private:
     static void* DownLoadDataThread(void* pParam);
     void DownLoadDataProc();
     void AwaitData();
+    template <class Take>
+    static void ForEachFrame(const unsigned char* pRun, size_t length, const Take& take);
     void WalkRun(const unsigned char* pRun, size_t length);
-    void ProcessFrame(const HLX_FRAME_INFO& frame, const unsigned char* pData, bool bNotifyAhead);
+    void CountRun(const unsigned char* pRun, size_t length);
+    void ProcessFrame(const HLX_FRAME_INFO& frame, const unsigned char* pData);
     bool NotifyIndex(bool bDry);                     // m_lock not held
     bool IsOurs(const HLX_FRAME_INFO& frame) const;  // m_lock held, as in the following
-    void CountFrame(const HLX_FRAME_INFO& frame);
     bool IsNoticeDue(bool bDry) const;
     void SaveFrame(DOWNLOAD_INFO& info, const HLX_FRAME_INFO& frame, const unsigned char* pData);
     static void SaveFile(DOWNLOAD_INFO& info, const HLX_FRAME_INFO& frame, const unsigned char* pData);
